@@ -1,0 +1,41 @@
+# SPDX-FileCopyrightText: 2026 The libtamsel developers
+# SPDX-License-Identifier: MIT
+
+include(CMakePackageConfigHelpers)
+
+set(tamsel_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tamsel)
+
+install(TARGETS tamsel
+    EXPORT tamselTargets
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Devel
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Devel
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Devel)
+install(EXPORT tamselTargets
+    NAMESPACE tamsel::
+    DESTINATION ${tamsel_package_dir}
+    COMPONENT Devel)
+
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/tamselConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/tamselConfig.cmake
+    INSTALL_DESTINATION ${tamsel_package_dir}
+    NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/tamselConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+        ${PROJECT_BINARY_DIR}/tamselConfig.cmake
+        ${PROJECT_BINARY_DIR}/tamselConfigVersion.cmake
+    DESTINATION ${tamsel_package_dir}
+    COMPONENT Devel)
+
+# The .pc file finds its prefix from where it lies, so the installed tree can be moved.
+set(tamsel_pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+    BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${tamsel_pc_dir}
+    OUTPUT_VARIABLE tamsel_pc_prefix)
+set(tamsel_pc_definitions "")
+if(NOT BUILD_SHARED_LIBS)
+    set(tamsel_pc_definitions -DTAMSEL_STATIC)
+endif()
+configure_file(${CMAKE_CURRENT_LIST_DIR}/tamsel.pc.in ${PROJECT_BINARY_DIR}/tamsel.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/tamsel.pc DESTINATION ${tamsel_pc_dir} COMPONENT Devel)

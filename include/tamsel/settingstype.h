@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_SETTINGSTYPE_H
+#define TAMSEL_SETTINGSTYPE_H
+
+#include <tamsel/tamselglobal.h>
+
+// The stream operators of enumerations become part of the meta type. It has to be the same one in
+// every file that instantiates it, so the operators are brought along with the type.
+#include <QtCore/QDataStream>
+#include <QtCore/QDebug>
+#include <QtCore/QList>
+#include <QtCore/QMetaType>
+
+/*! \brief Everything of libtamsel, the layered settings of a set-top box's software. */
+namespace tamsel {
+Q_NAMESPACE_EXPORT(TAMSEL_EXPORT)
+
+/*!
+ * \brief Names one layer of the settings.
+ *
+ * The numbers are stable: they are what QDataStream carries (as a signed 32-bit integer, read back
+ * without a range check) and what callers pass. They say nothing about precedence; the rank of a
+ * layer is its position in #storagePriority, repeated here for reference.
+ *
+ * | Layer                | Number | Rank | Holds                                                    |
+ * |----------------------|--------|------|----------------------------------------------------------|
+ * | CommandLineArgs      | 0      | 4    | options of the process's command line, read-only         |
+ * | CustomConfPersistent | 1      | 5    | the user's own settings, in "custom.conf"                |
+ * | Rdm                  | 2      | 1    | a fixed map handed in by the host, read-only             |
+ * | RavonaConfDefault    | 3      | 7    | the defaults of the main application, in "ravona.conf"   |
+ * | SystemProperties     | 4      | 3    | system properties that the host sets while it runs       |
+ * | Runtime              | 5      | 0    | values set while the process runs, never saved           |
+ * | SelviDb              | 6      | 6    | values of the database file "selvi.db"                   |
+ * | FeatureKeys          | 7      | 2    | a fixed map of feature keys from the host, read-only     |
+ *
+ * The type is a registered Qt meta type named "tamsel::SettingsType": it travels in a QVariant,
+ * through a QDataStream and into qDebug(). Comparing two values with \c < compares their numbers.
+ */
+enum class SettingsType : int {
+    CommandLineArgs = 0,
+    CustomConfPersistent = 1,
+    Rdm = 2,
+    RavonaConfDefault = 3,
+    SystemProperties = 4,
+    Runtime = 5,
+    SelviDb = 6,
+    FeatureKeys = 7,
+};
+Q_ENUM_NS(SettingsType)
+
+/*!
+ * \brief All eight layers, the one of highest precedence first.
+ *
+ * \c Runtime, \c Rdm, \c FeatureKeys, \c SystemProperties, \c CommandLineArgs,
+ * \c CustomConfPersistent, \c SelviDb, \c RavonaConfDefault.
+ *
+ * \par Threads
+ * Built when the library is loaded and never changed: any thread may read it without a lock. Static
+ * objects of another library or program must not rely on it before \c main() has been entered.
+ */
+extern TAMSEL_EXPORT const QList<SettingsType> storagePriority;
+
+/*!
+ * \brief The position of \a type in #storagePriority: 0 is the highest precedence, 7 the lowest.
+ *
+ * A value outside the enumeration gives -1, which ranks above every layer.
+ */
+[[nodiscard]] TAMSEL_EXPORT int priorityOf(SettingsType type) noexcept;
+
+} // namespace tamsel
+
+#endif // TAMSEL_SETTINGSTYPE_H

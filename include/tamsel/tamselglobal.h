@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TAMSELGLOBAL_H
+#define TAMSEL_TAMSELGLOBAL_H
+
+#include <QtCore/qglobal.h>
+
+/*!
+ * \file
+ * \brief The export macro. \c TAMSEL_LIBRARY is set while the shared library itself is compiled,
+ * \c TAMSEL_STATIC by the CMake target and the .pc file of a static build.
+ */
+#if defined(TAMSEL_STATIC)
+#    define TAMSEL_EXPORT
+#elif defined(TAMSEL_LIBRARY)
+#    define TAMSEL_EXPORT Q_DECL_EXPORT
+#else
+#    define TAMSEL_EXPORT Q_DECL_IMPORT
+#endif
+
+#endif // TAMSEL_TAMSELGLOBAL_H
