@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "dynamicmapstorage.h"
+
+#include <QtCore/QMutexLocker>
+
+namespace tamsel {
+
+DynamicMapStorage::DynamicMapStorage(SettingsType type, IConfigurationChangeHandler *handler,
+                                     ILogger *logger)
+    : AbstractStorage(type, handler, logger)
+{
+}
+
+DynamicMapStorage::~DynamicMapStorage() = default;
+
+bool DynamicMapStorage::isAvailable() const
+{
+    return true;
+}
+
+bool DynamicMapStorage::contains(const QString &group, const QString &key) const
+{
+    const QMutexLocker locker(&m_mutex);
+    const auto entries = m_values.constFind(group);
+    return entries != m_values.cend() && entries->contains(key);
+}
+
+QVariant DynamicMapStorage::value(const QString &group, const QString &key) const
+{
+    const QMutexLocker locker(&m_mutex);
+    const auto entries = m_values.constFind(group);
+    return entries != m_values.cend() ? entries->value(key) : QVariant();
+}
+
+void DynamicMapStorage::setValue(const QString &group, const QString &key, const QVariant &value)
+{
+    if (store(group, key, value))
+        notify(group, key, value);
+}
+
+void DynamicMapStorage::remove(const QString &group, const QString &key)
+{
+    if (erase(group, key))
+        notify(group, key, QVariant());
+}
+
+KeyList DynamicMapStorage::keys() const
+{
+    KeyList result;
+    const QMutexLocker locker(&m_mutex);
+    for (auto group = m_values.cbegin(); group != m_values.cend(); ++group) {
+        for (auto entry = group->cbegin(); entry != group->cend(); ++entry)
+            result.append({group.key(), entry.key()});
+    }
+    return result;
+}
+
+/*! Whether the value differed from the stored one and was written. */
+bool DynamicMapStorage::store(const QString &group, const QString &key, const QVariant &value)
+{
+    const QMutexLocker locker(&m_mutex);
+    QVariantMap &entries = m_values[group]; // an equal value is in a group that exists
+    const auto entry = entries.find(key);
+    if (entry == entries.end())
+        entries.insert(key, value);
+    else if (*entry != value)
+        *entry = value;
+    else
+        return false;
+    return true;
+}
+
+/*! Whether the pair was there. */
+bool DynamicMapStorage::erase(const QString &group, const QString &key)
+{
+    const QMutexLocker locker(&m_mutex);
+    const auto entries = m_values.find(group);
+    return entries != m_values.end() && entries->remove(key) > 0;
+}
+
+} // namespace tamsel

@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_DYNAMICMAPSTORAGE_H
+#define TAMSEL_DYNAMICMAPSTORAGE_H
+
+#include <tamsel/abstractstorage.h>
+
+#include <QtCore/QMap>
+#include <QtCore/QMutex>
+
+namespace tamsel {
+
+/*!
+ * \internal
+ * \brief The writable layer in memory: starts empty, is never saved.
+ *
+ * Each operation is atomic under the storage's own lock. A change is reported after the lock has
+ * been released, so a handler may come back; another thread's write may slip in between.
+ */
+class DynamicMapStorage : public AbstractStorage
+{
+public:
+    DynamicMapStorage(SettingsType type, IConfigurationChangeHandler *handler, ILogger *logger);
+    ~DynamicMapStorage() override;
+
+    bool isAvailable() const override;
+    bool contains(const QString &group, const QString &key) const override;
+    QVariant value(const QString &group, const QString &key) const override;
+    /*! A value equal to the stored one is neither written nor reported. */
+    void setValue(const QString &group, const QString &key, const QVariant &value) override;
+    /*! Reports the removal of a pair that was there, and nothing else. */
+    void remove(const QString &group, const QString &key) override;
+    /*! Sorted by group, then by key. */
+    KeyList keys() const override;
+
+private:
+    bool store(const QString &group, const QString &key, const QVariant &value);
+    bool erase(const QString &group, const QString &key);
+
+    QMap<QString, QVariantMap> m_values; // guarded by m_mutex; a group stays when it gets empty
+    mutable QMutex m_mutex;
+};
+
+} // namespace tamsel
+
+#endif // TAMSEL_DYNAMICMAPSTORAGE_H

@@ -1,0 +1,86 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "qtsettingsinistorage.h"
+
+#include <tamsel/ilogger.h>
+
+#include <QtCore/QSettings>
+#include <QtCore/QStringBuilder>
+
+using namespace Qt::StringLiterals;
+
+namespace tamsel {
+
+namespace {
+
+QString fullKey(const QString &group, const QString &key)
+{
+    return group % '/'_L1 % key;
+}
+
+} // namespace
+
+QtSettingsIniStorage::QtSettingsIniStorage(SettingsType type, IConfigurationChangeHandler *handler,
+                                           ILogger *logger, const QString &fileName)
+    : AbstractStorage(type, handler, logger),
+      m_settings(std::make_unique<QSettings>(fileName, QSettings::IniFormat))
+{
+}
+
+QtSettingsIniStorage::~QtSettingsIniStorage() = default;
+
+bool QtSettingsIniStorage::isAvailable() const
+{
+    return m_settings->status() == QSettings::NoError;
+}
+
+bool QtSettingsIniStorage::contains(const QString &group, const QString &key) const
+{
+    return m_settings->contains(fullKey(group, key));
+}
+
+QVariant QtSettingsIniStorage::value(const QString &group, const QString &key) const
+{
+    return m_settings->value(fullKey(group, key));
+}
+
+void QtSettingsIniStorage::setValue(const QString &group, const QString &key, const QVariant &value)
+{
+    if (!m_settings->isWritable()) {
+        logger()->error(u"unable to write value %1 (%2/%3) to %4, file is not writable"_s.arg(
+                value.toString(), group, key, m_settings->fileName()));
+        return;
+    }
+    if (this->value(group, key) == value)
+        return;
+    m_settings->setValue(fullKey(group, key), value);
+    notify(group, key, value);
+}
+
+void QtSettingsIniStorage::remove(const QString &group, const QString &key)
+{
+    if (!m_settings->isWritable()) {
+        logger()->error(
+                u"unable to remove value %1/%2 from %3"_s.arg(group, key, m_settings->fileName()));
+        return;
+    }
+    m_settings->remove(fullKey(group, key));
+    // Kept as it is: unlike in memory, removing an absent key is reported.
+    notify(group, key, QVariant());
+}
+
+KeyList QtSettingsIniStorage::keys() const
+{
+    KeyList result;
+    const QStringList fullKeys = m_settings->allKeys();
+    result.reserve(fullKeys.size());
+    for (const QString &fullKey : fullKeys) {
+        // Kept as it is: a key without "/" is its own group, middle segments are dropped.
+        const QStringList segments = fullKey.split(u'/');
+        result.append({segments.first(), segments.last()});
+    }
+    return result;
+}
+
+} // namespace tamsel

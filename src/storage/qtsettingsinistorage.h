@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_QTSETTINGSINISTORAGE_H
+#define TAMSEL_QTSETTINGSINISTORAGE_H
+
+#include <tamsel/abstractstorage.h>
+
+#include <memory>
+
+QT_FORWARD_DECLARE_CLASS(QSettings)
+
+namespace tamsel {
+
+/*!
+ * \internal
+ * \brief The layer in an INI file: (group, key) is the key "group/key" of one QSettings.
+ *
+ * Nothing is cached here and sync() is never called: QSettings decides when the file is written, at
+ * the latest when the storage dies. The consistency of a single call is that of QSettings too; two
+ * threads that write the same pair may both report it.
+ */
+class QtSettingsIniStorage : public AbstractStorage
+{
+public:
+    QtSettingsIniStorage(SettingsType type, IConfigurationChangeHandler *handler, ILogger *logger,
+                         const QString &fileName);
+    ~QtSettingsIniStorage() override;
+
+    bool isAvailable() const override;
+    bool contains(const QString &group, const QString &key) const override;
+    QVariant value(const QString &group, const QString &key) const override;
+    /*! Logs an error if the file is not writable, also for a value that would not change. */
+    void setValue(const QString &group, const QString &key, const QVariant &value) override;
+    /*! Takes the keys below the pair with it, as QSettings does, and always reports the removal. */
+    void remove(const QString &group, const QString &key) override;
+    /*! In the order of QSettings::allKeys(): the first and the last segment of each key. */
+    KeyList keys() const override;
+
+private:
+    const std::unique_ptr<QSettings> m_settings;
+};
+
+} // namespace tamsel
+
+#endif // TAMSEL_QTSETTINGSINISTORAGE_H
