@@ -1,0 +1,160 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// Decides which changes readers can see, logs them and tells the host's handlers.
+
+#include "configurationmanager_p.h"
+
+#include <tamsel/ilogger.h>
+
+#include <QtCore/QMutexLocker>
+#include <QtCore/QStringBuilder>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace tamsel {
+
+namespace {
+
+using LogOperation = void (ILogger::*)(const QString &message);
+
+/*! The operation that takes the change messages of \a type; null if they are not logged. */
+LogOperation logOperation(SettingsType type)
+{
+    switch (type) {
+    case SettingsType::Rdm:
+    case SettingsType::SystemProperties:
+        return &ILogger::info;
+    case SettingsType::CommandLineArgs:
+    case SettingsType::CustomConfPersistent:
+    case SettingsType::Runtime:
+    case SettingsType::SelviDb:
+        return &ILogger::debug;
+    case SettingsType::RavonaConfDefault:
+    case SettingsType::FeatureKeys:
+        break;
+    }
+    return nullptr;
+}
+
+QString topValueChanged(SettingsType type, const QString &group, const QString &key,
+                        const QString &value)
+{
+    return "Top value changed "_L1 % typeName(type) % ": "_L1 % group % '/'_L1 % key % " = '"_L1
+            % value % '\''_L1;
+}
+
+} // namespace
+
+QString typeName(SettingsType type)
+{
+    return QVariant::fromValue(type).toString();
+}
+
+/*! Called by the layers after each change of their own, and by the registry. */
+void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QString &group,
+                                                 const QString &key, const QVariant &value)
+{
+    const QVariant reported = value; // a handler may change the variable behind the reference
+    const AbstractStorage *top = topStorage(group, key);
+
+    if (!top) {
+        if (isLogged(type)) {
+            logForType(type, "Parameter removed from all storages: "_L1 % group % ':'_L1 % key);
+        }
+        notifyHandlers(type, group, key, reported);
+        return;
+    }
+
+    const SettingsType topType = top->type();
+    if (reported.isValid()) {
+        if (topType != type)
+            return; // hidden by a higher layer
+        if (isLogged(type))
+            logForType(type, topValueChanged(type, group, key, reported.toString()));
+        notifyHandlers(type, group, key, reported);
+        return;
+    }
+
+    // A removal. It is visible only where it uncovers the value of a lower layer, and that value is
+    // passed on as text, whatever its type.
+    if (priorityOf(topType) <= priorityOf(type))
+        return;
+    const QString uncovered = top->value(group, key).toString();
+    if (isLogged(type))
+        logForType(type, topValueChanged(topType, group, key, uncovered));
+    notifyHandlers(topType, group, key, uncovered);
+}
+
+/*! The layer that answers for the pair, or null; uncounted, as findStorage(). */
+AbstractStorage *ConfigurationManagerPrivate::topStorage(const QString &group,
+                                                         const QString &key) const
+{
+    const QMutexLocker locker(&mutex);
+    for (const auto &storage : storages) {
+        if (storage->contains(group, key))
+            return storage.data();
+    }
+    return nullptr;
+}
+
+/*! Whether changes of the layer \a type are logged at all; if not, no text needs to be built. */
+bool ConfigurationManagerPrivate::isLogged(SettingsType type)
+{
+    return logOperation(type) != nullptr;
+}
+
+/*! Passes \a message to the logger operation chosen for \a type; for some types to none. */
+void ConfigurationManagerPrivate::logForType(SettingsType type, const QString &message) const
+{
+    if (const LogOperation log = logOperation(type))
+        (logger->*log)(message);
+}
+
+/*!
+ * Calls the handlers registered now, in their order. A handler may append and remove handlers: one
+ * that is removed is not called any more, one that is appended is left to the next walk. Where
+ * nobody does so, the walk is one pass over the list.
+ */
+void ConfigurationManagerPrivate::notifyHandlers(SettingsType type, const QString &group,
+                                                 const QString &key, const QVariant &value) const
+{
+    const quint64 end = nextHandlerTicket;
+    qsizetype i = 0;
+    while (i < handlers.size() && handlerTickets.at(i) < end) {
+        const quint64 ticket = handlerTickets.at(i);
+        handlers.at(i)->onValueChanged(type, group, key, value);
+        if (i < handlers.size() && handlerTickets.at(i) == ticket) {
+            ++i;
+        } else { // handlers were removed at or before this place
+            const auto next
+                    = std::upper_bound(handlerTickets.cbegin(), handlerTickets.cend(), ticket);
+            i = std::distance(handlerTickets.cbegin(), next);
+        }
+    }
+}
+
+bool ConfigurationManagerPrivate::appendHandler(IConfigurationChangeHandler *handler)
+{
+    if (!handlers.contains(handler)) {
+        handlerTickets.reserve(handlerTickets.size()
+                               + 1); // the two lists grow together or not at all
+        handlers.append(handler);
+        handlerTickets.append(nextHandlerTicket++);
+    }
+    return true;
+}
+
+bool ConfigurationManagerPrivate::removeHandler(IConfigurationChangeHandler *handler)
+{
+    const qsizetype index = handlers.indexOf(handler);
+    if (index < 0)
+        return false;
+    handlers.removeAt(index);
+    handlerTickets.removeAt(index);
+    return true;
+}
+
+} // namespace tamsel

@@ -1,0 +1,150 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include <tamsel/configurationmanager.h>
+
+#include "configurationmanager_p.h"
+
+#include <QtCore/QMutexLocker>
+
+using namespace Qt::StringLiterals;
+
+namespace tamsel {
+
+namespace {
+ConfigurationManager *publishedManager = nullptr;
+} // namespace
+
+ConfigurationManagerPrivate::ConfigurationManagerPrivate(ConfigurationManager *facade,
+                                                         ILogger *hostLogger)
+    : q(facade), logger(hostLogger)
+{
+}
+
+ConfigurationManagerPrivate::~ConfigurationManagerPrivate() = default;
+
+/*! The layer \a type, or null. Uncounted: callers use it after the lock is gone, see the thread
+ *  rules of ConfigurationManager. */
+AbstractStorage *ConfigurationManagerPrivate::findStorage(SettingsType type) const
+{
+    const QMutexLocker locker(&mutex);
+    const qsizetype index = indexOfStorage(type);
+    return index < 0 ? nullptr : storages.at(index).data();
+}
+
+/*! The place of the layer \a type in `storages`, or -1. The caller holds `mutex`. */
+qsizetype ConfigurationManagerPrivate::indexOfStorage(SettingsType type) const
+{
+    for (qsizetype i = 0; i < storages.size(); ++i) {
+        if (storages.at(i)->type() == type)
+            return i;
+    }
+    return -1;
+}
+
+ConfigurationManager::ConfigurationManager(ILogger *logger)
+    : d(std::make_unique<ConfigurationManagerPrivate>(this, logger))
+{
+}
+
+ConfigurationManager::~ConfigurationManager() = default;
+
+void ConfigurationManager::setPersistentStoragePath(const QString &path)
+{
+    d->persistentStoragePath = path;
+}
+
+QString ConfigurationManager::persistentStoragePath() const
+{
+    return d->persistentStoragePath;
+}
+
+void ConfigurationManager::setAssetsPrefix(const QString &prefix)
+{
+    d->assetsPrefix = prefix;
+}
+
+QString ConfigurationManager::startupScreenDirPath() const
+{
+    return d->persistentStoragePath + "startup_screen/"_L1;
+}
+
+QVariant ConfigurationManager::value(const QString &group, const QString &key,
+                                     const QVariant &defaultValue) const
+{
+    QVariant result = defaultValue;
+    const QMutexLocker locker(&d->mutex);
+    for (const auto &storage : std::as_const(d->storages)) {
+        if (storage->contains(group, key)) {
+            result = storage->value(group, key);
+            break;
+        }
+    }
+    return result;
+}
+
+bool ConfigurationManager::contains(const QString &group, const QString &key) const
+{
+    return d->topStorage(group, key) != nullptr;
+}
+
+bool ConfigurationManager::contains(const QString &group, const QString &key,
+                                    SettingsType type) const
+{
+    const AbstractStorage *storage = d->findStorage(type);
+    return storage && storage->contains(group, key);
+}
+
+void ConfigurationManager::setValue(const QString &group, const QString &key, const QVariant &value,
+                                    SettingsType type)
+{
+    if (AbstractStorage *storage = d->findStorage(type))
+        storage->setValue(group, key, value);
+}
+
+void ConfigurationManager::removeValue(const QString &group, const QString &key, SettingsType type)
+{
+    AbstractStorage *storage = d->findStorage(type);
+    // Unlike a write, a removal reaches the layer only for a pair it holds: a read-only layer
+    // refuses the others in silence.
+    if (storage && storage->contains(group, key))
+        storage->remove(group, key);
+}
+
+bool ConfigurationManager::storageAvailable(SettingsType type) const
+{
+    const AbstractStorage *storage = d->findStorage(type);
+    return storage && storage->isAvailable();
+}
+
+void ConfigurationManager::initStorage(SettingsType type, const QMap<QString, QVariant> &values)
+{
+    d->initStorage(type, values);
+}
+
+void ConfigurationManager::clearStorage(SettingsType type)
+{
+    d->clearStorage(type);
+}
+
+bool ConfigurationManager::appendConfigurationHandler(IConfigurationChangeHandler *handler)
+{
+    return d->appendHandler(handler);
+}
+
+bool ConfigurationManager::removeConfigurationHandler(IConfigurationChangeHandler *handler)
+{
+    return d->removeHandler(handler);
+}
+
+ConfigurationManager *qmlConfigManager() noexcept
+{
+    return publishedManager;
+}
+
+void setQmlConfigManager(ConfigurationManager *manager) noexcept
+{
+    publishedManager = manager;
+}
+
+} // namespace tamsel

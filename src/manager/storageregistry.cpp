@@ -1,0 +1,191 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// Creates, replaces and removes layers, and works out which values readers see change by it.
+
+#include "configurationmanager_p.h"
+
+#include "../storage/dynamicmapstorage.h"
+#include "../storage/qtsettingsinistorage.h"
+#include "../storage/staticmapreader.h"
+
+#include <tamsel/ilogger.h>
+
+#include <QtCore/QMutexLocker>
+#include <QtCore/QSet>
+#include <QtCore/QStringBuilder>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace tamsel {
+
+namespace {
+
+using KeySet = QSet<KeyList::value_type>;
+
+KeySet toSet(const KeyList &keys)
+{
+    return KeySet(keys.cbegin(), keys.cend());
+}
+
+/*! \a keys without those in \a others; order and duplicates are kept. */
+KeyList without(KeyList keys, const KeyList &others)
+{
+    const KeySet dropped = toSet(others);
+    keys.removeIf([&dropped](const auto &pair) { return dropped.contains(pair); });
+    return keys;
+}
+
+} // namespace
+
+void ConfigurationManagerPrivate::initStorage(SettingsType type, const QVariantMap &values)
+{
+    switch (type) {
+    case SettingsType::CommandLineArgs:
+    case SettingsType::Rdm:
+    case SettingsType::FeatureKeys:
+        registerStorage(QSharedPointer<StaticMapReader>::create(type, this, logger, values));
+        break;
+    case SettingsType::SystemProperties:
+    case SettingsType::Runtime:
+        registerStorage(QSharedPointer<DynamicMapStorage>::create(type, this, logger));
+        break;
+    case SettingsType::CustomConfPersistent:
+        registerStorage(QSharedPointer<QtSettingsIniStorage>::create(
+                type, this, logger, persistentStoragePath + "custom.conf"_L1));
+        break;
+    case SettingsType::SelviDb:
+        registerStorage(QSharedPointer<QtSettingsIniStorage>::create(
+                type, this, logger, persistentStoragePath + "selvi.db"_L1));
+        break;
+    case SettingsType::RavonaConfDefault:
+        registerStorage(QSharedPointer<QtSettingsIniStorage>::create(
+                type, this, logger, assetsPrefix + "ravona.conf"_L1));
+        break;
+    }
+}
+
+/*! Inserts a newly made layer at its rank, or puts it in the place of the one of its type. */
+void ConfigurationManagerPrivate::registerStorage(const QSharedPointer<AbstractStorage> &storage)
+{
+    if (const auto previous = sharedStorage(storage->type()))
+        replaceStorage(previous, storage);
+    else
+        insertStorage(storage);
+}
+
+void ConfigurationManagerPrivate::clearStorage(SettingsType type)
+{
+    QSharedPointer<AbstractStorage> storage = sharedStorage(type);
+    if (!storage) {
+        logger->warning("Unable to remove storage "_L1 % typeName(type)
+                        % ". Storage does not exist"_L1);
+        return;
+    }
+    const KeyList keys = storage->keys();
+    {
+        const QMutexLocker locker(&mutex);
+        storages.removeIf([type](const auto &other) { return other->type() == type; });
+    }
+    storage.reset(); // dies with the lock free: a file layer writes its file now
+    logger->info("Storage: "_L1 % typeName(type) % " cleared"_L1);
+    for (const auto &[group, key] : keys)
+        onValueChanged(type, group, key, QVariant());
+}
+
+void ConfigurationManagerPrivate::insertStorage(const QSharedPointer<AbstractStorage> &storage)
+{
+    const SettingsType type = storage->type();
+    KeyList candidates = storage->keys();
+    placeStorage(storage);
+    logger->info("Storage: "_L1 % typeName(type) % " initialized"_L1);
+
+    const int rank = priorityOf(type);
+    candidates.removeIf([this, rank](const auto &pair) {
+        const AbstractStorage *top = topStorage(pair.first, pair.second);
+        return top && priorityOf(top->type()) < rank;
+    });
+    reportCandidates(*storage, candidates);
+}
+
+/*!
+ * Keys that a higher layer hides stay candidates here, unlike in insertStorage(): among two or more
+ * they are reported, a single one is dropped by onValueChanged(). Kept as it is.
+ */
+void ConfigurationManagerPrivate::replaceStorage(const QSharedPointer<AbstractStorage> &previous,
+                                                 const QSharedPointer<AbstractStorage> &storage)
+{
+    const SettingsType type = storage->type();
+    KeyList candidates = storage->keys();
+    const KeyList previousKeys = previous->keys();
+    const KeyList removed = without(previousKeys, candidates);
+    // Asked while the previous layer is in place: does it answer, and does the new one agree?
+    candidates.removeIf([&, known = toSet(previousKeys)](const auto &pair) {
+        if (!known.contains(pair))
+            return false;
+        const auto &[group, key] = pair;
+        const AbstractStorage *top = topStorage(group, key);
+        return top && top->type() == type
+                && previous->value(group, key) == storage->value(group, key);
+    });
+
+    placeStorage(storage);
+    logger->info("Storage: "_L1 % typeName(type) % " reinitialized"_L1);
+    for (const auto &[group, key] : removed)
+        onValueChanged(type, group, key, QVariant());
+    reportCandidates(*storage, candidates);
+}
+
+/*! The layer \a type with a reference counted, or null. */
+QSharedPointer<AbstractStorage> ConfigurationManagerPrivate::sharedStorage(SettingsType type) const
+{
+    const QMutexLocker locker(&mutex);
+    return storages.value(indexOfStorage(type));
+}
+
+/*! Puts \a storage in the place of the layer of its type, or at its rank where there is none. */
+void ConfigurationManagerPrivate::placeStorage(const QSharedPointer<AbstractStorage> &storage)
+{
+    const SettingsType type = storage->type();
+    const auto isItsPlace = [type, rank = priorityOf(type)](const auto &other) {
+        return other->type() == type || rank < priorityOf(other->type());
+    };
+    const QMutexLocker locker(&mutex);
+    const auto place = std::find_if(storages.begin(), storages.end(), isItsPlace);
+    if (place != storages.end() && (*place)->type() == type)
+        *place = storage;
+    else
+        storages.insert(place, storage);
+}
+
+/*! Tells of the pairs of a newly placed layer that may have changed what readers see. */
+void ConfigurationManagerPrivate::reportCandidates(const AbstractStorage &storage,
+                                                   const KeyList &candidates)
+{
+    const SettingsType type = storage.type();
+    if (candidates.size() == 1) {
+        const auto &[group, key] = candidates.first();
+        onValueChanged(type, group, key, storage.value(group, key));
+        return;
+    }
+    if (candidates.size() > 1 && isLogged(type))
+        logCandidates(storage, candidates);
+    for (const auto &[group, key] : candidates)
+        notifyHandlers(type, group, key, storage.value(group, key));
+}
+
+void ConfigurationManagerPrivate::logCandidates(const AbstractStorage &storage,
+                                                const KeyList &candidates) const
+{
+    QString line = "Top values changed: "_L1 % typeName(storage.type()) % ": {"_L1;
+    for (const auto &[group, key] : candidates)
+        line += ' '_L1 % group % '/'_L1 % key % " = '"_L1 % storage.value(group, key).toString()
+                % "',"_L1;
+    line.chop(1); // the comma behind the last value
+    line += " }"_L1;
+    logForType(storage.type(), line);
+}
+
+} // namespace tamsel
