@@ -6,7 +6,7 @@
 #include <tamsel/ilogger.h>
 
 #include <QtCore/QSettings>
-#include <QtCore/QStringBuilder>
+#include <QtCore/QVarLengthArray>
 
 using namespace Qt::StringLiterals;
 
@@ -14,10 +14,22 @@ namespace tamsel {
 
 namespace {
 
-QString fullKey(const QString &group, const QString &key)
+/*! "group/key", without the heap unless it is unusually long: every read makes one. */
+class FullKey
 {
-    return group % '/'_L1 % key;
-}
+public:
+    FullKey(const QString &group, const QString &key)
+    {
+        m_text.reserve(group.size() + 1 + key.size());
+        m_text.append(group.cbegin(), group.size());
+        m_text.append(u'/');
+        m_text.append(key.cbegin(), key.size());
+    }
+    operator QAnyStringView() const { return QStringView(m_text.cbegin(), m_text.cend()); }
+
+private:
+    QVarLengthArray<QChar, 128> m_text;
+};
 
 } // namespace
 
@@ -37,12 +49,12 @@ bool QtSettingsIniStorage::isAvailable() const
 
 bool QtSettingsIniStorage::contains(const QString &group, const QString &key) const
 {
-    return m_settings->contains(fullKey(group, key));
+    return m_settings->contains(FullKey(group, key));
 }
 
 QVariant QtSettingsIniStorage::value(const QString &group, const QString &key) const
 {
-    return m_settings->value(fullKey(group, key));
+    return m_settings->value(FullKey(group, key));
 }
 
 void QtSettingsIniStorage::setValue(const QString &group, const QString &key, const QVariant &value)
@@ -54,7 +66,7 @@ void QtSettingsIniStorage::setValue(const QString &group, const QString &key, co
     }
     if (this->value(group, key) == value)
         return;
-    m_settings->setValue(fullKey(group, key), value);
+    m_settings->setValue(FullKey(group, key), value);
     notify(group, key, value);
 }
 
@@ -65,7 +77,7 @@ void QtSettingsIniStorage::remove(const QString &group, const QString &key)
                 u"unable to remove value %1/%2 from %3"_s.arg(group, key, m_settings->fileName()));
         return;
     }
-    m_settings->remove(fullKey(group, key));
+    m_settings->remove(FullKey(group, key));
     // Kept as it is: unlike in memory, removing an absent key is reported.
     notify(group, key, QVariant());
 }
