@@ -7,6 +7,7 @@
 
 #include <tamsel/ilogger.h>
 
+#include <QtCore/QMetaEnum>
 #include <QtCore/QMutexLocker>
 #include <QtCore/QStringBuilder>
 
@@ -48,9 +49,10 @@ QString topValueChanged(SettingsType type, const QString &group, const QString &
 
 } // namespace
 
-QString typeName(SettingsType type)
+QLatin1StringView typeName(SettingsType type)
 {
-    return QVariant::fromValue(type).toString();
+    static const auto metaEnum = QMetaEnum::fromType<SettingsType>();
+    return QLatin1StringView(metaEnum.valueToKey(static_cast<int>(type)));
 }
 
 /*! Called by the layers after each change of their own, and by the registry. */
@@ -61,9 +63,8 @@ void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QStrin
     const AbstractStorage *top = topStorage(group, key);
 
     if (!top) {
-        if (isLogged(type)) {
+        if (isLogged(type))
             logForType(type, "Parameter removed from all storages: "_L1 % group % ':'_L1 % key);
-        }
         notifyHandlers(type, group, key, reported);
         return;
     }
@@ -98,6 +99,19 @@ AbstractStorage *ConfigurationManagerPrivate::topStorage(const QString &group,
             return storage.data();
     }
     return nullptr;
+}
+
+/*! Whether a layer that ranks above \a rank holds the pair. */
+bool ConfigurationManagerPrivate::isHidden(const QString &group, const QString &key, int rank) const
+{
+    const QMutexLocker locker(&mutex);
+    for (const auto &storage : storages) {
+        if (priorityOf(storage->type()) >= rank)
+            break;
+        if (storage->contains(group, key))
+            return true;
+    }
+    return false;
 }
 
 /*! Whether changes of the layer \a type are logged at all; if not, no text needs to be built. */
@@ -139,8 +153,8 @@ void ConfigurationManagerPrivate::notifyHandlers(SettingsType type, const QStrin
 bool ConfigurationManagerPrivate::appendHandler(IConfigurationChangeHandler *handler)
 {
     if (!handlers.contains(handler)) {
-        handlerTickets.reserve(handlerTickets.size()
-                               + 1); // the two lists grow together or not at all
+        // If memory runs out, neither list has grown.
+        handlerTickets.reserve(handlerTickets.size() + 1);
         handlers.append(handler);
         handlerTickets.append(nextHandlerTicket++);
     }

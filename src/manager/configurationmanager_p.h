@@ -41,6 +41,7 @@ public:
     void onValueChanged(SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
     AbstractStorage *topStorage(const QString &group, const QString &key) const;
+    bool isHidden(const QString &group, const QString &key, int rank) const;
     static bool isLogged(SettingsType type);
     void logForType(SettingsType type, const QString &message) const;
     void notifyHandlers(SettingsType type, const QString &group, const QString &key,
@@ -72,7 +73,7 @@ private:
 };
 
 /*! \internal The key of \a type in its enumeration, as log messages show it; empty if unknown. */
-QString typeName(SettingsType type);
+QLatin1StringView typeName(SettingsType type);
 
 } // namespace tamsel
 

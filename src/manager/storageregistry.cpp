@@ -12,7 +12,6 @@
 #include <tamsel/ilogger.h>
 
 #include <QtCore/QMutexLocker>
-#include <QtCore/QSet>
 #include <QtCore/QStringBuilder>
 
 #include <algorithm>
@@ -23,17 +22,41 @@ namespace tamsel {
 
 namespace {
 
-using KeySet = QSet<KeyList::value_type>;
-
-KeySet toSet(const KeyList &keys)
+/*!
+ * Tells which pairs are in a list. Pairs are best asked for in the order of the list: two layers of
+ * a type list their keys in the same order, and then nothing needs to be searched.
+ */
+class KeyLookup
 {
-    return KeySet(keys.cbegin(), keys.cend());
-}
+public:
+    explicit KeyLookup(const KeyList &keys) : m_sorted(keys)
+    {
+        if (!std::is_sorted(keys.cbegin(), keys.cend()))
+            std::sort(m_sorted.begin(), m_sorted.end());
+        m_next = m_sorted.cbegin();
+    }
+
+    bool contains(const KeyList::value_type &pair)
+    {
+        if (m_next == m_sorted.cend() || *m_next != pair)
+            m_next = std::lower_bound(m_sorted.cbegin(), m_sorted.cend(), pair);
+        if (m_next == m_sorted.cend() || *m_next != pair)
+            return false;
+        ++m_next;
+        return true;
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(KeyLookup)
+
+    KeyList m_sorted;
+    KeyList::const_iterator m_next;
+};
 
 /*! \a keys without those in \a others; order and duplicates are kept. */
 KeyList without(KeyList keys, const KeyList &others)
 {
-    const KeySet dropped = toSet(others);
+    KeyLookup dropped(others);
     keys.removeIf([&dropped](const auto &pair) { return dropped.contains(pair); });
     return keys;
 }
@@ -103,10 +126,8 @@ void ConfigurationManagerPrivate::insertStorage(const QSharedPointer<AbstractSto
     logger->info("Storage: "_L1 % typeName(type) % " initialized"_L1);
 
     const int rank = priorityOf(type);
-    candidates.removeIf([this, rank](const auto &pair) {
-        const AbstractStorage *top = topStorage(pair.first, pair.second);
-        return top && priorityOf(top->type()) < rank;
-    });
+    candidates.removeIf(
+            [this, rank](const auto &pair) { return isHidden(pair.first, pair.second, rank); });
     reportCandidates(*storage, candidates);
 }
 
@@ -122,8 +143,9 @@ void ConfigurationManagerPrivate::replaceStorage(const QSharedPointer<AbstractSt
     const KeyList previousKeys = previous->keys();
     const KeyList removed = without(previousKeys, candidates);
     // Asked while the previous layer is in place: does it answer, and does the new one agree?
-    candidates.removeIf([&, known = toSet(previousKeys)](const auto &pair) {
-        if (!known.contains(pair))
+    KeyLookup previouslyHeld(previousKeys);
+    candidates.removeIf([&](const auto &pair) {
+        if (!previouslyHeld.contains(pair))
             return false;
         const auto &[group, key] = pair;
         const AbstractStorage *top = topStorage(group, key);
