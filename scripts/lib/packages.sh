@@ -1,0 +1,25 @@
+# SPDX-FileCopyrightText: 2026 The libtamsel developers
+# SPDX-License-Identifier: MIT
+# shellcheck shell=bash
+
+# need PACKAGE...: installs those of the Debian packages that the machine does not have.
+need()
+{
+    local missing=() package
+    for package in "$@"; do
+        # shellcheck disable=SC2016 # the braces are dpkg-query's
+        [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] \
+            || missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+
+    local root=()
+    ((EUID == 0)) || root=(sudo)
+    echo "installing ${missing[*]}" >&2
+    # The lists are fetched only where they do not lead to the packages: that takes longest.
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -qq --no-install-recommends "${missing[@]}" >&2 && return 0
+    "${root[@]}" apt-get update -qq >&2
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -qq --no-install-recommends "${missing[@]}" >&2
+}
