@@ -23,3 +23,9 @@ need()
     "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -qq --no-install-recommends "${missing[@]}" >&2
 }
+
+# What the README's commands need beyond git and a shell.
+# shellcheck disable=SC2034 # for the scripts that read this file
+build_packages=(g++ cmake ninja-build qt6-base-dev)
+# shellcheck disable=SC2034
+test_packages=(librapidcheck-dev pkg-config)
