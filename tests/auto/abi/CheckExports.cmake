@@ -1,0 +1,46 @@
+# SPDX-FileCopyrightText: 2026 The libtamsel developers
+# SPDX-License-Identifier: MIT
+
+# cmake -D NM=<nm> -D LIBRARY=<library> -D EXPORTS=<list> [-D ACCEPT=ON] -P CheckExports.cmake
+#
+# Compares the symbols that LIBRARY exports with the list, or writes the list anew with ACCEPT. Names
+# only, demangled and each one once: addresses, symbol types (a vtable is weak with g++, not so with
+# clang++) and the variants of a constructor are the compiler's business.
+
+execute_process(COMMAND ${NM} -D -C --defined-only ${LIBRARY}
+    OUTPUT_VARIABLE output
+    COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE "(^|\n)[0-9a-f]* +[A-Za-z] " "\\1" names "${output}")
+string(STRIP "${names}" names)
+string(REPLACE "\n" ";" actual "${names}")
+list(REMOVE_DUPLICATES actual)
+list(SORT actual)
+
+if(ACCEPT)
+    file(STRINGS ${EXPORTS} comments REGEX "^#")
+    list(JOIN comments "\n" comments)
+    list(JOIN actual "\n" names)
+    file(WRITE ${EXPORTS} "${comments}\n${names}\n")
+    return()
+endif()
+
+file(STRINGS ${EXPORTS} expected REGEX "^[^#]")
+set(missing ${expected})
+list(REMOVE_ITEM missing ${actual})
+set(added ${actual})
+list(REMOVE_ITEM added ${expected})
+if(NOT missing AND NOT added)
+    return()
+endif()
+
+set(diff "")
+foreach(name IN LISTS missing)
+    string(APPEND diff "-${name}\n")
+endforeach()
+foreach(name IN LISTS added)
+    string(APPEND diff "+${name}\n")
+endforeach()
+message("${LIBRARY} does not export what ${EXPORTS} lists:\n\n${diff}\n"
+    "A name that is gone breaks the programs that are linked with the library. If the change is meant,\n"
+    "build the target tamsel_accept_exports, and commit the list with the change.\n")
+message(FATAL_ERROR "The exported symbols differ")
