@@ -28,11 +28,18 @@ install(FILES
     DESTINATION ${tamsel_package_dir}
     COMPONENT Devel)
 
-# The .pc file finds its prefix from where it lies, so the installed tree can be moved.
+# The .pc file finds its prefix from where it lies, so the installed tree can be moved. Both folders
+# may have been given as absolute paths.
 set(tamsel_pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
-    BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${tamsel_pc_dir}
+    BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
     OUTPUT_VARIABLE tamsel_pc_prefix)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
+    BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
+    OUTPUT_VARIABLE tamsel_pc_libdir)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
+    BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
+    OUTPUT_VARIABLE tamsel_pc_includedir)
 set(tamsel_pc_definitions "")
 if(NOT BUILD_SHARED_LIBS)
     set(tamsel_pc_definitions -DTAMSEL_STATIC)
