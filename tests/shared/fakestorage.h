@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TESTS_FAKESTORAGE_H
+#define TAMSEL_TESTS_FAKESTORAGE_H
+
+#include <tamsel/abstractstorage.h>
+
+#include <QtCore/QMap>
+
+#include <functional>
+
+namespace tamsel::tests {
+
+class Journal;
+
+/*!
+ * A layer that holds what a test puts into it and writes every call that it gets into a journal:
+ * "name: contains g/k", "name: keys", and "name: dies" in the end. Writes and removals are only
+ * written down: they change nothing and are not reported.
+ */
+class FakeStorage final : public AbstractStorage
+{
+public:
+    FakeStorage(SettingsType type, IConfigurationChangeHandler *handler, Journal *journal,
+                const QString &name);
+    ~FakeStorage() override;
+
+    /*! Holds \a value from now on. keys() lists the pair once for each time it was put. */
+    void put(const QString &group, const QString &key, const QVariant &value);
+    /*! keys() lists the pair though the layer does not hold it, as an INI layer does for a/x/c. */
+    void list(const QString &group, const QString &key);
+    using AbstractStorage::notify;
+
+    bool isAvailable() const override;
+    bool contains(const QString &group, const QString &key) const override;
+    QVariant value(const QString &group, const QString &key) const override;
+    void setValue(const QString &group, const QString &key, const QVariant &value) override;
+    void remove(const QString &group, const QString &key) override;
+    KeyList keys() const override;
+
+    bool available = true;
+    /*! What to append to each line, asked at the time of the call; may be empty. */
+    std::function<QString()> note;
+
+private:
+    void record(const QString &call) const;
+
+    Journal *const m_journal; // borrowed
+    const QString m_name;
+    QMap<std::pair<QString, QString>, QVariant> m_values;
+    KeyList m_keys;
+};
+
+} // namespace tamsel::tests
+
+#endif // TAMSEL_TESTS_FAKESTORAGE_H

@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TESTS_TESTHOST_H
+#define TAMSEL_TESTS_TESTHOST_H
+
+#include "journal.h"
+#include "recordinghandler.h"
+#include "recordinglogger.h"
+
+#include <tamsel/configurationmanager.h>
+
+#include <QtCore/QTemporaryDir>
+
+namespace tamsel::tests {
+
+/*!
+ * A manager as a host program sets it up: with a logger and one handler, which write into one
+ * journal, and with folders of its own for its files.
+ */
+class TestHost
+{
+public:
+    TestHost();
+
+    /*! Creates the layer with \a entries in \a group; what that logs and reports is dropped. */
+    void prepare(SettingsType type, const QString &group = {}, const QVariantMap &entries = {});
+    /*! Where the INI layer \a type has its file. */
+    QString filePath(SettingsType type) const;
+
+    QTemporaryDir folder;
+    Journal journal;
+    RecordingLogger logger{&journal};
+    RecordingHandler handler{&journal};
+    ConfigurationManager manager{&logger};
+};
+
+/*! The map with one group, as ConfigurationManager::initStorage() takes it. */
+QVariantMap groupMap(const QString &group, const QVariantMap &entries);
+/*! The key of \a type in its enumeration, also for the names of data rows. */
+const char *keyOf(SettingsType type);
+bool writeFile(const QString &path, const QByteArray &contents);
+/*! What the file holds; null if it does not exist. */
+QByteArray readFile(const QString &path);
+
+/*! The layers that take their contents from the map given to initStorage(), and refuse writes. */
+inline const QList<SettingsType> mapLayers{SettingsType::CommandLineArgs, SettingsType::Rdm,
+                                           SettingsType::FeatureKeys};
+/*! The layers that start empty. */
+inline const QList<SettingsType> memoryLayers{SettingsType::SystemProperties,
+                                              SettingsType::Runtime};
+/*! The layers with a file. */
+inline const QList<SettingsType> fileLayers{SettingsType::CustomConfPersistent,
+                                            SettingsType::SelviDb, SettingsType::RavonaConfDefault};
+
+} // namespace tamsel::tests
+
+#endif // TAMSEL_TESTS_TESTHOST_H
