@@ -13,10 +13,7 @@ namespace tamsel::tests {
 
 TestHost::TestHost()
 {
-    QDir(folder.path()).mkdir(u"persistent"_s);
-    QDir(folder.path()).mkdir(u"assets"_s);
-    manager.setPersistentStoragePath(folder.filePath(u"persistent/"_s));
-    manager.setAssetsPrefix(folder.filePath(u"assets/"_s));
+    moveTo(u"first"_s);
     manager.appendConfigurationHandler(&handler);
 }
 
@@ -30,15 +27,41 @@ void TestHost::prepare(SettingsType type, const QString &group, const QVariantMa
     journal.take();
 }
 
+void TestHost::init(SettingsType type, const QVariantMap &entries)
+{
+    if (fileLayers.contains(type)) {
+        QByteArray contents = "[g]\n";
+        for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+            contents += entry.key().toUtf8() + '=' + entry.value().toString().toUtf8() + '\n';
+        if (!writeFile(filePath(type), contents))
+            qFatal("%s: no file written", keyOf(type));
+    }
+    manager.initStorage(type, groupMap(u"g"_s, entries));
+}
+
+void TestHost::moveTo(const QString &place)
+{
+    m_place = place;
+    QDir(folder.path()).mkpath(place + "/persistent"_L1);
+    QDir(folder.path()).mkpath(place + "/assets"_L1);
+    manager.setPersistentStoragePath(folder.filePath(place + "/persistent/"_L1));
+    manager.setAssetsPrefix(assetsPrefix());
+}
+
+QString TestHost::assetsPrefix() const
+{
+    return folder.filePath(m_place + "/assets/"_L1);
+}
+
 QString TestHost::filePath(SettingsType type) const
 {
     switch (type) {
     case SettingsType::CustomConfPersistent:
-        return folder.filePath(u"persistent/custom.conf"_s);
+        return folder.filePath(m_place + "/persistent/custom.conf"_L1);
     case SettingsType::SelviDb:
-        return folder.filePath(u"persistent/selvi.db"_s);
+        return folder.filePath(m_place + "/persistent/selvi.db"_L1);
     case SettingsType::RavonaConfDefault:
-        return folder.filePath(u"assets/ravona.conf"_s);
+        return folder.filePath(m_place + "/assets/ravona.conf"_L1);
     default:
         qFatal("%s has no file", keyOf(type));
     }
@@ -52,6 +75,24 @@ QVariantMap groupMap(const QString &group, const QVariantMap &entries)
 const char *keyOf(SettingsType type)
 {
     return QMetaEnum::fromType<SettingsType>().valueToKey(static_cast<int>(type));
+}
+
+QStringList changeLine(SettingsType type, const QString &message)
+{
+    switch (type) {
+    case SettingsType::Rdm:
+    case SettingsType::SystemProperties:
+        return {"info: "_L1 + message};
+    case SettingsType::CommandLineArgs:
+    case SettingsType::CustomConfPersistent:
+    case SettingsType::Runtime:
+    case SettingsType::SelviDb:
+        return {"debug: "_L1 + message};
+    case SettingsType::RavonaConfDefault:
+    case SettingsType::FeatureKeys:
+        break;
+    }
+    return {};
 }
 
 bool writeFile(const QString &path, const QByteArray &contents)

@@ -25,7 +25,15 @@ public:
 
     /*! Creates the layer with \a entries in \a group; what that logs and reports is dropped. */
     void prepare(SettingsType type, const QString &group = {}, const QVariantMap &entries = {});
-    /*! Where the INI layer \a type has its file. */
+    /*!
+     * Creates or replaces a layer that has a map or a file, with \a entries in the group "g". Give
+     * texts: they are the same from either.
+     */
+    void init(SettingsType type, const QVariantMap &entries);
+    /*! Lets the files of layers created from now on lie in new, empty folders. */
+    void moveTo(const QString &place);
+    QString assetsPrefix() const;
+    /*! The file of a layer \a type that is created now. */
     QString filePath(SettingsType type) const;
 
     QTemporaryDir folder;
@@ -33,12 +41,20 @@ public:
     RecordingLogger logger{&journal};
     RecordingHandler handler{&journal};
     ConfigurationManager manager{&logger};
+
+private:
+    QString m_place;
 };
 
 /*! The map with one group, as ConfigurationManager::initStorage() takes it. */
 QVariantMap groupMap(const QString &group, const QVariantMap &entries);
 /*! The key of \a type in its enumeration, also for the names of data rows. */
 const char *keyOf(SettingsType type);
+/*!
+ * What the journal holds after the change message \a message of the layer \a type: a line with the
+ * logger operation of that layer, or none.
+ */
+QStringList changeLine(SettingsType type, const QString &message);
 bool writeFile(const QString &path, const QByteArray &contents);
 /*! What the file holds; null if it does not exist. */
 QByteArray readFile(const QString &path);

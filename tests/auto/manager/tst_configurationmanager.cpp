@@ -376,7 +376,7 @@ void tst_ConfigurationManager::destructionSaysNothing()
     TestHost host;
     auto manager = std::make_unique<ConfigurationManager>(&host.logger);
     manager->setPersistentStoragePath(host.manager.persistentStoragePath());
-    manager->setAssetsPrefix(host.folder.filePath(u"assets/"_s));
+    manager->setAssetsPrefix(host.assetsPrefix());
     manager->appendConfigurationHandler(&host.handler);
     for (const SettingsType type : storagePriority) {
         manager->initStorage(type, groupMap(u"g"_s, {{u"a"_s, 1}, {u"b"_s, 2}}));
@@ -399,7 +399,7 @@ void tst_ConfigurationManager::destructionWritesChangedFiles()
     TestHost host;
     auto manager = std::make_unique<ConfigurationManager>(&host.logger);
     manager->setPersistentStoragePath(host.manager.persistentStoragePath());
-    manager->setAssetsPrefix(host.folder.filePath(u"assets/"_s));
+    manager->setAssetsPrefix(host.assetsPrefix());
     manager->initStorage(type);
     manager->setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
     QVERIFY(readFile(host.filePath(type)).isNull());
