@@ -68,6 +68,7 @@ inline const QList<SettingsType> memoryLayers{SettingsType::SystemProperties,
 /*! The layers with a file. */
 inline const QList<SettingsType> fileLayers{SettingsType::CustomConfPersistent,
                                             SettingsType::SelviDb, SettingsType::RavonaConfDefault};
+inline const QList<SettingsType> writableLayers = memoryLayers + fileLayers;
 
 } // namespace tamsel::tests
 

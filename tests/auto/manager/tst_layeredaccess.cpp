@@ -12,8 +12,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QList<SettingsType> writableLayers = memoryLayers + fileLayers;
-
 /*! "Rdm's lang": tells which layer gave an answer. */
 QString langOf(SettingsType type)
 {
