@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TESTS_MANAGERPRIVATE_H
+#define TAMSEL_TESTS_MANAGERPRIVATE_H
+
+#include "fakestorage.h"
+#include "testhost.h"
+
+#include <manager/configurationmanager_p.h>
+
+namespace tamsel::tests {
+
+/*! The state of \a manager. For tests with the library's internals; include once per program. */
+ConfigurationManagerPrivate &privateOf(ConfigurationManager &manager);
+
+// The one place where a private member may be named from outside is an explicit instantiation.
+template <auto member> struct PrivateMember
+{
+    friend ConfigurationManagerPrivate &privateOf(ConfigurationManager &manager)
+    {
+        return *(manager.*member);
+    }
+};
+template struct PrivateMember<&ConfigurationManager::d>;
+
+/*! A layer for the host's manager, with \a entries in the group "g"; not registered yet. */
+inline QSharedPointer<FakeStorage> makeLayer(TestHost *host, SettingsType type, const QString &name,
+                                             const QVariantMap &entries = {})
+{
+    const auto layer = QSharedPointer<FakeStorage>::create(type, &privateOf(host->manager),
+                                                           &host->journal, name);
+    for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+        layer->put(QStringLiteral("g"), entry.key(), entry.value());
+    return layer;
+}
+
+/*! As makeLayer(), and registers it; what that calls, logs and reports is dropped. */
+inline QSharedPointer<FakeStorage> addLayer(TestHost *host, SettingsType type, const QString &name,
+                                            const QVariantMap &entries = {})
+{
+    const auto layer = makeLayer(host, type, name, entries);
+    privateOf(host->manager).registerStorage(layer);
+    host->journal.take();
+    return layer;
+}
+
+} // namespace tamsel::tests
+
+#endif // TAMSEL_TESTS_MANAGERPRIVATE_H
