@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "program.h"
+
+#include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+namespace tamsel::tests {
+
+namespace {
+
+constexpr int patience = 120'000; // milliseconds; emulated programs are slow
+
+/*! The command in front of the program, empty where the programs run as they are. */
+QStringList emulator()
+{
+    return QStringLiteral(TAMSEL_TESTS_EMULATOR).split(u'|', Qt::SkipEmptyParts);
+}
+
+QString endOf(const QProcess &process)
+{
+    const QString how
+            = process.exitStatus() == QProcess::NormalExit ? u"exit %1"_s : u"signal %1"_s;
+    return how.arg(process.exitCode());
+}
+
+/*! An emulator announces on the program's standard error that a signal ends the program. */
+QString withoutEmulatorsRemarks(QString errors)
+{
+    static const QRegularExpression remark(u"^qemu: uncaught target signal .*\n"_s,
+                                           QRegularExpression::MultilineOption);
+    return emulator().isEmpty() ? errors : errors.remove(remark);
+}
+
+} // namespace
+
+ProgramSurroundings::ProgramSurroundings() : environment(QProcessEnvironment::systemEnvironment())
+{
+    // Qt warns of any other locale, and its messages may go to the system's log or look different.
+    environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
+    environment.insert(u"QT_FORCE_STDERR_LOGGING"_s, u"1"_s);
+    environment.remove(u"QT_MESSAGE_PATTERN"_s);
+}
+
+ProgramResult runProgram(const QString &program, const QStringList &arguments,
+                         const ProgramSurroundings &surroundings)
+{
+    QStringList command = emulator() + QStringList(program) + arguments;
+    QProcess process;
+    process.setProgram(command.takeFirst());
+    process.setArguments(command);
+    process.setWorkingDirectory(surroundings.directory);
+    process.setProcessEnvironment(surroundings.environment);
+    process.start(QIODevice::ReadOnly);
+    if (!process.waitForFinished(patience)) {
+        const QString reason = process.errorString();
+        process.kill();
+        process.waitForFinished();
+        return {reason, {}, {}};
+    }
+    return {endOf(process), QString::fromUtf8(process.readAllStandardOutput()),
+            withoutEmulatorsRemarks(QString::fromUtf8(process.readAllStandardError()))};
+}
+
+} // namespace tamsel::tests

@@ -1,0 +1,39 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TESTS_PROGRAM_H
+#define TAMSEL_TESTS_PROGRAM_H
+
+#include <QtCore/QProcessEnvironment>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+namespace tamsel::tests {
+
+/*! What became of a program that was run to its end. */
+struct ProgramResult
+{
+    QString end; // "exit 0", "signal 6", or what kept it from running
+    QString output;
+    QString errors; // standard error
+};
+
+/*! How to run a program, where it is not as usual. */
+struct ProgramSurroundings
+{
+    ProgramSurroundings();
+
+    QString directory; // the test's own if empty
+    QProcessEnvironment environment; // a UTF-8 locale, and Qt's messages as they are by default
+};
+
+/*!
+ * Runs \a program and waits for its end; under CMAKE_CROSSCOMPILING_EMULATOR where this tree is
+ * built with one. What the emulator itself says is left out.
+ */
+ProgramResult runProgram(const QString &program, const QStringList &arguments,
+                         const ProgramSurroundings &surroundings = {});
+
+} // namespace tamsel::tests
+
+#endif // TAMSEL_TESTS_PROGRAM_H
