@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef HOSTVALUES_H
+#define HOSTVALUES_H
+
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+namespace tamsel {
+class ConfigurationManager;
+}
+
+// What a real host learns from its operator, its licence and its machine.
+
+/*! The map for Rdm: what the operator has set from afar. */
+QVariantMap rdmValues();
+/*! The map for Rdm when the operator has changed its mind. */
+QVariantMap changedRdmValues();
+/*! The map for FeatureKeys: what the customer has paid for. */
+QVariantMap featureKeys();
+
+/*! Fills SelviDb unless an earlier run did. */
+void provisionDatabase(tamsel::ConfigurationManager &settings);
+/*! Fills SystemProperties, which starts empty. */
+void setSystemProperties(tamsel::ConfigurationManager &settings);
+/*! Fills Runtime, which starts empty. */
+void setRuntimeValues(tamsel::ConfigurationManager &settings);
+
+#endif // HOSTVALUES_H

@@ -1,0 +1,109 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// A host of libtamsel: all eight layers, a logger, two change handlers and the command line.
+
+#include "changeprinter.h"
+#include "directories.h"
+#include "hostvalues.h"
+#include "settingscatalogue.h"
+#include "settingstable.h"
+#include "settoplogger.h"
+#include "texts.h"
+#include "tour.h"
+
+#include <tamsel/commandlineargs.h>
+#include <tamsel/configurationmanager.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QTextStream>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+using tamsel::SettingsType;
+
+namespace {
+
+int fail(const QString &reason)
+{
+    QTextStream(stderr) << "settop: " << reason << '\n';
+    return 1;
+}
+
+void createLayers(tamsel::ConfigurationManager &settings, const QVariantMap &commandLine)
+{
+    // These may hold the log level: they come first. Otherwise the order is of no importance.
+    settings.initStorage(SettingsType::CommandLineArgs, commandLine);
+    settings.initStorage(SettingsType::CustomConfPersistent);
+    settings.initStorage(SettingsType::SelviDb);
+    settings.initStorage(SettingsType::RavonaConfDefault);
+
+    settings.initStorage(SettingsType::FeatureKeys, featureKeys());
+    settings.initStorage(SettingsType::Rdm, rdmValues());
+    settings.initStorage(SettingsType::SystemProperties);
+    settings.initStorage(SettingsType::Runtime);
+
+    provisionDatabase(settings);
+    setSystemProperties(settings);
+    setRuntimeValues(settings);
+}
+
+/*! A file that is missing or damaged is no error to the library: its layer holds less. */
+void warnAboutFiles(const tamsel::ConfigurationManager &settings, const QString &defaults,
+                    SettopLogger &logger)
+{
+    if (!QFile::exists(defaults))
+        logger.warning(u"There is no file %1"_s.arg(defaults));
+    for (const SettingsType layer : {SettingsType::CustomConfPersistent, SettingsType::SelviDb,
+                                     SettingsType::RavonaConfDefault}) {
+        if (!settings.storageAvailable(layer))
+            logger.warning(u"The file of %1 cannot be read"_s.arg(layerName(layer)));
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(u"settop"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(SETTOP_VERSION));
+
+    const QVariantMap commandLine = tamsel::commandLineArgs::parse(); // bad options end it here
+    const QStringList directories = positionalArguments(QCoreApplication::arguments());
+    if (directories.size() > 2)
+        return fail(u"too many arguments: at most STORAGE_DIR and ASSETS_DIR are expected"_s);
+    if (directories.contains(QString()))
+        return fail(u"the name of a directory is empty"_s);
+    const QString storage = directories.value(0, u"settop-storage"_s);
+    const QString assets = directories.value(1, QStringLiteral(SETTOP_ASSETS_DIR));
+    if (const QString problem = prepareStorage(storage); !problem.isEmpty())
+        return fail(problem);
+
+    QTextStream out(stdout);
+    SettopLogger logger; // outlives the manager, which borrows it
+    tamsel::ConfigurationManager settings(&logger);
+    logger.takeLevelFrom(&settings);
+    settings.setPersistentStoragePath(asPrefix(storage));
+    settings.setAssetsPrefix(asPrefix(assets));
+    const SettingsCatalogue catalogue(&settings);
+    const ChangePrinter changes(&settings, &out);
+
+    out << "Changes while the layers arrive" << Qt::endl;
+    createLayers(settings, commandLine);
+    warnAboutFiles(settings, asPrefix(assets) + "ravona.conf"_L1, logger);
+
+    out << "\nEffective settings" << Qt::endl;
+    printTable(out, catalogue.settings());
+
+    out << "\nChanges at run time" << Qt::endl;
+    changeSettings(settings, changes, out);
+
+    if (!settings.contains(u"ui"_s, u"lang"_s, SettingsType::CustomConfPersistent))
+        return fail(u"the language could not be kept in %1custom.conf"_s.arg(asPrefix(storage)));
+    out << "\nKept for the next run: ui/lang = '" << valueText(settings.value(u"ui"_s, u"lang"_s))
+        << "' in " << asPrefix(storage) << "custom.conf" << Qt::endl;
+    return 0;
+}

@@ -1,0 +1,61 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef SETTINGSCATALOGUE_H
+#define SETTINGSCATALOGUE_H
+
+#include <tamsel/iconfigurationchangehandler.h>
+
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+#include <set>
+#include <utility>
+
+namespace tamsel {
+class ConfigurationManager;
+}
+
+/*! A setting as readers see it, and where it comes from. */
+struct EffectiveSetting
+{
+    QString group;
+    QString key;
+    QVariant value;
+    tamsel::SettingsType layer; // the one that answers
+    QList<tamsel::SettingsType> hidden; // the lower ones that hold it too, highest first
+};
+
+/*!
+ * Knows all settings there are, although the manager lists none: it remembers each pair of group
+ * and key that it hears of.
+ *
+ * Make it before the first layer. A pair is then heard of once some layer brings it, if not for
+ * this layer, then for the higher one that hides it.
+ *
+ * It runs on the thread that changes the setting; settop has only one.
+ */
+class SettingsCatalogue final : public tamsel::IConfigurationChangeHandler
+{
+public:
+    /*! \a settings is borrowed and outlives the catalogue. */
+    explicit SettingsCatalogue(tamsel::ConfigurationManager *settings);
+    ~SettingsCatalogue() override;
+
+    void onValueChanged(tamsel::SettingsType type, const QString &group, const QString &key,
+                        const QVariant &value) override;
+
+    /*! What holds now, by group and key. Pairs that no layer holds any more are not among it. */
+    QList<EffectiveSetting> settings() const;
+
+private:
+    Q_DISABLE_COPY_MOVE(SettingsCatalogue)
+
+    QList<tamsel::SettingsType> layersHolding(const QString &group, const QString &key) const;
+
+    tamsel::ConfigurationManager *const m_settings;
+    std::set<std::pair<QString, QString>> m_pairs;
+};
+
+#endif // SETTINGSCATALOGUE_H

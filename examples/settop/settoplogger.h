@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef SETTOPLOGGER_H
+#define SETTOPLOGGER_H
+
+#include <tamsel/ilogger.h>
+#include <tamsel/logsconfigwrapper.h>
+
+namespace tamsel {
+class ConfigurationManager;
+}
+
+namespace logging {
+/*! The levels of this host. The library declares the type and knows the numbers only. */
+enum Level : int {
+    Critical = 0,
+    Error = 1,
+    Warning = 2,
+    Info = 3,
+    Debug = 4,
+    Trace = 5,
+};
+} // namespace logging
+
+/*!
+ * Writes messages to standard error, a line each: "[info] text". Those that are less severe than
+ * the level in the settings are left out; as long as that is unset, Info is the last one shown.
+ *
+ * The level is read afresh for every message, so a change of the setting counts at once. Reading
+ * settings from inside a log call is safe: a read logs nothing, and the library holds no lock while
+ * it logs.
+ *
+ * Messages may come from any thread.
+ */
+class SettopLogger final : public tamsel::ILogger
+{
+public:
+    /*! Reads the level from \a settings, borrowed, from now on. For start-up: not synchronised. */
+    void takeLevelFrom(tamsel::ConfigurationManager *settings);
+
+    void error(const QString &message) override;
+    void warning(const QString &message) override;
+    void info(const QString &message) override;
+    void debug(const QString &message) override;
+
+private:
+    logging::Level lastShown() const;
+    void log(logging::Level level, const QString &message) const;
+
+    tamsel::ConfigurationManager *m_settings = nullptr;
+};
+
+#endif // SETTOPLOGGER_H

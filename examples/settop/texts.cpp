@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "texts.h"
+
+#include <QtCore/QStringList>
+
+using namespace Qt::StringLiterals;
+
+QString layerName(tamsel::SettingsType layer)
+{
+    return QVariant::fromValue(layer).toString();
+}
+
+QString valueText(const QVariant &value)
+{
+    // An INI file holds a list where somebody wrote commas without quotes.
+    if (value.typeId() == QMetaType::QStringList)
+        return value.toStringList().join(", "_L1);
+    return value.toString();
+}

@@ -1,0 +1,18 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TEXTS_H
+#define TEXTS_H
+
+#include <tamsel/settingstype.h>
+
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+/*! The name of a layer, as the library's log messages show it too. */
+QString layerName(tamsel::SettingsType layer);
+
+/*! A value for people to read. */
+QString valueText(const QVariant &value);
+
+#endif // TEXTS_H

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TOUR_H
+#define TOUR_H
+
+class ChangePrinter;
+class QTextStream;
+
+namespace tamsel {
+class ConfigurationManager;
+}
+
+/*!
+ * Changes settings so that each kind of notification is seen, and those changes that are told to
+ * nobody. Leaves the user's language in custom.conf.
+ */
+void changeSettings(tamsel::ConfigurationManager &settings, const ChangePrinter &changes,
+                    QTextStream &out);
+
+#endif // TOUR_H
