@@ -1,0 +1,254 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "operation.h"
+
+#include "alphabet.h"
+
+#include <journal.h>
+
+#include <QtCore/QMetaEnum>
+#include <QtCore/QStringBuilder>
+#include <QtCore/QStringList>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace tamsel::tests {
+
+namespace {
+
+// How often each action comes up, in 32.
+constexpr std::array<Action, 32> actionWeights{
+        Action::SetValue,
+        Action::SetValue,
+        Action::SetValue,
+        Action::SetValue,
+        Action::SetValue,
+        Action::SetValue,
+        Action::SetValue,
+        Action::RemoveValue,
+        Action::RemoveValue,
+        Action::RemoveValue,
+        Action::RemoveValue,
+        Action::InitStorage,
+        Action::InitStorage,
+        Action::InitStorage,
+        Action::InitStorage,
+        Action::InitStorage,
+        Action::InitStorage,
+        Action::InitStorage,
+        Action::ClearStorage,
+        Action::ClearStorage,
+        Action::ClearStorage,
+        Action::Value,
+        Action::Contains,
+        Action::ContainsInLayer,
+        Action::StorageAvailable,
+        Action::AppendHandler,
+        Action::RemoveHandler,
+        Action::SetPersistentStoragePath,
+        Action::SetPersistentStoragePath,
+        Action::SetAssetsPrefix,
+        Action::DeliverFile,
+        Action::DeliverFile,
+};
+
+constexpr std::size_t maxEntries = 6;
+
+/*! Rarely one of the two that do not exist. */
+std::size_t layer(unsigned char random)
+{
+    return random < 250 ? random % 8 : 8 + random % 2;
+}
+
+QString pairText(std::size_t index)
+{
+    const Pair &pair = pairAlphabet().at(index);
+    return '"'_L1 % pair.first % "\", \""_L1 % pair.second % '"'_L1;
+}
+
+QString valueText(std::size_t index)
+{
+    const QVariant &value = valueAlphabet().at(index);
+    if (value.metaType() == QMetaType::fromType<QStringList>())
+        return "QStringList("_L1 % value.toStringList().join(" | "_L1) % ')'_L1;
+    return describe(value);
+}
+
+QString layerText(std::size_t index)
+{
+    const SettingsType type = layerAlphabet().at(index);
+    const char *name = QMetaEnum::fromType<SettingsType>().valueToKey(static_cast<int>(type));
+    return name ? QString(QLatin1StringView(name)) : QString::number(static_cast<int>(type));
+}
+
+QString placeText(Place place)
+{
+    switch (place) {
+    case Place::First:
+        return u"first"_s;
+    case Place::Second:
+        return u"second"_s;
+    case Place::Unwritable:
+        break;
+    }
+    return u"unwritable"_s;
+}
+
+QString roleText(Role role)
+{
+    switch (role) {
+    case Role::Records:
+        return u"recorder"_s;
+    case Role::Reads:
+        return u"reader"_s;
+    case Role::Writes:
+        return u"writer"_s;
+    case Role::Leaves:
+        return u"leaver"_s;
+    case Role::TogglesAnother:
+        break;
+    }
+    return u"toggler"_s;
+}
+
+QString entriesText(const std::vector<Entry> &entries)
+{
+    QStringList texts;
+    for (const Entry &entry : entries) {
+        QString text = '('_L1 % pairText(entry.pair) % "): "_L1 % valueText(entry.value);
+        if (entry.shape == Shape::Hash)
+            text += " in a hash"_L1;
+        else if (entry.shape == Shape::NotAMap)
+            text += " in no map"_L1;
+        texts.append(text);
+    }
+    return u'{' % texts.join(", "_L1) % u'}';
+}
+
+} // namespace
+
+QString describe(const Operation &operation)
+{
+    const QString pair = pairText(operation.pair);
+    const QString layer = layerText(operation.layer);
+    switch (operation.action) {
+    case Action::SetValue:
+        return "setValue("_L1 % pair % ", "_L1 % valueText(operation.value) % ", "_L1 % layer
+                % ')'_L1;
+    case Action::RemoveValue:
+        return "removeValue("_L1 % pair % ", "_L1 % layer % ')'_L1;
+    case Action::Value:
+        return "value("_L1 % pair % ", "_L1 % valueText(operation.value) % ')'_L1;
+    case Action::Contains:
+        return "contains("_L1 % pair % ')'_L1;
+    case Action::ContainsInLayer:
+        return "contains("_L1 % pair % ", "_L1 % layer % ')'_L1;
+    case Action::StorageAvailable:
+        return "storageAvailable("_L1 % layer % ')'_L1;
+    case Action::InitStorage:
+        return "initStorage("_L1 % layer % ", "_L1 % entriesText(operation.entries) % ')'_L1;
+    case Action::ClearStorage:
+        return "clearStorage("_L1 % layer % ')'_L1;
+    case Action::AppendHandler:
+        return "appendConfigurationHandler("_L1 % roleText(operation.role) % ')'_L1;
+    case Action::RemoveHandler:
+        return "removeConfigurationHandler("_L1 % roleText(operation.role) % ')'_L1;
+    case Action::SetPersistentStoragePath:
+        return "setPersistentStoragePath("_L1 % placeText(operation.place) % ')'_L1;
+    case Action::SetAssetsPrefix:
+        return "setAssetsPrefix("_L1 % placeText(operation.place) % ')'_L1;
+    case Action::DeliverFile:
+        break;
+    }
+    return "deliver file "_L1 % QString::number(operation.file) % " for "_L1 % layer % " in "_L1
+            % placeText(operation.place);
+}
+
+QVariantMap toMap(const std::vector<Entry> &entries)
+{
+    std::map<QString, QVariantMap> groups;
+    std::map<QString, Shape> shapes;
+    for (const Entry &entry : entries) {
+        const auto &[group, key] = pairAlphabet().at(entry.pair);
+        groups[group].insert(key, valueAlphabet().at(entry.value));
+        shapes[group] = entry.shape;
+    }
+    QVariantMap map;
+    for (const auto &[group, groupEntries] : groups) {
+        switch (shapes.at(group)) {
+        case Shape::Map:
+            map.insert(group, groupEntries);
+            break;
+        case Shape::Hash: {
+            QVariantHash hash;
+            for (auto entry = groupEntries.cbegin(); entry != groupEntries.cend(); ++entry)
+                hash.insert(entry.key(), entry.value());
+            map.insert(group, hash);
+            break;
+        }
+        case Shape::NotAMap:
+            map.insert(group, 5);
+            break;
+        }
+    }
+    return map;
+}
+
+OperationReader::OperationReader(const unsigned char *bytes, std::size_t size)
+    : m_bytes(bytes), m_left(size)
+{
+}
+
+bool OperationReader::atEnd() const
+{
+    return m_left == 0;
+}
+
+/*! Reads the same fields for every action: one changed byte changes one thing. */
+Operation OperationReader::next()
+{
+    Operation operation;
+    operation.action = actionWeights.at(byte() % actionWeights.size());
+    const bool isDelivery = operation.action == Action::DeliverFile;
+    operation.layer = isDelivery ? 5 + below(3) : layer(byte());
+    operation.pair = skewed(pairAlphabet().size());
+    operation.value = skewed(valueAlphabet().size());
+    operation.file = below(fileAlphabet().size());
+    operation.role = static_cast<Role>(below(roleCount));
+    operation.place = static_cast<Place>(below(isDelivery ? 2 : placeCount));
+    if (operation.action != Action::InitStorage)
+        return operation;
+    operation.entries.resize(byte() % (maxEntries + 1));
+    for (Entry &entry : operation.entries) {
+        entry.pair = skewed(pairAlphabet().size());
+        entry.value = skewed(valueAlphabet().size());
+        const unsigned char shape = byte() % 8; // most groups are maps
+        entry.shape = shape < 6 ? Shape::Map : shape == 6 ? Shape::Hash : Shape::NotAMap;
+    }
+    return operation;
+}
+
+unsigned char OperationReader::byte()
+{
+    if (m_left == 0)
+        return 0;
+    --m_left;
+    return *m_bytes++;
+}
+
+std::size_t OperationReader::below(std::size_t count)
+{
+    return byte() % count;
+}
+
+/*! Prefers small numbers: layers are to meet over the same pairs. */
+std::size_t OperationReader::skewed(std::size_t count)
+{
+    const std::size_t random = byte();
+    return random * random * count / (256 * 256);
+}
+
+} // namespace tamsel::tests
