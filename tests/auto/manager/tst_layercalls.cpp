@@ -230,9 +230,8 @@ void tst_LayerCalls::creatingALayerWithOnePair()
     const auto rdm = makeLayer(&host, SettingsType::Rdm, u"Rdm"_s, {{u"k"_s, 1}});
     privateOf(host.manager).registerStorage(rdm);
     QCOMPARE(host.journal.take(),
-             QStringList({u"Rdm: keys"_s, u"info: Storage: Rdm initialized"_s,
-                          u"Rdm: contains g/k"_s, u"Rdm: value g/k"_s, u"Rdm: contains g/k"_s,
-                          u"info: Top value changed Rdm: g/k = '1'"_s,
+             QStringList({u"Rdm: keys"_s, u"info: Storage: Rdm initialized"_s, u"Rdm: value g/k"_s,
+                          u"Rdm: contains g/k"_s, u"info: Top value changed Rdm: g/k = '1'"_s,
                           u"handler: Rdm g/k = int(1)"_s}));
 }
 
@@ -256,8 +255,7 @@ void tst_LayerCalls::creatingALayerWithSeveralPairs()
     if (line.isEmpty())
         readForTheLine.clear(); // a line that nobody gets is not built
     QCOMPARE(host.journal.take(),
-             QStringList({u"new: keys"_s, u"info: Storage: %1 initialized"_s.arg(name),
-                          u"new: contains g/a"_s, u"new: contains g/b"_s})
+             QStringList({u"new: keys"_s, u"info: Storage: %1 initialized"_s.arg(name)})
                      + readForTheLine + line
                      + QStringList({u"new: value g/a"_s, u"handler: %1 g/a = int(1)"_s.arg(name),
                                     u"new: value g/b"_s, u"handler: %1 g/b = int(2)"_s.arg(name)}));
@@ -273,8 +271,8 @@ void tst_LayerCalls::creatingALayerBelowAnother()
     QCOMPARE(host.journal.take(),
              QStringList({u"Rdm: keys"_s, u"info: Storage: Rdm initialized"_s,
                           u"Runtime: contains g/a"_s, u"Runtime: contains g/b"_s,
-                          u"Rdm: contains g/b"_s, u"Rdm: value g/b"_s, u"Runtime: contains g/b"_s,
-                          u"Rdm: contains g/b"_s, u"info: Top value changed Rdm: g/b = '2'"_s,
+                          u"Rdm: value g/b"_s, u"Runtime: contains g/b"_s, u"Rdm: contains g/b"_s,
+                          u"info: Top value changed Rdm: g/b = '2'"_s,
                           u"handler: Rdm g/b = int(2)"_s}));
 }
 
@@ -472,16 +470,15 @@ void tst_LayerCalls::creatingHoldsTheLockOnlyToAskWhoAnswers()
     LockWatch watch;
     watch.add(SettingsType::Rdm, u"Rdm"_s, {{u"a"_s, 1}, {u"b"_s, 2}});
     QCOMPARE(watch.journal.take(),
-             QStringList({u"Rdm: keys, free"_s, u"info, free"_s, u"Rdm: contains g/a, locked"_s,
-                          u"Rdm: contains g/b, locked"_s, u"Rdm: value g/a, free"_s,
+             QStringList({u"Rdm: keys, free"_s, u"info, free"_s, u"Rdm: value g/a, free"_s,
                           u"Rdm: value g/b, free"_s, u"info, free"_s, u"Rdm: value g/a, free"_s,
                           u"handler, free"_s, u"Rdm: value g/b, free"_s, u"handler, free"_s}));
     watch.add(SettingsType::SelviDb, u"SelviDb"_s, {{u"k"_s, 1}});
     QCOMPARE(watch.journal.take(),
              QStringList({u"SelviDb: keys, free"_s, u"info, free"_s, u"Rdm: contains g/k, locked"_s,
-                          u"SelviDb: contains g/k, locked"_s, u"SelviDb: value g/k, free"_s,
-                          u"Rdm: contains g/k, locked"_s, u"SelviDb: contains g/k, locked"_s,
-                          u"debug, free"_s, u"handler, free"_s}));
+                          u"SelviDb: value g/k, free"_s, u"Rdm: contains g/k, locked"_s,
+                          u"SelviDb: contains g/k, locked"_s, u"debug, free"_s,
+                          u"handler, free"_s}));
 }
 
 void tst_LayerCalls::replacingHoldsTheLockOnlyToAskWhoAnswers()
