@@ -6,6 +6,8 @@
 #include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
 
+#include <sys/resource.h>
+
 using namespace Qt::StringLiterals;
 
 namespace tamsel::tests {
@@ -18,6 +20,13 @@ constexpr int patience = 120'000; // milliseconds; emulated programs are slow
 QStringList emulator()
 {
     return QStringLiteral(TAMSEL_TESTS_EMULATOR).split(u'|', Qt::SkipEmptyParts);
+}
+
+/*! A program that aborts, as some shall, is not to leave a file in its directory. */
+void leaveNoCoreBehind()
+{
+    const rlimit none{0, 0};
+    setrlimit(RLIMIT_CORE, &none);
 }
 
 QString endOf(const QProcess &process)
@@ -54,6 +63,7 @@ ProgramResult runProgram(const QString &program, const QStringList &arguments,
     process.setArguments(command);
     process.setWorkingDirectory(surroundings.directory);
     process.setProcessEnvironment(surroundings.environment);
+    process.setChildProcessModifier(leaveNoCoreBehind);
     process.start(QIODevice::ReadOnly);
     if (!process.waitForFinished(patience)) {
         const QString reason = process.errorString();

@@ -15,17 +15,9 @@
 
 #include <cstdio>
 
-#include <sys/resource.h>
-
 using tamsel::tests::describe;
 
 namespace {
-
-void leaveNoCoreBehind()
-{
-    const rlimit none{0, 0};
-    setrlimit(RLIMIT_CORE, &none);
-}
 
 void print(const char *heading, const QVariantMap &groups)
 {
@@ -44,7 +36,6 @@ void print(const char *heading, const QVariantMap &groups)
 
 int main(int argc, char **argv)
 {
-    leaveNoCoreBehind();
     QCoreApplication::setApplicationName(QStringLiteral("helper"));
     QCoreApplication::setApplicationVersion(QStringLiteral("4.5.6-helper"));
     {
