@@ -11,7 +11,7 @@ namespace tamsel {
 
 namespace {
 
-// Built at load and only read afterwards, from any thread.
+// Built at load and only read afterwards, from any thread. clazy:excludeall=non-pod-global-static
 const QString loggingGroup = u"Logging"_s;
 const QString levelKey = u"level"_s;
 const QString blacklistKey = u"blacklist"_s;

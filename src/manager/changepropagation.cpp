@@ -59,7 +59,8 @@ QLatin1StringView typeName(SettingsType type)
 void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QString &group,
                                                  const QString &key, const QVariant &value)
 {
-    const QVariant reported = value; // a handler may change the variable behind the reference
+    // A handler may change the variable behind the reference.
+    const QVariant reported = value; // NOLINT(performance-unnecessary-copy-initialization)
     const AbstractStorage *top = topStorage(group, key);
 
     if (!top) {

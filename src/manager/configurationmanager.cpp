@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 namespace tamsel {
 
 namespace {
-ConfigurationManager *publishedManager = nullptr;
+ConfigurationManager *publishedManager = nullptr; // NOLINT(*-non-const-global-variables)
 } // namespace
 
 ConfigurationManagerPrivate::ConfigurationManagerPrivate(ConfigurationManager *facade,
@@ -92,7 +92,7 @@ bool ConfigurationManager::contains(const QString &group, const QString &key,
                                     SettingsType type) const
 {
     const AbstractStorage *storage = d->findStorage(type);
-    return storage && storage->contains(group, key);
+    return storage != nullptr && storage->contains(group, key);
 }
 
 void ConfigurationManager::setValue(const QString &group, const QString &key, const QVariant &value,
@@ -114,7 +114,7 @@ void ConfigurationManager::removeValue(const QString &group, const QString &key,
 bool ConfigurationManager::storageAvailable(SettingsType type) const
 {
     const AbstractStorage *storage = d->findStorage(type);
-    return storage && storage->isAvailable();
+    return storage != nullptr && storage->isAvailable();
 }
 
 void ConfigurationManager::initStorage(SettingsType type, const QMap<QString, QVariant> &values)

@@ -175,9 +175,9 @@ void ConfigurationManagerPrivate::placeStorage(const QSharedPointer<AbstractStor
         return other->type() == type || rank < priorityOf(other->type());
     };
     const QMutexLocker locker(&mutex);
-    const auto place = std::find_if(storages.begin(), storages.end(), isItsPlace);
-    if (place != storages.end() && (*place)->type() == type)
-        *place = storage;
+    const auto place = std::find_if(storages.cbegin(), storages.cend(), isItsPlace);
+    if (place != storages.cend() && (*place)->type() == type)
+        storages.replace(std::distance(storages.cbegin(), place), storage);
     else
         storages.insert(place, storage);
 }

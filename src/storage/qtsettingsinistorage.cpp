@@ -25,6 +25,7 @@ public:
         m_text.append(u'/');
         m_text.append(key.cbegin(), key.size());
     }
+    // NOLINTNEXTLINE(google-explicit-constructor): passed where QSettings takes a view
     operator QAnyStringView() const { return QStringView(m_text.cbegin(), m_text.cend()); }
 
 private:

@@ -24,7 +24,7 @@ public:
             m_entries = &m_converted;
         }
     }
-    explicit operator bool() const { return m_entries; }
+    explicit operator bool() const { return m_entries != nullptr; }
     const QVariantMap *operator->() const { return m_entries; }
 
 private:
