@@ -13,15 +13,26 @@ need()
     done
     ((${#missing[@]})) || return 0
 
+    if ! command -v apt-get >/dev/null; then
+        echo "this machine has no apt-get; what is needed is, by Debian's names: ${missing[*]}" >&2
+        return 1
+    fi
     local root=()
     ((EUID == 0)) || root=(sudo)
+    if ((EUID != 0)) && ! command -v sudo >/dev/null; then
+        echo "neither root nor sudo to install ${missing[*]}" >&2
+        return 1
+    fi
     echo "installing ${missing[*]}" >&2
+    local install=("${root[@]}" env DEBIAN_FRONTEND=noninteractive
+        apt-get install -qq --no-install-recommends "${missing[@]}")
     # The lists are fetched only where they do not lead to the packages: that takes longest.
-    "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -qq --no-install-recommends "${missing[@]}" >&2 && return 0
-    "${root[@]}" apt-get update -qq >&2
-    "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -qq --no-install-recommends "${missing[@]}" >&2
+    if "${install[@]}" --download-only >/dev/null 2>&1; then
+        "${install[@]}" >&2
+    else
+        "${root[@]}" apt-get update -qq >&2
+        "${install[@]}" >&2
+    fi
 }
 
 # What the README's commands need beyond git and a shell.
