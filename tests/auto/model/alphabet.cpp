@@ -89,6 +89,14 @@ const std::vector<IniFile> &fileAlphabet()
             // The two entries of the middle are listed as one pair, twice.
             {"[a]\nb\\c=1\nx\\c=2\n[General]\nk=en\n[k]\nk=\n",
              {{u"a/b/c"_s, u"1"_s}, {u"a/x/c"_s, u"2"_s}, {u"k"_s, u"en"_s}, {u"k/k"_s, u""_s}}},
+            // Listed out of order: g/g before g/K, a/y before a/c.
+            {"[General]\ng=1\n[g]\nK=1\nk=1\n[a]\nb\\y=1\nb=1\nc=1\n",
+             {{u"g"_s, u"1"_s},
+              {u"g/K"_s, u"1"_s},
+              {u"g/k"_s, u"1"_s},
+              {u"a/b/y"_s, u"1"_s},
+              {u"a/b"_s, u"1"_s},
+              {u"a/c"_s, u"1"_s}}},
             {"[g]\nk=@Invalid()\n", {{u"g/k"_s, QVariant()}}},
             {"[g]\nk=1\n[G\nk=2\n", {{u"g/k"_s, u"1"_s}, {u"G/k"_s, u"2"_s}}, false},
     };

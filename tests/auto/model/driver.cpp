@@ -99,10 +99,8 @@ QLatin1StringView text(bool answer)
 template <typename Manager> Driver<Manager>::Driver(const QString &root) : m_root(root)
 {
     prepare(m_manager, path(Place::Unwritable));
-    m_persistentStoragePath = path(Place::First);
-    m_assetsPrefix = path(Place::First);
-    m_manager.setPersistentStoragePath(m_persistentStoragePath);
-    m_manager.setAssetsPrefix(m_assetsPrefix);
+    goTo(SettingsType::CustomConfPersistent, Place::First);
+    goTo(SettingsType::RavonaConfDefault, Place::First);
 
     m_handlers = {
             std::make_unique<RecordingHandler>(&m_journal, u"recorder"_s),
@@ -126,6 +124,7 @@ template <typename Manager> Driver<Manager>::Driver(const QString &root) : m_roo
     };
     handler(Role::Leaves).reaction
             = [this](SettingsType, const QString &, const QString &, const QVariant &) {
+                  m_value = u"overwritten"_s; // those behind hear of what was written
                   m_manager.removeConfigurationHandler(&handler(Role::Leaves));
               };
     handler(Role::TogglesAnother).reaction
@@ -144,7 +143,8 @@ template <typename Manager> QStringList Driver<Manager>::apply(const Operation &
     const QVariant &value = valueAlphabet().at(operation.value);
     switch (operation.action) {
     case Action::SetValue:
-        m_manager.setValue(group, key, value, type);
+        m_value = value;
+        m_manager.setValue(group, key, m_value, type);
         break;
     case Action::RemoveValue:
         m_manager.removeValue(group, key, type);
@@ -177,12 +177,10 @@ template <typename Manager> QStringList Driver<Manager>::apply(const Operation &
                       % text(m_manager.removeConfigurationHandler(&handler(operation.role))));
         break;
     case Action::SetPersistentStoragePath:
-        m_persistentStoragePath = path(operation.place);
-        m_manager.setPersistentStoragePath(m_persistentStoragePath);
+        goTo(SettingsType::CustomConfPersistent, operation.place);
         break;
     case Action::SetAssetsPrefix:
-        m_assetsPrefix = path(operation.place);
-        m_manager.setAssetsPrefix(m_assetsPrefix);
+        goTo(SettingsType::RavonaConfDefault, operation.place);
         break;
     case Action::DeliverFile:
         deliverFile(operation);
@@ -209,6 +207,18 @@ template <typename Manager> QString Driver<Manager>::path(Place place) const
     return m_root + "file/"_L1;
 }
 
+/*! Sets the prefix from which the file of \a type is made. */
+template <typename Manager> void Driver<Manager>::goTo(SettingsType type, Place place)
+{
+    if (type == SettingsType::RavonaConfDefault) {
+        m_assetsPrefix = path(place);
+        m_manager.setAssetsPrefix(m_assetsPrefix);
+    } else {
+        m_persistentStoragePath = path(place);
+        m_manager.setPersistentStoragePath(m_persistentStoragePath);
+    }
+}
+
 template <typename Manager>
 void Driver<Manager>::initStorage(SettingsType type, const QVariantMap &values)
 {
@@ -225,7 +235,7 @@ void Driver<Manager>::initStorage(SettingsType type, const QVariantMap &values)
 }
 
 /*!
- * Only where nobody has the file open: when QSettings looks at an open file again, and how it mixes
+ * Delivers only where nobody has the file open: when QSettings looks at an open file again, and how it mixes
  * what it finds there with changes of its own, is up to QSettings.
  */
 template <typename Manager> void Driver<Manager>::deliverFile(const Operation &operation)
@@ -238,6 +248,7 @@ template <typename Manager> void Driver<Manager>::deliverFile(const Operation &o
     const auto openFile = m_openFiles.find(type);
     if (openFile == m_openFiles.end() || openFile->second != filePath)
         putFile(m_manager, filePath, fileAlphabet().at(operation.file));
+    goTo(type, operation.place);
 }
 
 template class Driver<ConfigurationManager>;

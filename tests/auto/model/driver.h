@@ -39,6 +39,7 @@ private:
 
     RecordingHandler &handler(Role role);
     QString path(Place place) const;
+    void goTo(SettingsType type, Place place);
     void initStorage(SettingsType type, const QVariantMap &values);
     void deliverFile(const Operation &operation);
 
@@ -46,6 +47,7 @@ private:
     Journal m_journal;
     RecordingLogger m_logger{&m_journal};
     std::array<std::unique_ptr<RecordingHandler>, roleCount> m_handlers;
+    QVariant m_value; // the variable whose value is written, within reach of the handlers
     std::map<SettingsType, QString> m_openFiles;
     QString m_persistentStoragePath;
     QString m_assetsPrefix;

@@ -488,8 +488,11 @@ void Model::report(SettingsType type, const ModelLayer &layer, const std::vector
         tellHandlers(type, pair, layer.value(pair));
 }
 
-/*! A layer holds another value for a pair, or with an invalid \a value, none any more. */
-void Model::changed(SettingsType type, const Pair &pair, const QVariant &value)
+/*!
+ * A layer holds another value for a pair, or with an invalid \a value, none any more. Handlers hear
+ * of a copy: they may overwrite the caller's variable.
+ */
+void Model::changed(SettingsType type, const Pair &pair, QVariant value)
 {
     const auto top = std::find_if(m_layers.begin(), m_layers.end(), [&pair](const auto &layer) {
         return layer.second->contains(pair);
@@ -502,19 +505,18 @@ void Model::changed(SettingsType type, const Pair &pair, const QVariant &value)
 
     const std::size_t topRank = top->first;
     SettingsType visibleType = type;
-    QVariant visibleValue = value;
     if (!value.isValid()) {
         if (topRank <= rankOf(type))
             return;
         visibleType = byRank.at(topRank);
-        visibleValue = top->second->value(pair).toString();
+        value = top->second->value(pair).toString();
     } else if (topRank != rankOf(type)) {
         return;
     }
     log(type,
         u"Top value changed "_s + nameOf(visibleType) + u": "_s + pair.first + u'/' + pair.second
-                + u" = '"_s + visibleValue.toString() + u'\'');
-    tellHandlers(visibleType, pair, visibleValue);
+                + u" = '"_s + value.toString() + u'\'');
+    tellHandlers(visibleType, pair, value);
 }
 
 void Model::log(SettingsType type, const QString &message) const

@@ -77,7 +77,7 @@ private:
     void replaceLayer(SettingsType type, const std::shared_ptr<ModelLayer> &layer);
     void report(SettingsType type, const ModelLayer &layer, const std::vector<Pair> &candidates);
 
-    void changed(SettingsType type, const Pair &pair, const QVariant &value);
+    void changed(SettingsType type, const Pair &pair, QVariant value);
     void log(SettingsType type, const QString &message) const;
     void tellHandlers(SettingsType type, const Pair &pair, const QVariant &value) const;
     bool isRegistered(int number) const;

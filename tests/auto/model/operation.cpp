@@ -163,8 +163,8 @@ QString describe(const Operation &operation)
     case Action::DeliverFile:
         break;
     }
-    return "deliver file "_L1 % QString::number(operation.file) % " for "_L1 % layer % " in "_L1
-            % placeText(operation.place);
+    return "deliver file "_L1 % QString::number(operation.file) % " for "_L1 % layer % " to "_L1
+            % placeText(operation.place) % " and go there"_L1;
 }
 
 QVariantMap toMap(const std::vector<Entry> &entries)

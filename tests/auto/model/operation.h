@@ -25,7 +25,7 @@ enum class Action {
     RemoveHandler,
     SetPersistentStoragePath,
     SetAssetsPrefix,
-    DeliverFile, // somebody else puts a file in the place of that of a layer
+    DeliverFile, // somebody else puts a file for a layer into a place, and the manager is sent there
 };
 
 /*! What a group of the map given to initStorage() is. */
