@@ -86,10 +86,14 @@ const std::vector<IniFile> &fileAlphabet()
               {u"a/b/c"_s, u"1"_s},
               {u"a/c"_s, u"near"_s},
               {u"General/k"_s, u"1"_s}}},
-            // The two entries of the middle are listed as one pair, twice.
-            {"[a]\nb\\c=1\nx\\c=2\n[General]\nk=en\n[k]\nk=\n",
-             {{u"a/b/c"_s, u"1"_s}, {u"a/x/c"_s, u"2"_s}, {u"k"_s, u"en"_s}, {u"k/k"_s, u""_s}}},
-            // Listed out of order: g/g before g/K, a/y before a/c.
+            // Two entries are listed as a/c. The list is out of order: g/g comes before g/K.
+            {"[a]\nb\\c=1\nx\\c=2\n[General]\nk=en\ng=2\n[g]\nK=1\n",
+             {{u"a/b/c"_s, u"1"_s},
+              {u"a/x/c"_s, u"2"_s},
+              {u"k"_s, u"en"_s},
+              {u"g"_s, u"2"_s},
+              {u"g/K"_s, u"1"_s}}},
+            // Out of order as well, at a/y and a/c too.
             {"[General]\ng=1\n[g]\nK=1\nk=1\n[a]\nb\\y=1\nb=1\nc=1\n",
              {{u"g"_s, u"1"_s},
               {u"g/K"_s, u"1"_s},

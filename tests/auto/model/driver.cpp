@@ -235,8 +235,8 @@ void Driver<Manager>::initStorage(SettingsType type, const QVariantMap &values)
 }
 
 /*!
- * Delivers only where nobody has the file open: when QSettings looks at an open file again, and how it mixes
- * what it finds there with changes of its own, is up to QSettings.
+ * Delivers only where nobody has the file open: when QSettings looks at an open file again, and how
+ * it mixes what it finds there with changes of its own, is up to QSettings.
  */
 template <typename Manager> void Driver<Manager>::deliverFile(const Operation &operation)
 {
@@ -249,6 +249,7 @@ template <typename Manager> void Driver<Manager>::deliverFile(const Operation &o
     if (openFile == m_openFiles.end() || openFile->second != filePath)
         putFile(m_manager, filePath, fileAlphabet().at(operation.file));
     goTo(type, operation.place);
+    initStorage(type, {});
 }
 
 template class Driver<ConfigurationManager>;

@@ -21,38 +21,22 @@ namespace {
 
 // How often each action comes up, in 32.
 constexpr std::array<Action, 32> actionWeights{
-        Action::SetValue,
-        Action::SetValue,
-        Action::SetValue,
-        Action::SetValue,
-        Action::SetValue,
-        Action::SetValue,
-        Action::SetValue,
-        Action::RemoveValue,
-        Action::RemoveValue,
-        Action::RemoveValue,
-        Action::RemoveValue,
-        Action::InitStorage,
-        Action::InitStorage,
-        Action::InitStorage,
-        Action::InitStorage,
-        Action::InitStorage,
-        Action::InitStorage,
-        Action::InitStorage,
-        Action::ClearStorage,
-        Action::ClearStorage,
-        Action::ClearStorage,
-        Action::Value,
-        Action::Contains,
-        Action::ContainsInLayer,
-        Action::StorageAvailable,
-        Action::AppendHandler,
-        Action::RemoveHandler,
-        Action::SetPersistentStoragePath,
-        Action::SetPersistentStoragePath,
-        Action::SetAssetsPrefix,
-        Action::DeliverFile,
-        Action::DeliverFile,
+        Action::SetValue,         Action::SetValue,
+        Action::SetValue,         Action::SetValue,
+        Action::SetValue,         Action::SetValue,
+        Action::SetValue,         Action::RemoveValue,
+        Action::RemoveValue,      Action::RemoveValue,
+        Action::RemoveValue,      Action::InitStorage,
+        Action::InitStorage,      Action::InitStorage,
+        Action::InitStorage,      Action::InitStorage,
+        Action::InitStorage,      Action::InitStorage,
+        Action::ClearStorage,     Action::ClearStorage,
+        Action::ClearStorage,     Action::Value,
+        Action::Contains,         Action::ContainsInLayer,
+        Action::StorageAvailable, Action::AppendHandler,
+        Action::RemoveHandler,    Action::SetPersistentStoragePath,
+        Action::SetAssetsPrefix,  Action::DeliverFile,
+        Action::DeliverFile,      Action::DeliverFile,
 };
 
 constexpr std::size_t maxEntries = 6;
@@ -164,7 +148,7 @@ QString describe(const Operation &operation)
         break;
     }
     return "deliver file "_L1 % QString::number(operation.file) % " for "_L1 % layer % " to "_L1
-            % placeText(operation.place) % " and go there"_L1;
+            % placeText(operation.place) % " and init it"_L1;
 }
 
 QVariantMap toMap(const std::vector<Entry> &entries)

@@ -25,7 +25,7 @@ enum class Action {
     RemoveHandler,
     SetPersistentStoragePath,
     SetAssetsPrefix,
-    DeliverFile, // somebody else puts a file for a layer into a place, and the manager is sent there
+    DeliverFile, // somebody else puts a file into a place, and a layer is created from it
 };
 
 /*! What a group of the map given to initStorage() is. */
