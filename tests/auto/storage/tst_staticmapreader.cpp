@@ -1,0 +1,552 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "storage/staticmapreader.h"
+
+#include "journal.h"
+#include "recordinghandler.h"
+#include "recordinglogger.h"
+#include "storagetesting.h"
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QRegularExpression>
+#include <QtTest/QTest>
+
+#include <map>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+using namespace tamsel;
+using namespace tamsel::tests;
+using namespace Qt::StringLiterals;
+
+static_assert(std::is_base_of_v<AbstractStorage, StaticMapReader>);
+static_assert(std::has_virtual_destructor_v<StaticMapReader>);
+static_assert(std::is_nothrow_destructible_v<StaticMapReader>);
+static_assert(!std::is_copy_constructible_v<StaticMapReader>);
+static_assert(!std::is_move_constructible_v<StaticMapReader>);
+static_assert(!std::is_copy_assignable_v<StaticMapReader>);
+static_assert(!std::is_move_assignable_v<StaticMapReader>);
+
+namespace {
+
+/*! A layer over a map, whose log and notifications end up in one journal. */
+struct Layer
+{
+    explicit Layer(const QVariantMap &values)
+        : storage(std::make_unique<StaticMapReader>(SettingsType::Rdm, &handler, &logger, values))
+    {
+    }
+
+    Journal journal;
+    RecordingHandler handler{&journal};
+    RecordingLogger logger{&journal};
+    std::unique_ptr<AbstractStorage> storage;
+};
+
+/*! Becomes a map when a test says how. */
+struct Convertible
+{
+    int number = 0;
+};
+
+/*! As Convertible, for a test that adds the conversion late. */
+struct LateConvertible
+{
+};
+
+enum class Level { Off = 0 };
+
+} // namespace
+
+class tst_StaticMapReader : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+
+    void itKeepsWhatItWasBuiltWith_data();
+    void itKeepsWhatItWasBuiltWith();
+    void anEmptyMapIsAnAvailableEmptyLayer();
+    void itHoldsTheEntriesOfEachGroup();
+    void aValueKeepsItsType_data();
+    void aValueKeepsItsType();
+    void anEntryMayBeInvalid();
+    void namesAreCaseSensitive();
+    void keysAreSortedByGroupAndThenByKey();
+    void keysOfAConvertedGroupAreSortedToo();
+
+    void whateverConvertsToAMapIsAGroup_data();
+    void whateverConvertsToAMapIsAGroup();
+    void aTypeThatConvertsIsAGroupEvenWhenTheValueHasNoEntries_data();
+    void aTypeThatConvertsIsAGroupEvenWhenTheValueHasNoEntries();
+    void whateverDoesNotConvertIsInvisible_data();
+    void whateverDoesNotConvertIsInvisible();
+    void everyReadConvertsAfresh();
+    void aConversionMayComeLate();
+
+    void aWriteIsRefused_data();
+    void aWriteIsRefused();
+    void aRemovalIsRefused_data();
+    void aRemovalIsRefused();
+    void nobodyIsEverNotified();
+    void aHandlerIsNotNeeded();
+
+    void theHostsChangesDoNotReachTheLayer();
+    void changesOfAnAnswerDoNotReachTheLayer();
+    void theMapIsSharedAndReleased();
+    void severalThreadsMayRead();
+};
+
+void tst_StaticMapReader::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".*"_s));
+}
+
+void tst_StaticMapReader::itKeepsWhatItWasBuiltWith_data()
+{
+    QTest::addColumn<SettingsType>("type");
+    QTest::newRow("CommandLineArgs") << SettingsType::CommandLineArgs;
+    QTest::newRow("Rdm") << SettingsType::Rdm;
+    QTest::newRow("FeatureKeys") << SettingsType::FeatureKeys;
+}
+
+void tst_StaticMapReader::itKeepsWhatItWasBuiltWith()
+{
+    QFETCH(SettingsType, type);
+    Journal journal;
+    RecordingHandler handler(&journal);
+    RecordingLogger logger(&journal);
+    StaticMapReader storage(type, &handler, &logger, {});
+    QCOMPARE(storage.type(), type);
+    QCOMPARE(storage.logger(), &logger);
+    storage.setValue(u"g"_s, u"k"_s, 1);
+    QCOMPARE(journal.take(), QStringList(u"error: The storage doesn't support writing!"_s));
+}
+
+void tst_StaticMapReader::anEmptyMapIsAnAvailableEmptyLayer()
+{
+    Layer layer({});
+    QVERIFY(layer.storage->isAvailable());
+    QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
+    QVERIFY(!layer.storage->value(u"g"_s, u"k"_s).isValid());
+    QVERIFY(!layer.storage->contains(QString(), QString()));
+    QVERIFY(!layer.storage->value(QString(), QString()).isValid());
+    QCOMPARE(layer.storage->keys(), KeyList());
+    QCOMPARE(layer.journal.take(), QStringList());
+}
+
+void tst_StaticMapReader::itHoldsTheEntriesOfEachGroup()
+{
+    const Layer layer({{u"ui"_s, QVariantMap{{u"lang"_s, u"en"_s}, {u"size"_s, 5}}},
+                       {u"audio"_s, QVariantMap{{u"lang"_s, u"de"_s}}},
+                       {u"empty"_s, QVariantMap()}});
+    const AbstractStorage &storage = *layer.storage;
+    QVERIFY(storage.isAvailable());
+    QCOMPARE(storage.keys(),
+             KeyList({{u"audio"_s, u"lang"_s}, {u"ui"_s, u"lang"_s}, {u"ui"_s, u"size"_s}}));
+    QVERIFY(storage.contains(u"ui"_s, u"lang"_s));
+    QCOMPARE(shown(storage.value(u"ui"_s, u"lang"_s)), shown(u"en"_s));
+    QVERIFY(storage.contains(u"audio"_s, u"lang"_s));
+    QCOMPARE(shown(storage.value(u"audio"_s, u"lang"_s)), shown(u"de"_s));
+    QVERIFY(storage.contains(u"ui"_s, u"size"_s));
+    QCOMPARE(shown(storage.value(u"ui"_s, u"size"_s)), shown(5));
+
+    for (const auto &[group, key] : KeyList({{u"audio"_s, u"size"_s},
+                                             {u"empty"_s, u"lang"_s},
+                                             {u"other"_s, u"lang"_s},
+                                             {u"lang"_s, u"ui"_s},
+                                             {u"ui"_s, u""_s},
+                                             {u""_s, u"lang"_s},
+                                             {u""_s, u"ui/lang"_s}})) {
+        QVERIFY(!storage.contains(group, key));
+        QCOMPARE(shown(storage.value(group, key)), shown(QVariant()));
+    }
+}
+
+void tst_StaticMapReader::aValueKeepsItsType_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::newRow("text") << QVariant(u"en"_s);
+    QTest::newRow("empty text") << QVariant(u""_s);
+    QTest::newRow("null text") << QVariant(QString());
+    QTest::newRow("number") << QVariant(5);
+    QTest::newRow("large number") << QVariant(Q_INT64_C(-5'000'000'000));
+    QTest::newRow("fraction") << QVariant(0.5);
+    QTest::newRow("truth") << QVariant(false);
+    QTest::newRow("bytes") << QVariant(QByteArray("\0\xff", 2));
+    QTest::newRow("list") << QVariant(QVariantList{1, u"two"_s, QVariant()});
+    QTest::newRow("map") << QVariant(QVariantMap{{u"a"_s, 1}});
+    QTest::newRow("null number") << QVariant(QMetaType::fromType<int>());
+    QTest::newRow("layer") << QVariant::fromValue(SettingsType::Rdm);
+}
+
+void tst_StaticMapReader::aValueKeepsItsType()
+{
+    QFETCH(QVariant, value);
+    const QVariantMap entries{{u"k"_s, value}};
+    const QVariantHash hashed{{u"k"_s, value}};
+    const Layer layer({{u"map"_s, entries}, {u"hash"_s, hashed}});
+    for (const QString &group : {u"map"_s, u"hash"_s}) {
+        QVERIFY(layer.storage->contains(group, u"k"_s));
+        const QVariant read = layer.storage->value(group, u"k"_s);
+        QCOMPARE(shown(read), shown(value));
+        QCOMPARE(read.isNull(), value.isNull());
+        QCOMPARE(read.toString().isNull(), value.toString().isNull());
+    }
+}
+
+void tst_StaticMapReader::anEntryMayBeInvalid()
+{
+    Layer layer({{u"g"_s, QVariantMap{{u"k"_s, QVariant()}}},
+                 {u"h"_s, QVariantHash{{u"k"_s, QVariant()}}}});
+    for (const QString &group : {u"g"_s, u"h"_s}) {
+        QVERIFY(layer.storage->contains(group, u"k"_s));
+        QCOMPARE(shown(layer.storage->value(group, u"k"_s)), shown(QVariant()));
+        QVERIFY(!layer.storage->contains(group, u"l"_s));
+    }
+    QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}, {u"h"_s, u"k"_s}}));
+}
+
+void tst_StaticMapReader::namesAreCaseSensitive()
+{
+    const Layer layer({{u"Logging"_s, QVariantMap{{u"Level"_s, 1}}}});
+    QVERIFY(layer.storage->contains(u"Logging"_s, u"Level"_s));
+    QVERIFY(!layer.storage->contains(u"Logging"_s, u"level"_s));
+    QVERIFY(!layer.storage->contains(u"logging"_s, u"Level"_s));
+    QVERIFY(!layer.storage->value(u"Logging"_s, u"level"_s).isValid());
+    QVERIFY(!layer.storage->value(u"logging"_s, u"Level"_s).isValid());
+}
+
+void tst_StaticMapReader::keysAreSortedByGroupAndThenByKey()
+{
+    // The order is that of UTF-16 code units: upper case before lower case, and a character beyond
+    // U+FFFF (made of surrogates) before U+FF21.
+    const QStringList sorted{u""_s,  u"10"_s, u"9"_s,      u"B"_s,          u"Ba"_s,
+                             u"a"_s, u"b"_s,  u"\u00E4"_s, u"\U0001F600"_s, u"\uFF21"_s};
+    QVariantMap entries;
+    for (const QString &key : sorted)
+        entries.insert(key, 1);
+    QVariantMap values;
+    KeyList expected;
+    for (const QString &group : sorted) {
+        values.insert(group, entries);
+        for (const QString &key : sorted)
+            expected.append({group, key});
+    }
+    QCOMPARE(Layer(values).storage->keys(), expected);
+}
+
+void tst_StaticMapReader::keysOfAConvertedGroupAreSortedToo()
+{
+    QVariantHash entries;
+    KeyList expected;
+    for (char16_t letter = u'a'; letter <= u'z'; ++letter) {
+        entries.insert(QString(letter), 1);
+        expected.append({u"g"_s, QString(letter)});
+    }
+    entries.insert(u"B"_s, 1);
+    expected.prepend({u"g"_s, u"B"_s});
+    QCOMPARE(Layer({{u"g"_s, entries}}).storage->keys(), expected);
+}
+
+void tst_StaticMapReader::whateverConvertsToAMapIsAGroup_data()
+{
+    QTest::addColumn<QVariant>("group");
+    QTest::addColumn<QVariant>("value");
+    const QVariant number = 5;
+    QTest::newRow("QVariantMap") << QVariant(QVariantMap{{u"k"_s, 5}}) << number;
+    QTest::newRow("QVariantHash") << QVariant(QVariantHash{{u"k"_s, 5}}) << number;
+    QTest::newRow("QMap<QString, int>")
+            << QVariant::fromValue(QMap<QString, int>{{u"k"_s, 5}}) << number;
+    QTest::newRow("QHash<QString, QString>")
+            << QVariant::fromValue(QHash<QString, QString>{{u"k"_s, u"en"_s}}) << QVariant(u"en"_s);
+    QTest::newRow("std::map<QString, QVariant>")
+            << QVariant::fromValue(std::map<QString, QVariant>{{u"k"_s, 5}}) << number;
+    QTest::newRow("QJsonObject") << QVariant(QJsonObject{{u"k"_s, u"en"_s}}) << QVariant(u"en"_s);
+    QTest::newRow("QJsonValue of an object")
+            << QVariant(QJsonValue(QJsonObject{{u"k"_s, u"en"_s}})) << QVariant(u"en"_s);
+}
+
+void tst_StaticMapReader::whateverConvertsToAMapIsAGroup()
+{
+    QFETCH(QVariant, group);
+    QFETCH(QVariant, value);
+    Layer layer({{u"g"_s, group}, {u"z"_s, QVariantMap{{u"k"_s, 1}}}});
+    QVERIFY(layer.storage->contains(u"g"_s, u"k"_s));
+    QVERIFY(!layer.storage->contains(u"g"_s, u"l"_s));
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(value));
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"l"_s)), shown(QVariant()));
+    QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}, {u"z"_s, u"k"_s}}));
+    QCOMPARE(layer.journal.take(), QStringList());
+}
+
+void tst_StaticMapReader::aTypeThatConvertsIsAGroupEvenWhenTheValueHasNoEntries_data()
+{
+    QTest::addColumn<QVariant>("group");
+    QTest::newRow("null QVariantMap") << QVariant(QMetaType::fromType<QVariantMap>());
+    QTest::newRow("empty QVariantMap") << QVariant(QVariantMap());
+    QTest::newRow("null QVariantHash") << QVariant(QMetaType::fromType<QVariantHash>());
+    QTest::newRow("QJsonValue of a number") << QVariant(QJsonValue(5));
+}
+
+void tst_StaticMapReader::aTypeThatConvertsIsAGroupEvenWhenTheValueHasNoEntries()
+{
+    QFETCH(QVariant, group);
+    Layer layer({{u"g"_s, group}, {u"z"_s, QVariantMap{{u"k"_s, 1}}}});
+    QVERIFY(layer.storage->isAvailable());
+    QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
+    QVERIFY(!layer.storage->contains(u"g"_s, QString()));
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(QVariant()));
+    QCOMPARE(layer.storage->keys(), KeyList({{u"z"_s, u"k"_s}}));
+    QCOMPARE(layer.journal.take(), QStringList());
+}
+
+void tst_StaticMapReader::whateverDoesNotConvertIsInvisible_data()
+{
+    QTest::addColumn<QVariant>("group");
+    QTest::newRow("number") << QVariant(4);
+    QTest::newRow("text") << QVariant(u"k"_s);
+    QTest::newRow("text of a map") << QVariant(u"{\"k\": 1}"_s);
+    QTest::newRow("bytes") << QVariant(QByteArray("k"));
+    QTest::newRow("list of texts") << QVariant(QStringList{u"k"_s, u"l"_s});
+    QTest::newRow("list of a map") << QVariant(QVariantList{QVariantMap{{u"k"_s, 1}}});
+    QTest::newRow("enumerator") << QVariant::fromValue(Level::Off);
+    QTest::newRow("type without conversions") << QVariant::fromValue(LateConvertible());
+    QTest::newRow("null pointer") << QVariant::fromValue(nullptr);
+    QTest::newRow("map that may hold a key twice")
+            << QVariant::fromValue(QMultiMap<QString, QVariant>{{u"k"_s, 1}});
+    QTest::newRow("invalid") << QVariant();
+}
+
+void tst_StaticMapReader::whateverDoesNotConvertIsInvisible()
+{
+    QFETCH(QVariant, group);
+    Layer layer({{u"a"_s, QVariantMap{{u"k"_s, 1}}},
+                 {u"g"_s, group},
+                 {u"z"_s, QVariantMap{{u"k"_s, 2}}}});
+    QVERIFY(layer.storage->isAvailable());
+    QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
+    QVERIFY(!layer.storage->contains(u"g"_s, QString()));
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(QVariant()));
+    QCOMPARE(shown(layer.storage->value(u"g"_s, QString())), shown(QVariant()));
+    QCOMPARE(layer.storage->keys(), KeyList({{u"a"_s, u"k"_s}, {u"z"_s, u"k"_s}}));
+    QCOMPARE(layer.journal.take(), QStringList());
+}
+
+void tst_StaticMapReader::everyReadConvertsAfresh()
+{
+    int conversions = 0;
+    QVERIFY((QMetaType::registerConverter<Convertible, QVariantMap>(
+            [&conversions](const Convertible &group) {
+                ++conversions;
+                return QVariantMap{{u"number"_s, group.number}, {u"time"_s, conversions}};
+            })));
+    const auto unregister = qScopeGuard([] {
+        QMetaType::unregisterConverterFunction(QMetaType::fromType<Convertible>(),
+                                               QMetaType::fromType<QVariantMap>());
+    });
+    Layer layer({{u"g"_s, QVariant::fromValue(Convertible{7})}});
+    QCOMPARE(conversions, 0);
+    QVERIFY(layer.storage->contains(u"g"_s, u"number"_s));
+    QCOMPARE(conversions, 1);
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"number"_s)), shown(7));
+    QCOMPARE(conversions, 2);
+    QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"number"_s}, {u"g"_s, u"time"_s}}));
+    QCOMPARE(conversions, 3);
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"time"_s)), shown(4));
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"time"_s)), shown(5));
+    QVERIFY(!layer.storage->contains(u"other"_s, u"time"_s));
+    QCOMPARE(conversions, 5);
+}
+
+void tst_StaticMapReader::aConversionMayComeLate()
+{
+    Layer layer({{u"g"_s, QVariant::fromValue(LateConvertible())}});
+    QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
+    QCOMPARE(layer.storage->keys(), KeyList());
+    {
+        QVERIFY((QMetaType::registerConverter<LateConvertible, QVariantMap>(
+                [](const LateConvertible &) {
+                    return QVariantMap{{u"k"_s, 1}};
+                })));
+        const auto unregister = qScopeGuard([] {
+            QMetaType::unregisterConverterFunction(QMetaType::fromType<LateConvertible>(),
+                                                   QMetaType::fromType<QVariantMap>());
+        });
+        QVERIFY(layer.storage->contains(u"g"_s, u"k"_s));
+        QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(1));
+        QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}}));
+    }
+    QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
+    QCOMPARE(layer.storage->keys(), KeyList());
+}
+
+void tst_StaticMapReader::aWriteIsRefused_data()
+{
+    QTest::addColumn<QString>("group");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::newRow("other value") << u"g"_s << u"k"_s << QVariant(2);
+    QTest::newRow("same value") << u"g"_s << u"k"_s << QVariant(1);
+    QTest::newRow("invalid value") << u"g"_s << u"k"_s << QVariant();
+    QTest::newRow("new key") << u"g"_s << u"new"_s << QVariant(2);
+    QTest::newRow("new group") << u"new"_s << u"k"_s << QVariant(2);
+    QTest::newRow("entry that is no group") << u"number"_s << u"k"_s << QVariant(2);
+    QTest::newRow("per cent signs") << u"%1"_s << u"%2"_s << QVariant(u"%3"_s);
+}
+
+void tst_StaticMapReader::aWriteIsRefused()
+{
+    QFETCH(QString, group);
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    Layer layer({{u"g"_s, QVariantMap{{u"k"_s, 1}}}, {u"number"_s, 4}});
+    const bool held = layer.storage->contains(group, key);
+    const QString before = shown(layer.storage->value(group, key));
+    layer.storage->setValue(group, key, value);
+    QCOMPARE(layer.journal.take(), QStringList(u"error: The storage doesn't support writing!"_s));
+    QCOMPARE(layer.storage->contains(group, key), held);
+    QCOMPARE(shown(layer.storage->value(group, key)), before);
+    QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}}));
+    QVERIFY(layer.storage->isAvailable());
+}
+
+void tst_StaticMapReader::aRemovalIsRefused_data()
+{
+    QTest::addColumn<QString>("group");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("held pair") << u"g"_s << u"k"_s;
+    QTest::newRow("missing key") << u"g"_s << u"new"_s;
+    QTest::newRow("missing group") << u"new"_s << u"k"_s;
+    QTest::newRow("entry that is no group") << u"number"_s << u"k"_s;
+    QTest::newRow("empty key") << u"g"_s << u""_s;
+}
+
+void tst_StaticMapReader::aRemovalIsRefused()
+{
+    QFETCH(QString, group);
+    QFETCH(QString, key);
+    Layer layer({{u"g"_s, QVariantMap{{u"k"_s, 1}}}, {u"number"_s, 4}});
+    layer.storage->remove(group, key);
+    QCOMPARE(layer.journal.take(), QStringList(u"error: The storage doesn't support removing!"_s));
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(1));
+    QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}}));
+    QVERIFY(layer.storage->isAvailable());
+}
+
+void tst_StaticMapReader::nobodyIsEverNotified()
+{
+    Journal journal;
+    RecordingHandler handler(&journal);
+    RecordingLogger logger(&journal);
+    QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, 1}}}};
+    std::unique_ptr<AbstractStorage> storage
+            = std::make_unique<StaticMapReader>(SettingsType::Rdm, &handler, &logger, values);
+    QVERIFY(storage->isAvailable());
+    QVERIFY(storage->contains(u"g"_s, u"k"_s));
+    QCOMPARE(shown(storage->value(u"g"_s, u"k"_s)), shown(1));
+    QCOMPARE(storage->keys().size(), 1);
+    values.clear();
+    QCOMPARE(journal.take(), QStringList());
+    storage->setValue(u"g"_s, u"k"_s, 2);
+    storage->remove(u"g"_s, u"k"_s);
+    storage.reset();
+    QCOMPARE(journal.take(),
+             QStringList({u"error: The storage doesn't support writing!"_s,
+                          u"error: The storage doesn't support removing!"_s}));
+}
+
+void tst_StaticMapReader::aHandlerIsNotNeeded()
+{
+    Journal journal;
+    RecordingLogger logger(&journal);
+    StaticMapReader storage(SettingsType::FeatureKeys, nullptr, &logger,
+                            {{u"g"_s, QVariantMap{{u"k"_s, 1}}}});
+    QCOMPARE(shown(storage.value(u"g"_s, u"k"_s)), shown(1));
+    storage.setValue(u"g"_s, u"k"_s, 2);
+    storage.remove(u"g"_s, u"k"_s);
+    QCOMPARE(journal.take(),
+             QStringList({u"error: The storage doesn't support writing!"_s,
+                          u"error: The storage doesn't support removing!"_s}));
+}
+
+void tst_StaticMapReader::theHostsChangesDoNotReachTheLayer()
+{
+    QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, 1}, {u"l"_s, 2}}},
+                       {u"h"_s, QVariantHash{{u"k"_s, 3}}}};
+    Layer layer(values);
+    (*static_cast<QVariantMap *>(values[u"g"_s].data()))[u"k"_s] = 9;
+    (*static_cast<QVariantHash *>(values[u"h"_s].data())).remove(u"k"_s);
+    values.insert(u"new"_s, QVariantMap{{u"k"_s, 9}});
+    const KeyList held{{u"g"_s, u"k"_s}, {u"g"_s, u"l"_s}, {u"h"_s, u"k"_s}};
+    QCOMPARE(layer.storage->keys(), held);
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(1));
+    QCOMPARE(shown(layer.storage->value(u"h"_s, u"k"_s)), shown(3));
+    QVERIFY(!layer.storage->contains(u"new"_s, u"k"_s));
+
+    values.clear();
+    QCOMPARE(layer.storage->keys(), held);
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"l"_s)), shown(2));
+    QCOMPARE(layer.journal.take(), QStringList());
+}
+
+void tst_StaticMapReader::changesOfAnAnswerDoNotReachTheLayer()
+{
+    const QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, QVariantMap{{u"a"_s, 1}}}}}};
+    Layer layer(values);
+    QVariant read = layer.storage->value(u"g"_s, u"k"_s);
+    (*static_cast<QVariantMap *>(read.data()))[u"a"_s] = 9;
+    KeyList keys = layer.storage->keys();
+    keys.clear();
+    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(QVariantMap{{u"a"_s, 1}}));
+    QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}}));
+    QCOMPARE(shown(values.value(u"g"_s).toMap().value(u"k"_s)), shown(QVariantMap{{u"a"_s, 1}}));
+
+    layer.storage.reset();
+    QCOMPARE(shown(read), shown(QVariantMap{{u"a"_s, 9}}));
+}
+
+void tst_StaticMapReader::theMapIsSharedAndReleased()
+{
+    const auto tracked = std::make_shared<int>(1);
+    QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, QVariant::fromValue(tracked)}}}};
+    Layer layer(values);
+    QCOMPARE(tracked.use_count(), 2L); // one map for the two of them
+    values.clear();
+    QCOMPARE(tracked.use_count(), 2L);
+    layer.storage.reset();
+    QCOMPARE(tracked.use_count(), 1L);
+    QCOMPARE(layer.journal.take(), QStringList());
+}
+
+void tst_StaticMapReader::severalThreadsMayRead()
+{
+    QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, u"Rdm's k"_s}}},
+                       {u"h"_s, QVariantHash{{u"k"_s, u"Rdm's other k"_s}}},
+                       {u"none"_s, 4}};
+    const StaticMapReader storage(SettingsType::Rdm, nullptr, nullptr, values);
+    const KeyList held{{u"g"_s, u"k"_s}, {u"h"_s, u"k"_s}};
+    std::atomic<int> wrong = 0;
+    inThreads(4, [&](int thread) {
+        for (int i = 0; i < 500; ++i) {
+            if (thread == 0) { // the host goes on with its own map
+                (*static_cast<QVariantMap *>(values[u"g"_s].data()))[u"k"_s] = i;
+                values[u"none"_s] = QVariantMap{{u"k"_s, i}};
+                continue;
+            }
+            if (!storage.isAvailable() || storage.keys() != held
+                || storage.contains(u"none"_s, u"k"_s) || !storage.contains(u"g"_s, u"k"_s)
+                || !storage.contains(u"h"_s, u"k"_s)
+                || storage.value(u"g"_s, u"k"_s).toString() != u"Rdm's k"_s
+                || storage.value(u"h"_s, u"k"_s).toString() != u"Rdm's other k"_s)
+                ++wrong;
+        }
+    });
+    QCOMPARE(wrong.load(), 0);
+}
+
+QTEST_GUILESS_MAIN(tst_StaticMapReader)
+#include "tst_staticmapreader.moc"
