@@ -199,6 +199,7 @@ class tst_Settop : public QObject
 private Q_SLOTS:
     void init();
     void aSecondRunShowsTheKeptValue();
+    void theReadmeShowsWhatIsPrinted();
     void otherContentOfTheStorageSurvives();
     void theCommandLineIsALayer();
     void settingsOfTheFilesAreShownToo();
@@ -262,6 +263,20 @@ void tst_Settop::aSecondRunShowsTheKeptValue()
     QCOMPARE(contentsOf(storage + u"selvi.db"_s), "[profile]\nname=family\n\n[ui]\nlang=de\n"_ba);
 
     QCOMPARE(run({storage}).output, second.output);
+}
+
+void tst_Settop::theReadmeShowsWhatIsPrinted()
+{
+    const QString readme = QString::fromUtf8(contentsOf(QStringLiteral(SETTOP_README)));
+    const ProgramResult first = run({u"--subs"_s, u"de"_s});
+    QVERIFY2(readme.contains("```\n"_L1 + first.output + "```\n"_L1), qUtf8Printable(first.output));
+
+    const ProgramResult second = run({u"--log-level"_s, u"4"_s});
+    const QString endOfLog = second.errors.section(u'\n', -10);
+    QVERIFY2(readme.contains("```\n"_L1 + endOfLog + "```\n"_L1), qUtf8Printable(endOfLog));
+    const QStringList table = second.output.section(u"\n\n"_s, 1, 1).split(u'\n');
+    const QString rows = table.at(1) + u'\n' + table.mid(table.size() - 2).join(u'\n') + u'\n';
+    QVERIFY2(readme.contains("```\n"_L1 + rows + "```\n"_L1), qUtf8Printable(rows));
 }
 
 void tst_Settop::otherContentOfTheStorageSurvives()
