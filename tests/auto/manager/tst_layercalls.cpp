@@ -105,6 +105,8 @@ private Q_SLOTS:
     void replacingALayerComparesWhatBothHold();
     void replacingALayerDoesNotCompareWhatIsHidden();
     void pairsListedTwiceStayTwice();
+    void keysMayBeListedInAnyOrder_data();
+    void keysMayBeListedInAnyOrder();
     void theOldLayerDiesLastWhenItIsReplaced();
     void theOldLayerDiesBeforeTheClearingIsLogged();
     void callsGrowWithTheNumberOfPairs();
@@ -352,6 +354,56 @@ void tst_LayerCalls::pairsListedTwiceStayTwice()
                           u"info: Top values changed: Rdm: { g/z = '3', g/a = '4', g/z = '3' }"_s,
                           u"handler: Rdm g/z = int(3)"_s, u"handler: Rdm g/a = int(4)"_s,
                           u"handler: Rdm g/z = int(3)"_s}));
+}
+
+void tst_LayerCalls::keysMayBeListedInAnyOrder_data()
+{
+    QTest::addColumn<QStringList>("oldKeys");
+    QTest::addColumn<QStringList>("newKeys");
+    const QStringList oldUp{u"a lost"_s, u"b kept"_s, u"c changed"_s, u"e lost"_s, u"f kept"_s};
+    const QStringList newUp{u"b kept"_s, u"c changed"_s, u"d new"_s, u"f kept"_s, u"g new"_s};
+    const QStringList oldDown(oldUp.crbegin(), oldUp.crend());
+    const QStringList newDown(newUp.crbegin(), newUp.crend());
+    const QStringList oldMixed{u"f kept"_s, u"a lost"_s, u"c changed"_s, u"b kept"_s, u"e lost"_s};
+    const QStringList newMixed{u"g new"_s, u"c changed"_s, u"f kept"_s, u"b kept"_s, u"d new"_s};
+    QTest::newRow("both ascending") << oldUp << newUp;
+    QTest::newRow("ascending, descending") << oldUp << newDown;
+    QTest::newRow("ascending, mixed") << oldUp << newMixed;
+    QTest::newRow("descending, ascending") << oldDown << newUp;
+    QTest::newRow("both descending") << oldDown << newDown;
+    QTest::newRow("descending, mixed") << oldDown << newMixed;
+    QTest::newRow("mixed, ascending") << oldMixed << newUp;
+    QTest::newRow("mixed, descending") << oldMixed << newDown;
+    QTest::newRow("both mixed") << oldMixed << newMixed;
+}
+
+void tst_LayerCalls::keysMayBeListedInAnyOrder()
+{
+    QFETCH(const QStringList, oldKeys);
+    QFETCH(const QStringList, newKeys);
+    TestHost host;
+    const auto old = makeLayer(&host, SettingsType::FeatureKeys, u"old"_s);
+    for (const QString &key : oldKeys)
+        old->put(u"g"_s, key, 1);
+    privateOf(host.manager).registerStorage(old);
+    const auto layer = makeLayer(&host, SettingsType::FeatureKeys, u"new"_s);
+    for (const QString &key : newKeys)
+        layer->put(u"g"_s, key, key.endsWith("changed"_L1) ? 2 : 1);
+    host.journal.take();
+    privateOf(host.manager).registerStorage(layer);
+
+    QStringList expected;
+    for (const QString &key : oldKeys) {
+        if (key.endsWith("lost"_L1))
+            expected.append("handler: FeatureKeys g/"_L1 % key % " = invalid"_L1);
+    }
+    for (const QString &key : newKeys) {
+        if (key.endsWith("changed"_L1))
+            expected.append("handler: FeatureKeys g/"_L1 % key % " = int(2)"_L1);
+        if (key.endsWith("new"_L1))
+            expected.append("handler: FeatureKeys g/"_L1 % key % " = int(1)"_L1);
+    }
+    QCOMPARE(host.journal.take().filter(u"handler: "_s), expected);
 }
 
 void tst_LayerCalls::theOldLayerDiesLastWhenItIsReplaced()
