@@ -82,7 +82,9 @@ rc::Gen<Sequence> sequences(int steps)
             }
             sequence.push_back(OperationReader(bytes.data(), bytes.size()).next());
         }
-        return rc::shrinkable::shrinkRecur(std::move(sequence), simplerSequences);
+        return rc::shrinkable::shrinkRecur(std::move(sequence), [](const Sequence &complex) {
+            return simplerSequences(complex);
+        });
     };
 }
 
