@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 # The box: MIPS32 little-endian Linux. Links against the sysroot that `scripts/sysroot mipsel` makes,
-# or the one in the environment variable TAMSEL_MIPSEL_SYSROOT; tests run under qemu-mipsel.
+# or the one in the environment variable TAMSEL_MIPSEL_SYSROOT; tests run under its qemu-mipsel.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR mipsel)
@@ -14,13 +14,13 @@ else()
     cmake_path(APPEND CMAKE_SYSROOT ../../.cache/sysroots/mipsel)
     cmake_path(NORMAL_PATH CMAKE_SYSROOT)
 endif()
-if(NOT EXISTS "${CMAKE_SYSROOT}/usr/include")
+if(NOT EXISTS "${CMAKE_SYSROOT}/usr/bin/qemu-mipsel")
     message(FATAL_ERROR "No sysroot in ${CMAKE_SYSROOT}: run scripts/sysroot mipsel")
 endif()
 
 set(CMAKE_C_COMPILER mipsel-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER mipsel-linux-gnu-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-mipsel -L "${CMAKE_SYSROOT}")
+set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_SYSROOT}/usr/bin/qemu-mipsel" -L "${CMAKE_SYSROOT}")
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
