@@ -45,8 +45,8 @@ void insertNumber(QVariantMap &entries, const QString &key, const QString &text,
     const int number = text.toInt(&ok, 10);
     if (!ok) {
         // Not qFatal(): that one adds the source location in debug builds.
-        QMessageLogger(nullptr, 0, nullptr)
-                .fatal("error: argument %s: invalid value: '%s'", option, qUtf8Printable(text));
+        const QMessageLogger log(nullptr, 0, nullptr);
+        log.fatal("error: argument %s: invalid value: '%s'", option, qUtf8Printable(text));
     }
     entries.insert(key, number);
 }

@@ -13,7 +13,12 @@
 #include <QtCore/QMap>
 #include <QtCore/QVariant>
 
+#include <csignal>
 #include <cstdio>
+
+#ifdef SAVE_COVERAGE_ON_ABORT
+extern "C" void __gcov_dump();
+#endif
 
 using tamsel::tests::describe;
 
@@ -36,6 +41,9 @@ void print(const char *heading, const QVariantMap &groups)
 
 int main(int argc, char **argv)
 {
+#ifdef SAVE_COVERAGE_ON_ABORT
+    std::signal(SIGABRT, [](int) { __gcov_dump(); }); // the process aborts all the same
+#endif
     QCoreApplication::setApplicationName(QStringLiteral("helper"));
     QCoreApplication::setApplicationVersion(QStringLiteral("4.5.6-helper"));
     {
