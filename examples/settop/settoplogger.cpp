@@ -48,6 +48,8 @@ void SettopLogger::log(logging::Level level, const QString &message) const
         return;
     const QString name = LogsConfigWrapper::stringLevelToIntLevel().key(level);
     const QByteArray line = QStringLiteral("[%1] %2\n").arg(name, message).toUtf8();
-    // A single call, during which stdio locks the stream: lines of several threads stay whole.
-    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr);
+    // A single call, during which stdio locks the stream: lines of several threads stay whole. There
+    // is nowhere to complain should it fail.
+    static_cast<void>(
+            std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr));
 }

@@ -33,7 +33,10 @@ QStringList mapWithNumber(const QString &option, const QString &number)
     return {u"Service is a QVariantMap"_s, u"Service/pos = int(%1)"_s.arg(number)};
 }
 
-const QStringList numericOptions{u"--log-level"_s, u"--pos"_s};
+QStringList numericOptions()
+{
+    return {u"--log-level"_s, u"--pos"_s};
+}
 
 } // namespace
 
@@ -223,7 +226,7 @@ void tst_CommandLineArgs::decimalNumbersOf32BitsAreTaken_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("number");
 
-    for (const QString &option : numericOptions) {
+    for (const QString &option : numericOptions()) {
         const auto row = [&option](const char *name, const QString &text, const QString &number) {
             QTest::addRow("%s %s", qUtf8Printable(option), name) << option << text << number;
         };
@@ -261,7 +264,7 @@ void tst_CommandLineArgs::anyOtherTextForANumberAborts_data()
     QTest::addColumn<QString>("option");
     QTest::addColumn<QString>("text");
 
-    for (const QString &option : numericOptions) {
+    for (const QString &option : numericOptions()) {
         const auto row = [&option](const char *name, const QString &text) {
             QTest::addRow("%s %s", qUtf8Printable(option), name) << option << text;
         };
@@ -337,7 +340,7 @@ void tst_CommandLineArgs::theFatalMessageHasNoSourceLocation_data()
 {
     QTest::addColumn<QString>("option");
 
-    for (const QString &option : numericOptions)
+    for (const QString &option : numericOptions())
         QTest::addRow("%s", qUtf8Printable(option)) << option;
 }
 
