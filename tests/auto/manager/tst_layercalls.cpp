@@ -102,6 +102,7 @@ private Q_SLOTS:
     void creatingALayerWithSeveralPairs();
     void creatingALayerBelowAnother();
     void creatingAnEmptyLayerAsksNobodyElse();
+    void aLayerListsItsKeysBeforeItComesAndGoes();
     void replacingALayerComparesWhatBothHold();
     void replacingALayerDoesNotCompareWhatIsHidden();
     void pairsListedTwiceStayTwice();
@@ -285,6 +286,21 @@ void tst_LayerCalls::creatingAnEmptyLayerAsksNobodyElse()
     privateOf(layers.manager).registerStorage(empty);
     QCOMPARE(layers.host.journal.take(),
              QStringList({u"FeatureKeys: keys"_s, u"info: Storage: FeatureKeys initialized"_s}));
+}
+
+void tst_LayerCalls::aLayerListsItsKeysBeforeItComesAndGoes()
+{
+    TestHost host;
+    const auto &storages = privateOf(host.manager).storages;
+    auto rdm = makeLayer(&host, SettingsType::Rdm, u"Rdm"_s);
+    rdm->note = [&storages] { return u", %1 in the list"_s.arg(storages.size()); };
+    privateOf(host.manager).registerStorage(rdm);
+    host.manager.clearStorage(SettingsType::Rdm);
+    rdm.reset();
+    QCOMPARE(host.journal.take(),
+             QStringList({u"Rdm: keys, 0 in the list"_s, u"info: Storage: Rdm initialized"_s,
+                          u"Rdm: keys, 1 in the list"_s, u"info: Storage: Rdm cleared"_s,
+                          u"Rdm: dies, 0 in the list"_s}));
 }
 
 void tst_LayerCalls::replacingALayerComparesWhatBothHold()
