@@ -7,12 +7,12 @@
 #include "recordinghandler.h"
 #include "recordinglogger.h"
 
-#include <QtCore/QThread>
 #include <QtTest/QTest>
 
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <thread>
 #include <type_traits>
 
 using namespace Qt::StringLiterals;
@@ -51,13 +51,13 @@ public:
         m_group = &group;
         m_key = &key;
         m_value = &value;
-        m_thread = QThread::currentThread();
+        m_thread = std::this_thread::get_id();
     }
 
     const QString *m_group = nullptr;
     const QString *m_key = nullptr;
     const QVariant *m_value = nullptr;
-    QThread *m_thread = nullptr;
+    std::thread::id m_thread;
 };
 
 /*! Writes its death into a journal. */
@@ -285,11 +285,10 @@ void tst_AbstractStorage::notifyRunsOnTheThreadOfTheCaller()
     ReferenceHandler handler;
     PlainStorage storage(SettingsType::Runtime, &handler, nullptr);
 
-    const std::unique_ptr<QThread> thread(
-            QThread::create([&storage] { storage.notify(u"g"_s, u"k"_s, 5); }));
-    thread->start();
-    thread->wait();
-    QCOMPARE(handler.m_thread, thread.get());
+    std::thread thread([&storage] { storage.notify(u"g"_s, u"k"_s, 5); });
+    const std::thread::id caller = thread.get_id();
+    thread.join();
+    QVERIFY(handler.m_thread == caller);
 }
 
 void tst_AbstractStorage::notifyWithoutHandlerDoesNothing()

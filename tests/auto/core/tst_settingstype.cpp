@@ -6,12 +6,11 @@
 #include <QtCore/QMetaEnum>
 #include <QtCore/QMetaObject>
 #include <QtCore/QSemaphore>
-#include <QtCore/QThread>
 #include <QtCore/QVariant>
 #include <QtTest/QTest>
 
 #include <limits>
-#include <memory>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -83,18 +82,17 @@ void tst_SettingsType::firstRequestsOfSeveralThreadsGiveOneId()
 
     constexpr int threadCount = 8;
     std::vector<int> ids(threadCount);
-    std::vector<std::unique_ptr<QThread>> threads;
+    std::vector<std::thread> threads;
     QSemaphore start;
     for (int &id : ids) {
-        threads.emplace_back(QThread::create([&id, &start] {
+        threads.emplace_back([&id, &start] {
             start.acquire();
             id = qMetaTypeId<SettingsType>();
-        }));
-        threads.back()->start();
+        });
     }
     start.release(threadCount);
-    for (const auto &thread : threads)
-        thread->wait();
+    for (std::thread &thread : threads)
+        thread.join();
 
     QVERIFY(type.isRegistered());
     QVERIFY(ids.front() >= QMetaType::User);
