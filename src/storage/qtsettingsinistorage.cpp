@@ -90,8 +90,8 @@ KeyList QtSettingsIniStorage::keys() const
     result.reserve(fullKeys.size());
     for (const QString &fullKey : fullKeys) {
         // Kept as it is: a key without "/" is its own group, middle segments are dropped.
-        const QStringList segments = fullKey.split(u'/');
-        result.append({segments.first(), segments.last()});
+        result.append(
+                {fullKey.left(fullKey.indexOf(u'/')), fullKey.mid(fullKey.lastIndexOf(u'/') + 1)});
     }
     return result;
 }
