@@ -45,18 +45,6 @@ static_assert(!std::is_move_assignable_v<QtSettingsIniStorage>);
 
 namespace {
 
-#if defined(__SANITIZE_THREAD__)
-constexpr bool underThreadSanitizer = true;
-#elif defined(__has_feature)
-#    if __has_feature(thread_sanitizer)
-constexpr bool underThreadSanitizer = true;
-#    else
-constexpr bool underThreadSanitizer = false;
-#    endif
-#else
-constexpr bool underThreadSanitizer = false;
-#endif
-
 /*! A directory of its own for each test. */
 class Files
 {
@@ -1295,8 +1283,6 @@ void tst_QtSettingsIniStorage::neitherHandlerNorLoggerIsNeededForAWritableFile()
 
 void tst_QtSettingsIniStorage::severalThreadsMayWriteIntoOneStorage()
 {
-    if (underThreadSanitizer)
-        SKIP_TEST("it does not know the locks inside QSettings");
     const Watchdog watchdog;
     const Files files;
     const QString path = files.make(u"x.conf"_s, "");
@@ -1324,8 +1310,6 @@ void tst_QtSettingsIniStorage::severalThreadsMayWriteIntoOneStorage()
 
 void tst_QtSettingsIniStorage::severalThreadsMayWriteIntoOneFile()
 {
-    if (underThreadSanitizer)
-        SKIP_TEST("it does not know the locks inside QSettings");
     const Watchdog watchdog;
     const Files files;
     const QString path = files.make(u"x.conf"_s, "");
