@@ -167,6 +167,7 @@ class tst_Threads : public QObject
 
 private Q_SLOTS:
     void aReaderSeesOneOfTheWrittenValues();
+    void aReaderIsNotDisturbedByOtherPairsThatComeAndGo();
     void aReaderSeesALayerOrTheNextOneWhileItIsReplacedAndCleared();
     void otherLayersAreUsedWhileSomeAreReplaced();
     void layersCreatedTogetherEndUpInOrder();
@@ -204,6 +205,39 @@ void tst_Threads::aReaderSeesOneOfTheWrittenValues()
     QCOMPARE(wrong.take(), QStringList());
     QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s).toString(),
              wholeText(u"Runtime"_s, writes - 1));
+}
+
+/*!
+ * Unlike in the test above, the map of the layer gets other nodes under the eyes of the readers. The
+ * writers are hidden by a higher layer: without log lines and handlers they come by more often.
+ */
+void tst_Threads::aReaderIsNotDisturbedByOtherPairsThatComeAndGo()
+{
+    constexpr int pairs = 20;
+    QVariantMap hiding;
+    for (int i = 0; i < pairs; ++i)
+        hiding.insert(QString::number(i), i);
+    TestHost host;
+    host.manager.initStorage(SettingsType::Rdm, groupMap(u"ui"_s, hiding));
+    host.manager.initStorage(SettingsType::SystemProperties);
+    host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(u"SystemProperties"_s, 0),
+                          SettingsType::SystemProperties);
+    host.journal.take();
+
+    const auto writer = [&host](int first) -> Body {
+        return [&host, first] {
+            for (int i = first; i < 10 * writes; i += 2) {
+                const QString key = QString::number(i % pairs);
+                host.manager.setValue(u"ui"_s, key, i, SettingsType::SystemProperties);
+                host.manager.removeValue(u"ui"_s, key, SettingsType::SystemProperties);
+            }
+        };
+    };
+    Journal wrong;
+    runTogether({writer(0), writer(1), reader(host.manager, &wrong), reader(host.manager, &wrong)});
+
+    QCOMPARE(wrong.take(), QStringList());
+    QCOMPARE(host.journal.take(), QStringList());
 }
 
 void tst_Threads::aReaderSeesALayerOrTheNextOneWhileItIsReplacedAndCleared()
