@@ -40,3 +40,5 @@ need()
 build_packages=(g++ cmake ninja-build qt6-base-dev)
 # shellcheck disable=SC2034
 test_packages=(librapidcheck-dev pkg-config)
+# shellcheck disable=SC2034
+bench_packages=(libbenchmark-dev valgrind python3)

@@ -1,0 +1,142 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// Counts what noise cannot move: what an operation takes from the heap and, under Callgrind, its
+// instructions. usage() says how.
+
+#include "heapcounter.h"
+#include "operations.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QSysInfo>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#ifdef TAMSEL_BENCH_CALLGRIND
+#    include <valgrind/callgrind.h>
+#else
+#    define CALLGRIND_START_INSTRUMENTATION
+#    define CALLGRIND_TOGGLE_COLLECT
+#    define CALLGRIND_DUMP_STATS
+#endif
+
+using namespace tamsel::bench;
+
+namespace {
+
+#ifdef Q_CC_CLANG
+constexpr const char *compiler = "clang " __clang_version__;
+#else
+constexpr const char *compiler = "g++ " __VERSION__;
+#endif
+
+int usage()
+{
+    std::fputs(
+            "exactcounts about     what was built, and with what\n"
+            "exactcounts systems   what can be measured: NAME, floor or system, TITLE\n"
+            "exactcounts list      what can be counted: SYSTEM OPERATION SIZE\n"
+            "exactcounts SYSTEM OPERATION SIZE RUNS\n"
+            "\n"
+            "The last counts two series, of RUNS runs and of twice as many: the difference is\n"
+            "free of what is spent once. It prints the size of a run and how often each series\n"
+            "called malloc() and its kin. Callgrind leaves a part of its output for each series,\n"
+            "if called with --instr-atstart=no --collect-atstart=no.\n",
+            stderr);
+    return 2;
+}
+
+void printAbout()
+{
+    std::printf("qt %s\narchitecture %s\ncompiler %s\n", qVersion(),
+                qUtf8Printable(QSysInfo::buildCpuArchitecture()), compiler);
+}
+
+void printSystems()
+{
+    for (const SystemInfo &system : systems())
+        std::printf("%s %s %s\n", system.name, system.isFloor ? "floor" : "system", system.title);
+}
+
+void printList()
+{
+    for (const SystemInfo &system : systems()) {
+        for (const OperationInfo &operation : operations()) {
+            if (!offers(system, operation) || operation.threads > 1)
+                continue;
+            for (const int size : operation.sizes)
+                std::printf("%s %s %d\n", system.name, operation.name, size);
+        }
+    }
+}
+
+template <typename Info> const Info *find(const std::vector<Info> &infos, const char *name)
+{
+    for (const Info &info : infos) {
+        if (std::strcmp(info.name, name) == 0)
+            return &info;
+    }
+    return nullptr;
+}
+
+/*! What \a runs runs take from the heap. */
+qint64 countedSeries(Operation &operation, int runs)
+{
+    qint64 allocations = 0;
+    for (int i = 0; i < runs; ++i) {
+        operation.prepare();
+        const qint64 before = heapAllocations();
+        CALLGRIND_TOGGLE_COLLECT;
+        operation.run();
+        CALLGRIND_TOGGLE_COLLECT;
+        allocations += heapAllocations() - before;
+    }
+    CALLGRIND_DUMP_STATS;
+    return allocations;
+}
+
+int count(const SystemInfo &system, const OperationInfo &info, int size, int runs)
+{
+    const auto operation = info.create(system, size);
+    for (int i = 0; i < 2; ++i) { // both directions of a change
+        operation->prepare();
+        operation->run();
+    }
+    CALLGRIND_START_INSTRUMENTATION;
+    const qint64 once = countedSeries(*operation, runs);
+    const qint64 twice = countedSeries(*operation, 2 * runs);
+    if (!operation->isCorrect()) {
+        std::fprintf(stderr, "%s %s %d: wrong result\n", system.name, info.name, size);
+        return 1;
+    }
+    std::printf("%d %lld %lld\n", operation->size(), once, twice);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    const char *first = argc > 1 ? argv[1] : "";
+    if (argc == 2 && std::strcmp(first, "about") == 0) {
+        printAbout();
+    } else if (argc == 2 && std::strcmp(first, "systems") == 0) {
+        printSystems();
+    } else if (argc == 2 && std::strcmp(first, "list") == 0) {
+        printList();
+    } else if (argc == 5) {
+        const SystemInfo *system = find(systems(), first);
+        const OperationInfo *info = find(operations(), argv[2]);
+        const int size = std::atoi(argv[3]);
+        const int runs = std::atoi(argv[4]);
+        if (!system || !info || !offers(*system, *info) || size < 0 || runs < 1)
+            return usage();
+        return count(*system, *info, size, runs);
+    } else {
+        return usage();
+    }
+    return 0;
+}

@@ -1,0 +1,117 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "counting.h"
+#include "system.h"
+
+#include <QtCore/QSettings>
+
+namespace tamsel::bench {
+
+namespace {
+
+/*!
+ * What settings in files cost at least: the calls of QSettings that the three file layers come to,
+ * with keys that are ready-made.
+ */
+class BareQSettings final : public System
+{
+public:
+    void setTargets(const Settings &targets) override;
+    int readAll() const override;
+    void writeAll(SettingsType type, int choice) override;
+    QString read(const Setting &setting) const override;
+
+    int load(const QString &prefix) override;
+    void unload() override { m_loaded.reset(); }
+
+    qint64 notifications() const override { return m_counter.calls; }
+
+private:
+    QVariant value(const QString &fullKey) const;
+    bool store(const QString &fullKey, const QVariant &value);
+
+    const LayerFiles m_files;
+    QSettings m_custom{m_files.path(SettingsType::CustomConfPersistent), QSettings::IniFormat};
+    QSettings m_database{m_files.path(SettingsType::SelviDb), QSettings::IniFormat};
+    QSettings m_defaults{m_files.path(SettingsType::RavonaConfDefault), QSettings::IniFormat};
+    const QSettings *const m_layers[3]{&m_custom, &m_database, &m_defaults};
+    std::unique_ptr<QSettings> m_loaded;
+    CountingHandler m_counter;
+    IConfigurationChangeHandler *volatile m_handler = &m_counter; // keeps the calls virtual
+    Settings m_targets;
+    QStringList m_fullKeys; // of the targets
+    const QVariant m_texts[2]{writtenText(0), writtenText(1)};
+};
+
+QString fullKeyOf(const Setting &setting)
+{
+    return setting.group + u'/' + setting.key;
+}
+
+void BareQSettings::setTargets(const Settings &targets)
+{
+    m_targets = targets;
+    m_fullKeys.clear();
+    for (const Setting &target : targets)
+        m_fullKeys.append(fullKeyOf(target));
+}
+
+/*! R2: contains() three times and value() once; R3: without value(). */
+QVariant BareQSettings::value(const QString &fullKey) const
+{
+    for (const QSettings *layer : m_layers) {
+        if (layer->contains(fullKey))
+            return layer->value(fullKey);
+    }
+    return {};
+}
+
+/*! W3: writable, different, written, and visible to readers. */
+bool BareQSettings::store(const QString &fullKey, const QVariant &value)
+{
+    if (!m_custom.isWritable() || m_custom.value(fullKey) == value)
+        return false;
+    m_custom.setValue(fullKey, value);
+    return m_custom.contains(fullKey);
+}
+
+int BareQSettings::readAll() const
+{
+    int found = 0;
+    for (const QString &fullKey : m_fullKeys)
+        found += value(fullKey).isValid();
+    return found;
+}
+
+void BareQSettings::writeAll(SettingsType type, int choice)
+{
+    const QVariant &text = m_texts[choice];
+    for (qsizetype i = 0; i < m_targets.size(); ++i) {
+        if (store(m_fullKeys.at(i), text))
+            m_handler->onValueChanged(type, m_targets.at(i).group, m_targets.at(i).key, text);
+    }
+}
+
+QString BareQSettings::read(const Setting &setting) const
+{
+    return value(fullKeyOf(setting)).toString();
+}
+
+int BareQSettings::load(const QString &prefix)
+{
+    m_loaded = std::make_unique<QSettings>(prefix + fileName(SettingsType::RavonaConfDefault),
+                                           QSettings::IniFormat);
+    return static_cast<int>(m_loaded->allKeys().size());
+}
+
+} // namespace
+
+SystemInfo bareQSettingsInfo()
+{
+    return {"bareqsettings", "bare QSettings", true, {"R2", "R3", "R4-bottom", "W3", "I1"}, [] {
+                return std::unique_ptr<System>(std::make_unique<BareQSettings>());
+            }};
+}
+
+} // namespace tamsel::bench
