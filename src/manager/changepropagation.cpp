@@ -9,6 +9,7 @@
 
 #include <QtCore/QMetaEnum>
 #include <QtCore/QMutexLocker>
+#include <QtCore/QScopeGuard>
 #include <QtCore/QStringBuilder>
 
 #include <algorithm>
@@ -154,10 +155,12 @@ void ConfigurationManagerPrivate::notifyHandlers(SettingsType type, const QStrin
 bool ConfigurationManagerPrivate::appendHandler(IConfigurationChangeHandler *handler)
 {
     if (!handlers.contains(handler)) {
+        handlerTickets.append(nextHandlerTicket);
         // If memory runs out, neither list has grown.
-        handlerTickets.reserve(handlerTickets.size() + 1);
+        auto withdrawal = qScopeGuard([this] { handlerTickets.removeLast(); });
         handlers.append(handler);
-        handlerTickets.append(nextHandlerTicket++);
+        withdrawal.dismiss();
+        ++nextHandlerTicket;
     }
     return true;
 }

@@ -15,6 +15,9 @@
 #include <QtCore/QStringBuilder>
 
 #include <algorithm>
+#include <iterator>
+#include <memory>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -29,10 +32,16 @@ namespace {
 class KeyLookup
 {
 public:
-    explicit KeyLookup(const KeyList &keys) : m_sorted(keys)
+    explicit KeyLookup(const KeyList &keys)
     {
-        if (!std::is_sorted(keys.cbegin(), keys.cend()))
+        if (std::is_sorted(keys.cbegin(), keys.cend())) {
+            m_sorted = keys;
+        } else {
+            // Appended one by one: a QList that detaches does not notice that memory runs out.
+            m_sorted.reserve(keys.size());
+            std::copy(keys.cbegin(), keys.cend(), std::back_inserter(m_sorted));
             std::sort(m_sorted.begin(), m_sorted.end());
+        }
         m_next = m_sorted.cbegin();
     }
 
@@ -54,11 +63,28 @@ private:
 };
 
 /*! \a keys without those in \a others; order and duplicates are kept. */
-KeyList without(KeyList keys, const KeyList &others)
+KeyList without(const KeyList &keys, const KeyList &others)
 {
     KeyLookup dropped(others);
-    keys.removeIf([&dropped](const auto &pair) { return dropped.contains(pair); });
-    return keys;
+    KeyList result;
+    for (const auto &pair : keys) {
+        if (!dropped.contains(pair))
+            result.append(pair);
+    }
+    return result;
+}
+
+/*!
+ * A new layer. QSharedPointer::create() cannot be left by an exception: where memory runs out, it
+ * destroys what it has not made yet.
+ */
+template <typename Storage, typename... Arguments>
+QSharedPointer<AbstractStorage> makeStorage(Arguments &&...arguments)
+{
+    auto storage = std::make_unique<Storage>(std::forward<Arguments>(arguments)...);
+    QSharedPointer<AbstractStorage> shared(storage.get());
+    storage.release();
+    return shared;
 }
 
 } // namespace
@@ -69,23 +95,23 @@ void ConfigurationManagerPrivate::initStorage(SettingsType type, const QVariantM
     case SettingsType::CommandLineArgs:
     case SettingsType::Rdm:
     case SettingsType::FeatureKeys:
-        registerStorage(QSharedPointer<StaticMapReader>::create(type, this, logger, values));
+        registerStorage(makeStorage<StaticMapReader>(type, this, logger, values));
         break;
     case SettingsType::SystemProperties:
     case SettingsType::Runtime:
-        registerStorage(QSharedPointer<DynamicMapStorage>::create(type, this, logger));
+        registerStorage(makeStorage<DynamicMapStorage>(type, this, logger));
         break;
     case SettingsType::CustomConfPersistent:
-        registerStorage(QSharedPointer<QtSettingsIniStorage>::create(
+        registerStorage(makeStorage<QtSettingsIniStorage>(
                 type, this, logger, persistentStoragePath + "custom.conf"_L1));
         break;
     case SettingsType::SelviDb:
-        registerStorage(QSharedPointer<QtSettingsIniStorage>::create(
-                type, this, logger, persistentStoragePath + "selvi.db"_L1));
+        registerStorage(makeStorage<QtSettingsIniStorage>(type, this, logger,
+                                                          persistentStoragePath + "selvi.db"_L1));
         break;
     case SettingsType::RavonaConfDefault:
-        registerStorage(QSharedPointer<QtSettingsIniStorage>::create(
-                type, this, logger, assetsPrefix + "ravona.conf"_L1));
+        registerStorage(makeStorage<QtSettingsIniStorage>(type, this, logger,
+                                                          assetsPrefix + "ravona.conf"_L1));
         break;
     }
 }

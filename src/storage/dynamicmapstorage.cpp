@@ -66,7 +66,7 @@ bool DynamicMapStorage::store(const QString &group, const QString &key, const QV
     if (entry == entries.end())
         entries.insert(key, value);
     else if (*entry != value)
-        *entry = value;
+        *entry = QVariant(value); // if the copy fails, the old value is still there
     else
         return false;
     return true;
