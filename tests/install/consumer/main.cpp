@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Uses each part of the library once, as a host does, and says what is not as it should be. To be
-// run with the arguments "--log-level 4".
+// run with the arguments "--log-level 4", and compiled with the version that the package gives.
 
 // A host's logging library; its header may well come first.
 namespace logging {
@@ -16,12 +16,14 @@ enum Level : int { Critical, Error, Warning, Info, Debug, Trace };
 #include <tamsel/ilogger.h>
 #include <tamsel/logsconfigwrapper.h>
 #include <tamsel/settingstype.h>
+#include <tamsel/tamselversion.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
 #include <cstdio>
+#include <cstring>
 
 using tamsel::SettingsType;
 
@@ -127,6 +129,16 @@ void useSettingsType()
     CHECK(QMetaType::fromType<SettingsType>().metaObject() == &tamsel::staticMetaObject);
 }
 
+#if TAMSEL_VERSION < TAMSEL_VERSION_CHECK(0, 1, 0) \
+        || TAMSEL_VERSION >= TAMSEL_VERSION_CHECK(TAMSEL_VERSION_MAJOR, TAMSEL_VERSION_MINOR + 1, 0)
+#    error "The version cannot be compared by the preprocessor"
+#endif
+
+void useVersion()
+{
+    CHECK(std::strcmp(TAMSEL_VERSION_STRING, PACKAGE_VERSION) == 0);
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -136,5 +148,6 @@ int main(int argc, char *argv[])
     useManager(directory.path());
     useBaseOfLayers();
     useSettingsType();
+    useVersion();
     return failures;
 }

@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TAMSELVERSION_H
+#define TAMSEL_TAMSELVERSION_H
+
+/*!
+ * \file
+ * \brief The version of these headers, for the preprocessor. The build reads the three numbers from
+ * here too, for the CMake package, the .pc file and the name of the library.
+ *
+ * \code
+ * #if TAMSEL_VERSION >= TAMSEL_VERSION_CHECK(0, 2, 0)
+ * \endcode
+ */
+
+/*! \brief Rises with every change that breaks the users' sources or programs. */
+#define TAMSEL_VERSION_MAJOR 0
+/*! \brief Rises with every release that adds something. */
+#define TAMSEL_VERSION_MINOR 1
+/*! \brief Rises with every release that only mends. */
+#define TAMSEL_VERSION_PATCH 0
+
+/*! \brief A version as one number that can be compared: 0xMMNNPP, eight bits for each part. */
+#define TAMSEL_VERSION_CHECK(major, minor, patch) (((major) << 16) | ((minor) << 8) | (patch))
+
+/*! \brief The version of these headers as TAMSEL_VERSION_CHECK() gives it. */
+#define TAMSEL_VERSION \
+    TAMSEL_VERSION_CHECK(TAMSEL_VERSION_MAJOR, TAMSEL_VERSION_MINOR, TAMSEL_VERSION_PATCH)
+
+/*! \internal */
+#define TAMSEL_VERSION_TEXT(major, minor, patch) #major "." #minor "." #patch
+/*! \internal */
+#define TAMSEL_VERSION_EXPANDED(major, minor, patch) TAMSEL_VERSION_TEXT(major, minor, patch)
+
+/*! \brief The version of these headers as text, "0.1.0" for example. */
+#define TAMSEL_VERSION_STRING \
+    TAMSEL_VERSION_EXPANDED(TAMSEL_VERSION_MAJOR, TAMSEL_VERSION_MINOR, TAMSEL_VERSION_PATCH)
+
+#endif // TAMSEL_TAMSELVERSION_H
