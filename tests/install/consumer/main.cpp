@@ -130,7 +130,8 @@ void useSettingsType()
 }
 
 #if TAMSEL_VERSION < TAMSEL_VERSION_CHECK(0, 1, 0) \
-        || TAMSEL_VERSION >= TAMSEL_VERSION_CHECK(TAMSEL_VERSION_MAJOR, TAMSEL_VERSION_MINOR + 1, 0)
+        || TAMSEL_VERSION \
+                >= TAMSEL_VERSION_CHECK(TAMSEL_VERSION_MAJOR, TAMSEL_VERSION_MINOR + 1, 0)
 #    error "The version cannot be compared by the preprocessor"
 #endif
 
