@@ -111,7 +111,8 @@ int count(const SystemInfo &system, const OperationInfo &info, int size, int run
         std::fprintf(stderr, "%s %s %d: wrong result\n", system.name, info.name, size);
         return 1;
     }
-    std::printf("%d %lld %lld\n", operation->size(), once, twice);
+    std::printf("%d %lld %lld\n", operation->size(), static_cast<long long>(once),
+                static_cast<long long>(twice));
     return 0;
 }
 

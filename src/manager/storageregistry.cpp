@@ -83,7 +83,7 @@ QSharedPointer<AbstractStorage> makeStorage(Arguments &&...arguments)
 {
     auto storage = std::make_unique<Storage>(std::forward<Arguments>(arguments)...);
     QSharedPointer<AbstractStorage> shared(storage.get());
-    storage.release();
+    static_cast<void>(storage.release());
     return shared;
 }
 

@@ -112,7 +112,7 @@ template <typename Function> int slotOf(Function function)
     {
         std::intptr_t function;
         std::intptr_t adjustment;
-    } representation;
+    } representation{};
     static_assert(sizeof(representation) == sizeof(function));
     std::memcpy(&representation, &function, sizeof(function));
     const std::intptr_t offset
@@ -123,9 +123,9 @@ template <typename Function> int slotOf(Function function)
 /*! The word at \a index of \a object's memory. */
 template <typename Word> Word wordAt(const AbstractStorage &object, std::size_t index)
 {
-    Word word;
-    std::memcpy(&word, reinterpret_cast<const char *>(&object) + index * sizeof(void *),
-                sizeof(word));
+    Word word{};
+    std::memcpy(&word, reinterpret_cast<const char *>(&object) + index * sizeof(std::intptr_t),
+                sizeof word); // NOLINT(bugprone-sizeof-expression): also of words that are pointers
     return word;
 }
 

@@ -28,8 +28,8 @@ template struct PrivateMember<&ConfigurationManager::d>;
 inline QSharedPointer<FakeStorage> makeLayer(TestHost *host, SettingsType type, const QString &name,
                                              const QVariantMap &entries = {})
 {
-    const auto layer = QSharedPointer<FakeStorage>::create(type, &privateOf(host->manager),
-                                                           &host->journal, name);
+    auto layer = QSharedPointer<FakeStorage>::create(type, &privateOf(host->manager),
+                                                     &host->journal, name);
     for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
         layer->put(QStringLiteral("g"), entry.key(), entry.value());
     return layer;
@@ -39,7 +39,7 @@ inline QSharedPointer<FakeStorage> makeLayer(TestHost *host, SettingsType type, 
 inline QSharedPointer<FakeStorage> addLayer(TestHost *host, SettingsType type, const QString &name,
                                             const QVariantMap &entries = {})
 {
-    const auto layer = makeLayer(host, type, name, entries);
+    auto layer = makeLayer(host, type, name, entries);
     privateOf(host->manager).registerStorage(layer);
     host->journal.take();
     return layer;

@@ -620,6 +620,7 @@ void tst_LayeredAccess::aLoggerSeesTheChangeThatItIsToldOf()
     private:
         void read(const QString &message)
         {
+            // cppcheck-suppress nullPointer; set before the first line
             lines.append(describe(manager->value(u"ui"_s, u"lang"_s)) + " at: "_L1 + message);
         }
     } logger;

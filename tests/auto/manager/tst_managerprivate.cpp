@@ -106,7 +106,7 @@ void tst_ManagerPrivate::theFieldsComeInTheirOrder()
     const QList<const void *> fields{
             &d.q,       &d.persistentStoragePath, &d.assetsPrefix, &d.logger, &d.storages, &d.mutex,
             &d.handlers};
-    QVERIFY(std::is_sorted(fields.cbegin(), fields.cend(), std::less<const void *>()));
+    QVERIFY(std::is_sorted(fields.cbegin(), fields.cend(), std::less<>()));
 }
 
 void tst_ManagerPrivate::thePathsAreStoredUnchanged()
@@ -163,7 +163,7 @@ void tst_ManagerPrivate::everyLayerFindsItsPlaceAmongAnyOthers()
     RecordingLogger logger(&journal);
     for (int present = 0; present < 256; ++present) {
         for (int added = 0; added < 8; ++added) {
-            if (present & 1 << added)
+            if ((present & 1 << added) != 0)
                 continue;
             ConfigurationManager manager(&logger);
             ConfigurationManagerPrivate &d = privateOf(manager);
@@ -173,9 +173,9 @@ void tst_ManagerPrivate::everyLayerFindsItsPlaceAmongAnyOthers()
             };
             QList<SettingsType> expected;
             for (int rank = 0; rank < 8; ++rank) {
-                if (present & 1 << rank)
+                if ((present & 1 << rank) != 0)
                     add(rank);
-                if ((present | 1 << added) & 1 << rank)
+                if (((present | 1 << added) & 1 << rank) != 0)
                     expected.append(storagePriority.at(rank));
             }
             add(added);

@@ -74,7 +74,7 @@ rc::Gen<Sequence> sequences(int steps)
         rc::Random random = seed;
         Sequence sequence;
         for (int i = 0; i < steps; ++i) {
-            std::array<unsigned char, 32> bytes; // as many as an operation can take
+            std::array<unsigned char, 32> bytes{}; // as many as an operation can take
             for (std::size_t at = 0; at < bytes.size(); at += sizeof(rc::Random::Number)) {
                 const rc::Random::Number number = random.next();
                 for (std::size_t byte = 0; byte < sizeof number; ++byte)

@@ -718,8 +718,8 @@ void tst_DynamicMapStorage::keysNeverShowHalfAChange()
     inThreads(3, [&](int thread) {
         if (thread == 0) {
             for (int i = 0; i < 300; ++i) {
-                for (auto name = names.cbegin(); name != names.cend(); ++name)
-                    storage.setValue(u"g"_s, *name, 1);
+                for (const QString &name : names)
+                    storage.setValue(u"g"_s, name, 1);
                 for (auto name = names.crbegin(); name != names.crend(); ++name)
                     storage.remove(u"g"_s, *name);
             }

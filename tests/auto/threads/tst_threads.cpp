@@ -438,8 +438,9 @@ void tst_Threads::refusalsAreLoggedForEveryThread()
     runTogether({writer, writer, remover, remover});
 
     QCOMPARE(sorted(host.journal.take()),
-             QStringList(2 * writes, u"error: The storage doesn't support removing!"_s)
-                     + QStringList(2 * writes, u"error: The storage doesn't support writing!"_s));
+             QStringList(qsizetype{2} * writes, u"error: The storage doesn't support removing!"_s)
+                     + QStringList(qsizetype{2} * writes,
+                                   u"error: The storage doesn't support writing!"_s));
 }
 
 void tst_Threads::nobodyWaitsForAHandler()

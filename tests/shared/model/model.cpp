@@ -230,7 +230,7 @@ public:
         std::vector<Pair> result;
         for (const auto &[fullKey, value] : m_file->entries) {
             const QStringList parts = fullKey.split(u'/');
-            result.push_back({parts.first(), parts.last()});
+            result.emplace_back(parts.first(), parts.last());
         }
         return result;
     }
@@ -300,28 +300,28 @@ bool Model::contains(const QString &group, const QString &key) const
 bool Model::contains(const QString &group, const QString &key, SettingsType type) const
 {
     const ModelLayer *layer = find(type);
-    return layer && layer->contains({group, key});
+    return layer != nullptr && layer->contains({group, key});
 }
 
 void Model::setValue(const QString &group, const QString &key, const QVariant &value,
                      SettingsType type)
 {
     ModelLayer *layer = find(type);
-    if (layer && layer->write({group, key}, value, m_logger))
+    if (layer != nullptr && layer->write({group, key}, value, m_logger))
         changed(type, {group, key}, value);
 }
 
 void Model::removeValue(const QString &group, const QString &key, SettingsType type)
 {
     ModelLayer *layer = find(type);
-    if (layer && layer->contains({group, key}) && layer->remove({group, key}, m_logger))
+    if (layer != nullptr && layer->contains({group, key}) && layer->remove({group, key}, m_logger))
         changed(type, {group, key}, QVariant());
 }
 
 bool Model::storageAvailable(SettingsType type) const
 {
     const ModelLayer *layer = find(type);
-    return layer && layer->isAvailable();
+    return layer != nullptr && layer->isAvailable();
 }
 
 void Model::initStorage(SettingsType type, const QVariantMap &values)

@@ -232,7 +232,7 @@ std::size_t OperationReader::below(std::size_t count)
 std::size_t OperationReader::skewed(std::size_t count)
 {
     const std::size_t random = byte();
-    return random * random * count / (256 * 256);
+    return random * random * count / (256UL * 256UL);
 }
 
 } // namespace tamsel::tests
