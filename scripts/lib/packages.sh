@@ -35,6 +35,15 @@ need()
     fi
 }
 
+# Prints the archive that this machine itself uses; a security archive is none to start a root from.
+debian_archive()
+{
+    # shellcheck disable=SC2016 # the variables are apt's
+    apt-get indextargets --format '$(LABEL) $(REPO_URI)' 'Created-By: Packages' \
+        | awk '$1 == "Debian" && !found++ { print $2 } END { exit !found }' \
+        || { echo "apt names no Debian archive on this machine" >&2; return 1; }
+}
+
 # What the README's commands need beyond git and a shell.
 # shellcheck disable=SC2034 # for the scripts that read this file
 build_packages=(g++ cmake ninja-build qt6-base-dev)
