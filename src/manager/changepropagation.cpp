@@ -62,7 +62,7 @@ void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QStrin
 {
     // A handler may change the variable behind the reference.
     const QVariant reported = value; // NOLINT(performance-unnecessary-copy-initialization)
-    const AbstractStorage *top = topStorage(group, key);
+    QSharedPointer<AbstractStorage> top = sharedTopStorage(group, key);
 
     if (!top) {
         if (isLogged(type))
@@ -73,6 +73,7 @@ void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QStrin
 
     const SettingsType topType = top->type();
     if (reported.isValid()) {
+        top.reset();
         if (topType != type)
             return; // hidden by a higher layer
         if (isLogged(type))
@@ -86,6 +87,7 @@ void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QStrin
     if (priorityOf(topType) <= priorityOf(type))
         return;
     const QString uncovered = top->value(group, key).toString();
+    top.reset(); // a handler may clear that layer, and then it has to die
     if (isLogged(type))
         logForType(type, topValueChanged(topType, group, key, uncovered));
     notifyHandlers(topType, group, key, uncovered);
@@ -96,11 +98,27 @@ AbstractStorage *ConfigurationManagerPrivate::topStorage(const QString &group,
                                                          const QString &key) const
 {
     const QMutexLocker locker(&mutex);
-    for (const auto &storage : storages) {
-        if (storage->contains(group, key))
-            return storage.data();
+    const qsizetype index = indexOfTopStorage(group, key);
+    return index < 0 ? nullptr : storages.at(index).data();
+}
+
+/*! As topStorage(), with a reference counted: another thread may clear that layer meanwhile. */
+QSharedPointer<AbstractStorage>
+ConfigurationManagerPrivate::sharedTopStorage(const QString &group, const QString &key) const
+{
+    const QMutexLocker locker(&mutex);
+    return storages.value(indexOfTopStorage(group, key));
+}
+
+/*! The place in `storages` of the layer that answers, or -1. The caller holds `mutex`. */
+qsizetype ConfigurationManagerPrivate::indexOfTopStorage(const QString &group,
+                                                         const QString &key) const
+{
+    for (qsizetype i = 0; i < storages.size(); ++i) {
+        if (storages.at(i)->contains(group, key))
+            return i;
     }
-    return nullptr;
+    return -1;
 }
 
 /*! Whether a layer that ranks above \a rank holds the pair. */

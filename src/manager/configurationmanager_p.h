@@ -41,6 +41,8 @@ public:
     void onValueChanged(SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
     AbstractStorage *topStorage(const QString &group, const QString &key) const;
+    QSharedPointer<AbstractStorage> sharedTopStorage(const QString &group,
+                                                     const QString &key) const;
     bool isHidden(const QString &group, const QString &key, int rank) const;
     static bool isLogged(SettingsType type);
     void logForType(SettingsType type, const QString &message) const;
@@ -63,6 +65,7 @@ public:
 
 private:
     qsizetype indexOfStorage(SettingsType type) const;
+    qsizetype indexOfTopStorage(const QString &group, const QString &key) const;
     QSharedPointer<AbstractStorage> sharedStorage(SettingsType type) const;
     void insertStorage(const QSharedPointer<AbstractStorage> &storage);
     void replaceStorage(const QSharedPointer<AbstractStorage> &previous,

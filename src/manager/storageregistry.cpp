@@ -174,7 +174,7 @@ void ConfigurationManagerPrivate::replaceStorage(const QSharedPointer<AbstractSt
         if (!previouslyHeld.contains(pair))
             return false;
         const auto &[group, key] = pair;
-        const AbstractStorage *top = topStorage(group, key);
+        const auto top = sharedTopStorage(group, key);
         return top && top->type() == type
                 && previous->value(group, key) == storage->value(group, key);
     });

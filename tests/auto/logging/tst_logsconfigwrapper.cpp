@@ -10,6 +10,7 @@
 #include "recordinglogger.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QScopeGuard>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
 
@@ -91,6 +92,11 @@ public:
     ConfigurationManager manager{&logger};
 };
 
+/*! Becomes a map, which a test counts. */
+struct Convertible
+{
+};
+
 } // namespace
 
 class tst_LogsConfigWrapper : public QObject
@@ -101,6 +107,7 @@ private Q_SLOTS:
     void defaultsAnswerWhereNoLayerHoldsTheKeys_data();
     void defaultsAnswerWhereNoLayerHoldsTheKeys();
 
+    void eachReadAsksTheManagerOnce();
     void levelIsReadFromNumbersAndNames_data();
     void levelIsReadFromNumbersAndNames();
     void jsonLengthLimitConvertsUnchecked_data();
@@ -164,6 +171,40 @@ void tst_LogsConfigWrapper::defaultsAnswerWhereNoLayerHoldsTheKeys()
     QCOMPARE(logs.modulesBlacklist(), QString());
     QCOMPARE(logs.modulesWhitelist(), QString());
     QCOMPARE(host.journal.take(), QStringList());
+}
+
+void tst_LogsConfigWrapper::eachReadAsksTheManagerOnce()
+{
+    // A group that has to be converted shows each look into the layer: whether it holds the key, and
+    // the value. Asked twice, a change in between would mix two values.
+    int looks = 0;
+    QVERIFY((QMetaType::registerConverter<Convertible, QVariantMap>([&looks](const Convertible &) {
+        ++looks;
+        return QVariantMap{{u"level"_s, u"7"_s},
+                           {u"blacklist"_s, u"net"_s},
+                           {u"whitelist"_s, u"ui"_s},
+                           {u"jsonLengthLimit"_s, 70},
+                           {u"jsonFormattingEnabled"_s, true},
+                           {u"imageRequestsEnabled"_s, true}};
+    })));
+    const auto unregister = qScopeGuard([] {
+        QMetaType::unregisterConverterFunction(QMetaType::fromType<Convertible>(),
+                                               QMetaType::fromType<QVariantMap>());
+    });
+    Host host;
+    host.manager.initStorage(SettingsType::Rdm, {{group, QVariant::fromValue(Convertible())}});
+    const LogsConfigWrapper logs(&host.manager);
+    const auto looksOf = [&looks](const auto &read) {
+        looks = 0;
+        static_cast<void>(read());
+        return looks;
+    };
+    QCOMPARE(looksOf([&logs] { return logs.level(); }), 2);
+    QCOMPARE(looksOf([&logs] { return logs.modulesBlacklist(); }), 2);
+    QCOMPARE(looksOf([&logs] { return logs.modulesWhitelist(); }), 2);
+    QCOMPARE(looksOf([&logs] { return logs.jsonLengthLimit(); }), 2);
+    QCOMPARE(looksOf([&logs] { return logs.jsonFormattingEnabled(); }), 2);
+    QCOMPARE(looksOf([&logs] { return logs.imageRequestsEnabled(); }), 2);
 }
 
 void tst_LogsConfigWrapper::levelIsReadFromNumbersAndNames_data()

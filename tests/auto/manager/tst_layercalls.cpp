@@ -10,6 +10,7 @@
 #include <QtTest/QTest>
 
 #include <algorithm>
+#include <functional>
 #include <stdexcept>
 
 using namespace tamsel;
@@ -40,6 +41,22 @@ void sortLines(QStringList *lines, qsizetype first, qsizetype count)
     if (lines->size() >= first + count)
         std::sort(lines->begin() + first, lines->begin() + first + count);
 }
+
+/*! Says when it is copied. Small and relocatable: a QVariant copies it instead of sharing it. */
+class Copied
+{
+public:
+    Copied() = default;
+    Copied(const Copied &other) : m_onCopy(other.m_onCopy)
+    {
+        if (m_onCopy != nullptr)
+            (*m_onCopy)();
+    }
+    Copied &operator=(const Copied &) = delete;
+    ~Copied() = default;
+
+    const std::function<void()> *m_onCopy = nullptr;
+};
 
 /*! A manager whose layers, logger and handler write down whether its lock is held. */
 class LockWatch final : private ILogger, private IConfigurationChangeHandler
@@ -82,6 +99,8 @@ private:
 
 } // namespace
 
+Q_DECLARE_TYPEINFO(Copied, Q_RELOCATABLE_TYPE);
+
 class tst_LayerCalls : public QObject
 {
     Q_OBJECT
@@ -112,6 +131,7 @@ private Q_SLOTS:
     void theOldLayerDiesBeforeTheClearingIsLogged();
     void callsGrowWithTheNumberOfPairs();
 
+    void theDefaultIsCopiedBeforeTheLockIsTaken();
     void readsHoldTheLock();
     void readsDoNotCopyTheListOfLayers();
     void aReadReleasesTheLockWhenALayerThrows();
@@ -475,6 +495,26 @@ void tst_LayerCalls::callsGrowWithTheNumberOfPairs()
     QCOMPARE(calls("old: value"_L1), count);
     QCOMPARE(calls("new: value"_L1), count);
     QCOMPARE(lines.size(), 4 * count + 3); // and the line that the layer was replaced
+}
+
+void tst_LayerCalls::theDefaultIsCopiedBeforeTheLockIsTaken()
+{
+    TestHost host;
+    const auto rdm = addLayer(&host, SettingsType::Rdm, u"Rdm"_s, {{u"k"_s, 1}});
+    QMutex &mutex = privateOf(host.manager).mutex;
+    const std::function<void()> onCopy = [&host, &mutex] {
+        const bool isFree = mutex.tryLock();
+        if (isFree)
+            mutex.unlock();
+        host.journal.add(isFree ? u"copied, free"_s : u"copied, locked"_s);
+    };
+    Copied copied;
+    copied.m_onCopy = &onCopy;
+    const QVariant defaultValue = QVariant::fromValue(copied);
+    host.journal.take();
+    QCOMPARE(host.manager.value(u"g"_s, u"k"_s, defaultValue), QVariant(1));
+    QCOMPARE(host.journal.take(),
+             QStringList({u"copied, free"_s, u"Rdm: contains g/k"_s, u"Rdm: value g/k"_s}));
 }
 
 void tst_LayerCalls::readsHoldTheLock()

@@ -14,7 +14,9 @@
 #include <QtTest/QTest>
 
 #include <algorithm>
+#include <thread>
 #include <type_traits>
+#include <utility>
 
 using namespace tamsel;
 using namespace tamsel::tests;
@@ -72,6 +74,7 @@ private Q_SLOTS:
     void aSharedLayerOutlivesItsManager();
     void aSharedLayerOutlivesItsClearing();
     void aSharedLayerOutlivesItsReplacement();
+    void theUncoveredLayerMayBeClearedMeanwhile();
 };
 
 void tst_ManagerPrivate::aNewManagerKnowsItsFacadeAndItsLogger()
@@ -409,6 +412,30 @@ void tst_ManagerPrivate::aSharedLayerOutlivesItsReplacement()
              QStringList({u"old: keys"_s, u"info: Storage: Rdm reinitialized"_s}));
     layer.reset();
     QCOMPARE(host.journal.take(), QStringList(u"old: dies"_s));
+}
+
+void tst_ManagerPrivate::theUncoveredLayerMayBeClearedMeanwhile()
+{
+    // The lock is free while the layer below is asked for its value.
+    TestHost host;
+    const auto runtime = addLayer(&host, SettingsType::Runtime, u"Runtime"_s);
+    auto selvi = addLayer(&host, SettingsType::SelviDb, u"SelviDb"_s, {{u"k"_s, 5}});
+    bool isCleared = false;
+    selvi->note = [&host, &isCleared, calls = 0]() mutable {
+        if (++calls == 2 && !std::exchange(isCleared, true)) // contains() comes first
+            std::thread([&host] { host.manager.clearStorage(SettingsType::SelviDb); }).join();
+        return QString();
+    };
+    selvi.reset();
+    runtime->notify(u"g"_s, u"k"_s, QVariant());
+    QCOMPARE(
+            host.journal.take(),
+            QStringList({u"Runtime: contains g/k"_s, u"SelviDb: contains g/k"_s, u"SelviDb: keys"_s,
+                         u"info: Storage: SelviDb cleared"_s, u"Runtime: contains g/k"_s,
+                         u"debug: Parameter removed from all storages: g:k"_s,
+                         u"handler: SelviDb g/k = invalid"_s, u"SelviDb: value g/k"_s,
+                         u"SelviDb: dies"_s, u"debug: Top value changed SelviDb: g/k = '5'"_s,
+                         u"handler: SelviDb g/k = QString(5)"_s}));
 }
 
 QTEST_GUILESS_MAIN(tst_ManagerPrivate)

@@ -170,6 +170,7 @@ private Q_SLOTS:
     void aReaderIsNotDisturbedByOtherPairsThatComeAndGo();
     void aReaderSeesALayerOrTheNextOneWhileItIsReplacedAndCleared();
     void otherLayersAreUsedWhileSomeAreReplaced();
+    void aPairIsWrittenWhileLayersAboveAndBelowComeAndGo();
     void layersCreatedTogetherEndUpInOrder();
     void eachChangeIsToldOnceAndInOrderOnTheWritingThread();
     void everyWriterOfAPairIsHeard();
@@ -298,6 +299,43 @@ void tst_Threads::otherLayersAreUsedWhileSomeAreReplaced()
     QCOMPARE(wrong.take(), QStringList());
     QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s).toString(),
              wholeText(u"Rdm"_s, replacements - 1));
+}
+
+void tst_Threads::aPairIsWrittenWhileLayersAboveAndBelowComeAndGo()
+{
+    // Who changes the pair looks at the layer that answers for it; another thread may take it away.
+    TestHost host;
+    host.manager.initStorage(SettingsType::SystemProperties);
+    Journal wrong;
+    host.handler.reaction
+            = [&wrong](SettingsType, const QString &, const QString &, const QVariant &value) {
+                  // Empty: the pair was gone again before its layer was asked for the value.
+                  const QString text = value.toString();
+                  if (!text.isEmpty() && !isWhole(text))
+                      wrong.add(text);
+              };
+
+    const auto comeAndGo = [&host](SettingsType type) -> Body {
+        return [&host, type] {
+            const QString layer = QLatin1StringView(keyOf(type));
+            for (int i = 0; i < replacements; ++i) {
+                host.manager.initStorage(type, wholeMap(layer, i));
+                host.manager.initStorage(type, wholeMap(layer, i + 1));
+                host.manager.clearStorage(type);
+            }
+        };
+    };
+    runTogether(
+            {comeAndGo(SettingsType::Rdm), comeAndGo(SettingsType::CommandLineArgs), [&host] {
+                 for (int i = 0; i < writes; ++i) {
+                     host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(u"SystemProperties"_s, i),
+                                           SettingsType::SystemProperties);
+                     host.manager.removeValue(u"ui"_s, u"lang"_s, SettingsType::SystemProperties);
+                 }
+             }});
+
+    QCOMPARE(wrong.take(), QStringList());
+    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
 }
 
 void tst_Threads::layersCreatedTogetherEndUpInOrder()
