@@ -73,7 +73,6 @@ void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QStrin
 
     const SettingsType topType = top->type();
     if (reported.isValid()) {
-        top.reset();
         if (topType != type)
             return; // hidden by a higher layer
         if (isLogged(type))
