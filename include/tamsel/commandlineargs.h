@@ -28,7 +28,8 @@ namespace tamsel::commandLineArgs {
  * | `--subs LANGUAGE`   | "Service" | "subs"        | QString                            |
  *
  * Options that are absent, or given an empty value, leave no key; groups without keys are absent.
- * Positional arguments are ignored and left to the host.
+ * Of an option that is given several times the last one counts. Positional arguments are ignored
+ * and left to the host.
  *
  * \par Ownership
  * Nothing is kept between calls; the result is the caller's.

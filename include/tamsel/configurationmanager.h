@@ -25,7 +25,8 @@ class ILogger;
  * A read asks the layers in the order of #storagePriority and answers from the first one that holds
  * the pair. A write or a removal goes to the one layer it names. Whenever the value that a reader
  * would see changes, the manager logs it and calls every registered handler, on the thread that
- * made the change and before the changing call returns.
+ * made the change and before the changing call returns; setValue() and removeValue() name the two
+ * exceptions.
  *
  * \code
  * tamsel::ConfigurationManager settings(&logger);
@@ -45,8 +46,10 @@ class ILogger;
  * \par Threads
  * value(), contains(), setValue(), removeValue() and storageAvailable() may be called from any
  * thread, and so may initStorage() and clearStorage() as long as no other thread writes to, removes
- * from or asks for that very layer at the same time. The paths and the handlers are to be set
- * while no other thread uses the manager. Destruction must not overlap any other call.
+ * from, asks for, creates or clears that very layer at the same time. A file layer is a QSettings:
+ * create, replace, clear and destroy it on one thread, the one whose event loop is to write the
+ * file. The paths and the handlers are to be set while no other thread uses the manager.
+ * Destruction must not overlap any other call.
  * \par Failure
  * No call throws of its own accord and none returns an error: a call to a layer that does not exist
  * does nothing, or answers \c false or the default; a refused write or removal leaves one message
@@ -56,7 +59,12 @@ class TAMSEL_EXPORT ConfigurationManager
 {
     Q_GADGET
 public:
-    /*! A manager without layers. \a logger is borrowed; null only where nothing will be logged. */
+    /*!
+     * \brief A manager without layers.
+     *
+     * \a logger is borrowed. Null is only for a manager that never logs: creating or clearing a layer
+     * always does.
+     */
     explicit ConfigurationManager(ILogger *logger);
     /*! Deletes the layers; changed files are written back. Nothing is logged or reported. */
     ~ConfigurationManager();
@@ -92,8 +100,10 @@ public:
     /*!
      * \brief Writes \a value into the layer \a type.
      *
-     * Without such a layer nothing happens. An equal value is not written again. Read-only layers
-     * refuse with a message to ILogger::error().
+     * Without such a layer nothing happens. An equal value is not written again. Read-only layers,
+     * and file layers whose file is not writable, refuse with a message to ILogger::error(). An
+     * invalid value is stored and not reported; a file layer that does not hold the pair takes it for
+     * equal.
      */
     void setValue(const QString &group, const QString &key, const QVariant &value,
                   SettingsType type);
@@ -101,10 +111,15 @@ public:
      * \brief Deletes \a group / \a key from the layer \a type.
      *
      * Nothing happens if there is no such layer or the layer does not hold the pair. Read-only
-     * layers that hold it refuse with a message to ILogger::error().
+     * layers that hold it, and file layers whose file is not writable, refuse with a message to
+     * ILogger::error(). From a file go the pairs below the pair as well, those whose key begins with
+     * \a key and "/"; they are not reported.
      */
     void removeValue(const QString &group, const QString &key, SettingsType type);
-    /*! Whether the layer \a type exists and is usable: its file, if it has one, could be read. */
+    /*!
+     * \brief Whether the layer \a type exists and has met no error with its file, if it has one,
+     * neither in reading nor in writing back. A file that is not there is no error.
+     */
     [[nodiscard]] bool storageAvailable(SettingsType type) const;
 
     /*!
@@ -115,6 +130,9 @@ public:
      * \c FeatureKeys take their contents from it; \c SystemProperties and \c Runtime start empty and
      * the file layers read their file, whatever \a values holds. A value outside the enumeration is
      * ignored.
+     *
+     * A group may be a type that QVariant converts to QVariantMap. The conversion runs at every look
+     * into the group, with the lock of the manager held: it must not call the manager.
      */
     void initStorage(SettingsType type, const QMap<QString, QVariant> &values = {});
     /*!

@@ -21,8 +21,9 @@ namespace tamsel {
  * Borrowed. The manager never deletes a handler; withdraw it before it dies.
  * \par Threads
  * Runs on the thread that made the change, before the changing call returns, with no lock of the
- * library held: reading and writing settings here is fine, and so is appending or removing
- * handlers, this one included.
+ * library held: reading and writing settings here is fine, and so are creating, replacing and
+ * clearing other layers and appending or removing handlers, this one included. Where several threads
+ * make changes, several are in here at once.
  * \par Failure
  * There is no result; what an implementation throws reaches the writer, and the handlers behind it
  * are not called for that change.
@@ -40,7 +41,8 @@ public:
      * that lost it. When a removal uncovers the value of a lower layer, \a type is that layer and
      * \a value its value as a QString, whatever type the layer stores. A layer that is registered
      * or replaced with several pairs at once reports each with the value it holds, which may be an
-     * invalid QVariant too, or, after a replacement, one that a higher layer hides:
+     * invalid QVariant too, or, after a replacement, one that a higher layer hides. Where other
+     * threads make changes too, a report may be out of date when it comes.
      * ConfigurationManager::value() tells what a reader gets.
      */
     virtual void onValueChanged(SettingsType type, const QString &group, const QString &key,
