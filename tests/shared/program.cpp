@@ -57,14 +57,8 @@ ProgramSurroundings::ProgramSurroundings() : environment(QProcessEnvironment::sy
 ProgramResult runProgram(const QString &program, const QStringList &arguments,
                          const ProgramSurroundings &surroundings)
 {
-    QStringList command = emulator() + QStringList(program) + arguments;
     QProcess process;
-    process.setProgram(command.takeFirst());
-    process.setArguments(command);
-    process.setWorkingDirectory(surroundings.directory);
-    process.setProcessEnvironment(surroundings.environment);
-    process.setChildProcessModifier(leaveNoCoreBehind);
-    process.start(QIODevice::ReadOnly);
+    startProgram(&process, program, arguments, surroundings);
     if (!process.waitForFinished(patience)) {
         const QString reason = process.errorString();
         process.kill();
@@ -73,6 +67,18 @@ ProgramResult runProgram(const QString &program, const QStringList &arguments,
     }
     return {endOf(process), QString::fromUtf8(process.readAllStandardOutput()),
             withoutEmulatorsRemarks(QString::fromUtf8(process.readAllStandardError()))};
+}
+
+void startProgram(QProcess *process, const QString &program, const QStringList &arguments,
+                  const ProgramSurroundings &surroundings)
+{
+    QStringList command = emulator() + QStringList(program) + arguments;
+    process->setProgram(command.takeFirst());
+    process->setArguments(command);
+    process->setWorkingDirectory(surroundings.directory);
+    process->setProcessEnvironment(surroundings.environment);
+    process->setChildProcessModifier(leaveNoCoreBehind);
+    process->start(QIODevice::ReadOnly);
 }
 
 } // namespace tamsel::tests

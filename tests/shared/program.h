@@ -8,6 +8,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+QT_FORWARD_DECLARE_CLASS(QProcess)
+
 namespace tamsel::tests {
 
 /*! What became of a program that was run to its end. */
@@ -33,6 +35,10 @@ struct ProgramSurroundings
  */
 ProgramResult runProgram(const QString &program, const QStringList &arguments,
                          const ProgramSurroundings &surroundings = {});
+
+/*! Starts \a program as runProgram() does, and does not wait. */
+void startProgram(QProcess *process, const QString &program, const QStringList &arguments,
+                  const ProgramSurroundings &surroundings = {});
 
 } // namespace tamsel::tests
 

@@ -1,0 +1,368 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// The file of a layer cannot be written any more, or is no longer there. What QSettings makes of that
+// is written down here, so that a change of Qt does not go unnoticed.
+
+#include "journal.h"
+#include "recordinghandler.h"
+#include "recordinglogger.h"
+#include "tinydisk.h"
+
+#include <tamsel/configurationmanager.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QTest>
+
+using namespace tamsel;
+using namespace tamsel::tests;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto layer = SettingsType::CustomConfPersistent;
+
+/*! A host whose custom.conf holds g/k = old, and more where it has to be \a size bytes long. */
+class FileHost
+{
+public:
+    explicit FileHost(const QString &folderPath, qsizetype size = 0)
+        : folder(folderPath), path(folderPath + u"/custom.conf"_s), manager(&m_logger)
+    {
+        QByteArray contents = "[g]\nk=old\n";
+        if (contents.size() < size)
+            contents += "long=" + QByteArray(size - contents.size() - 6, 'x') + '\n';
+        QDir().mkpath(folder);
+        QFile file(path);
+        if (!file.open(QFile::WriteOnly) || file.write(contents) != contents.size())
+            qFatal("cannot write %s", qPrintable(path));
+        file.close();
+        manager.setPersistentStoragePath(folderPath + u'/');
+        manager.appendConfigurationHandler(&m_handler);
+        manager.initStorage(layer);
+        journal.take();
+    }
+
+    void write(const QString &key, const QString &value)
+    {
+        manager.setValue(u"g"_s, key, value, layer);
+    }
+
+    void remove(const QString &key) { manager.removeValue(u"g"_s, key, layer); }
+
+    QString read(const QString &key) const { return manager.value(u"g"_s, key).toString(); }
+
+    /*! QSettings writes the file here. */
+    static void runEventLoop() { QCoreApplication::processEvents(); }
+
+    QByteArray contents() const
+    {
+        QFile file(path);
+        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    QStringList files() const { return QDir(folder).entryList(QDir::Files); }
+
+    const QString folder;
+    const QString path;
+    Journal journal;
+
+private:
+    RecordingLogger m_logger{&journal};
+    RecordingHandler m_handler{&journal};
+
+public:
+    ConfigurationManager manager;
+};
+
+/*! What is logged and heard of a write that was accepted. */
+const QStringList accepted{u"debug: Top value changed CustomConfPersistent: g/k = 'new'"_s,
+                           u"handler: CustomConfPersistent g/k = QString(new)"_s};
+
+/*! What is logged where a write of g/k, and where then its removal is refused. */
+QStringList refused(const QString &path)
+{
+    return {u"error: unable to write value new (g/k) to %1, file is not writable"_s.arg(path),
+            u"error: unable to remove value g/k from %1"_s.arg(path)};
+}
+
+/*! Whether QSaveFile, with which QSettings writes, sees that \a size bytes do not fit. */
+bool noticesFullDisk(const TinyDisk &disk, qsizetype size)
+{
+    const QString path = disk.path() + u"/probe"_s;
+    QSaveFile file(path);
+    const bool isSaved = file.open(QFile::WriteOnly) && file.write(QByteArray(size, 'x')) == size
+            && file.commit();
+    return !isSaved || !QFile::remove(path);
+}
+
+} // namespace
+
+#define SKIP_WITHOUT(disk) \
+    if (!(disk).isMounted()) \
+    QSKIP(qPrintable(u"cannot mount a file system here: "_s + (disk).error()))
+
+class tst_FailingDisks : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aFullDiskKeepsTheOldFile_data();
+    void aFullDiskKeepsTheOldFile();
+    void whatAFullDiskDidNotTakeIsWrittenWithTheNextChange();
+    void whatAFullDiskDidNotTakeIsWrittenWhenTheLayerIsReplaced();
+    void aFullDiskRefusesTheFirstWrite();
+    void aDiskThatTurnsReadOnlyRefusesWrites();
+    void aFolderThatVanishesIsMadeAnewForTheNextWrite();
+    void aFolderThatBecomesAFileRefusesWrites();
+    void aFileThatBecomesAFolderRefusesWrites();
+    void aFolderInPlaceOfTheFileIsAnUnavailableLayer();
+    void aDanglingLinkIsFollowed();
+    void aLinkIntoAMissingFolderTakesWritesThatNeverArrive();
+};
+
+void tst_FailingDisks::aFullDiskKeepsTheOldFile_data()
+{
+    QTest::addColumn<int>("freePages");
+
+    QTest::newRow("nothing is free") << 0;
+    QTest::newRow("room for the lock file") << 1;
+    QTest::newRow("room for the lock file and a third") << 2;
+}
+
+void tst_FailingDisks::aFullDiskKeepsTheOldFile()
+{
+    QFETCH(const int, freePages);
+
+    TinyDisk disk(16);
+    SKIP_WITHOUT(disk);
+    const qsizetype size = 3 * TinyDisk::pageSize() - 10;
+    FileHost host(disk.path(), size);
+    const QByteArray before = host.contents();
+    QVERIFY(disk.fill(2));
+    const bool isNoticed = noticesFullDisk(disk, size);
+    QVERIFY(disk.empty());
+    QVERIFY(disk.fill(freePages));
+
+    host.write(u"k"_s, u"new"_s);
+    host.runEventLoop();
+
+    QCOMPARE(host.journal.take(), accepted);
+    QCOMPARE(host.read(u"k"_s), u"new"_s);
+    if (freePages > 0 && !isNoticed)
+        QEXPECT_FAIL("", "QSaveFile of this Qt puts the part that was written in place", Abort);
+    QCOMPARE(host.contents(), before);
+    QVERIFY(!host.manager.storageAvailable(layer));
+    QCOMPARE(host.files(), QStringList({u"custom.conf"_s, u"filler"_s})); // no litter
+}
+
+void tst_FailingDisks::whatAFullDiskDidNotTakeIsWrittenWithTheNextChange()
+{
+    TinyDisk disk(16);
+    SKIP_WITHOUT(disk);
+    FileHost host(disk.path());
+    const QByteArray before = host.contents();
+    QVERIFY(disk.fill(0));
+    host.write(u"k"_s, u"new"_s);
+    host.runEventLoop();
+    QVERIFY(disk.empty());
+
+    host.runEventLoop();
+    QCOMPARE(host.contents(), before);
+    host.write(u"later"_s, u"yes"_s);
+    host.runEventLoop();
+
+    QCOMPARE(host.contents(), "[g]\nk=new\nlater=yes\n");
+    QVERIFY(!host.manager.storageAvailable(layer)); // once is for good
+}
+
+void tst_FailingDisks::whatAFullDiskDidNotTakeIsWrittenWhenTheLayerIsReplaced()
+{
+    TinyDisk disk(16);
+    SKIP_WITHOUT(disk);
+    FileHost host(disk.path());
+    QVERIFY(disk.fill(0));
+    host.write(u"k"_s, u"new"_s);
+    host.runEventLoop();
+    QVERIFY(!host.manager.storageAvailable(layer));
+    QVERIFY(disk.empty());
+    host.journal.take();
+
+    host.manager.initStorage(layer);
+
+    QCOMPARE(host.contents(), "[g]\nk=new\n");
+    QVERIFY(host.manager.storageAvailable(layer));
+    QCOMPARE(host.journal.take(),
+             QStringList(u"info: Storage: CustomConfPersistent reinitialized"_s));
+}
+
+void tst_FailingDisks::aFullDiskRefusesTheFirstWrite()
+{
+    TinyDisk disk(16, 1);
+    SKIP_WITHOUT(disk);
+    FileHost host(disk.path());
+    host.manager.clearStorage(layer);
+    QVERIFY(QFile::remove(host.path));
+    QVERIFY(disk.fill(0)); // takes the only file that the disk has room for
+    host.manager.initStorage(layer);
+    host.journal.take();
+
+    host.write(u"k"_s, u"new"_s);
+    host.runEventLoop();
+
+    QCOMPARE(host.journal.take(), refused(host.path).first(1));
+    QVERIFY(!host.manager.contains(u"g"_s, u"k"_s));
+    QVERIFY(host.manager.storageAvailable(layer)); // the missing file could be read as an empty one
+    QCOMPARE(host.files(), QStringList(u"filler"_s));
+}
+
+void tst_FailingDisks::aDiskThatTurnsReadOnlyRefusesWrites()
+{
+    TinyDisk disk(16);
+    SKIP_WITHOUT(disk);
+    FileHost host(disk.path());
+    const QByteArray before = host.contents();
+    host.write(u"just before"_s, u"yes"_s);
+    host.journal.take();
+    QVERIFY(disk.setReadOnly(true));
+
+    host.write(u"k"_s, u"new"_s);
+    host.remove(u"k"_s);
+    QCOMPARE(host.journal.take(), refused(host.path));
+    QVERIFY(host.manager.storageAvailable(layer));
+    host.runEventLoop();
+
+    QCOMPARE(host.contents(), before);
+    QCOMPARE(host.read(u"k"_s), u"old"_s);
+    QCOMPARE(host.read(u"just before"_s), u"yes"_s);
+    QVERIFY(!host.manager.storageAvailable(layer));
+
+    QVERIFY(disk.setReadOnly(false));
+    host.write(u"k"_s, u"new"_s);
+    host.runEventLoop();
+    QCOMPARE(host.journal.take(), accepted);
+    QCOMPARE(host.contents(), "[g]\njust%20before=yes\nk=new\n");
+}
+
+void tst_FailingDisks::aFolderThatVanishesIsMadeAnewForTheNextWrite()
+{
+    const QTemporaryDir folder;
+    FileHost host(folder.filePath(u"settings"_s));
+    QVERIFY(QDir(host.folder).removeRecursively());
+
+    host.runEventLoop();
+    QCOMPARE(host.read(u"k"_s), u"old"_s);
+    QVERIFY(host.manager.storageAvailable(layer));
+    host.write(u"other"_s, u"value"_s);
+    QCOMPARE(host.read(u"k"_s), u"old"_s);
+    host.journal.take();
+    host.runEventLoop();
+
+    // QSettings reads a file again before it writes it: what was in the old one is gone.
+    QCOMPARE(host.contents(), "[g]\nother=value\n");
+    QVERIFY(!host.manager.contains(u"g"_s, u"k"_s));
+    QCOMPARE(host.journal.take(), QStringList()); // and nobody is told
+    QVERIFY(host.manager.storageAvailable(layer));
+}
+
+void tst_FailingDisks::aFolderThatBecomesAFileRefusesWrites()
+{
+    const QTemporaryDir folder;
+    FileHost host(folder.filePath(u"settings"_s));
+    host.write(u"just before"_s, u"yes"_s);
+    host.journal.take();
+    QVERIFY(QDir(host.folder).removeRecursively());
+    QVERIFY(QFile(host.folder).open(QFile::WriteOnly));
+
+    host.write(u"k"_s, u"new"_s);
+    host.remove(u"k"_s);
+    QCOMPARE(host.journal.take(), refused(host.path));
+    host.runEventLoop();
+
+    QCOMPARE(host.read(u"k"_s), u"old"_s);
+    QCOMPARE(host.read(u"just before"_s), u"yes"_s);
+    QVERIFY(!host.manager.storageAvailable(layer));
+    QVERIFY(QFileInfo(host.folder).isFile());
+}
+
+void tst_FailingDisks::aFileThatBecomesAFolderRefusesWrites()
+{
+    const QTemporaryDir folder;
+    FileHost host(folder.filePath(u"settings"_s));
+    host.write(u"just before"_s, u"yes"_s);
+    host.journal.take();
+    QVERIFY(QFile::remove(host.path));
+    QVERIFY(QDir().mkdir(host.path));
+
+    host.write(u"k"_s, u"new"_s);
+    host.remove(u"k"_s);
+    QCOMPARE(host.journal.take(), refused(host.path));
+    QVERIFY(host.manager.storageAvailable(layer));
+    host.runEventLoop();
+
+    QCOMPARE(host.read(u"k"_s), u"old"_s);
+    QCOMPARE(host.read(u"just before"_s), u"yes"_s);
+    QVERIFY(!host.manager.storageAvailable(layer));
+    QCOMPARE(host.files(), QStringList());
+    QVERIFY(QFileInfo(host.path).isDir());
+}
+
+void tst_FailingDisks::aFolderInPlaceOfTheFileIsAnUnavailableLayer()
+{
+    const QTemporaryDir folder;
+    FileHost host(folder.filePath(u"settings"_s));
+    host.manager.clearStorage(layer);
+    QVERIFY(QFile::remove(host.path));
+    QVERIFY(QDir().mkdir(host.path));
+    host.journal.take();
+
+    host.manager.initStorage(layer);
+    QCOMPARE(host.journal.take(),
+             QStringList(u"info: Storage: CustomConfPersistent initialized"_s));
+    QVERIFY(!host.manager.storageAvailable(layer));
+    host.write(u"k"_s, u"new"_s);
+    QCOMPARE(host.journal.take(), refused(host.path).first(1));
+    QVERIFY(!host.manager.contains(u"g"_s, u"k"_s));
+}
+
+void tst_FailingDisks::aDanglingLinkIsFollowed()
+{
+    const QTemporaryDir folder;
+    FileHost host(folder.filePath(u"settings"_s));
+    const QString target = folder.filePath(u"target.conf"_s);
+    QVERIFY(QFile::remove(host.path));
+    QVERIFY(QFile::link(target, host.path));
+
+    host.write(u"k"_s, u"new"_s);
+    host.runEventLoop();
+
+    QCOMPARE(host.journal.take(), accepted);
+    QVERIFY(QFileInfo(target).isFile());
+    QCOMPARE(QFileInfo(host.path).symLinkTarget(), target);
+    QCOMPARE(host.contents(), "[g]\nk=new\n");
+    QVERIFY(host.manager.storageAvailable(layer));
+}
+
+void tst_FailingDisks::aLinkIntoAMissingFolderTakesWritesThatNeverArrive()
+{
+    const QTemporaryDir folder;
+    FileHost host(folder.filePath(u"settings"_s));
+    QVERIFY(QFile::remove(host.path));
+    QVERIFY(QFile::link(folder.filePath(u"missing/target.conf"_s), host.path));
+
+    host.write(u"k"_s, u"new"_s);
+    QVERIFY(host.manager.storageAvailable(layer));
+    host.runEventLoop();
+
+    QCOMPARE(host.journal.take(), accepted);
+    QCOMPARE(host.read(u"k"_s), u"new"_s);
+    QVERIFY(!QFileInfo::exists(folder.filePath(u"missing"_s)));
+    QVERIFY(!host.manager.storageAvailable(layer)); // the only sign of it
+}
+
+QTEST_GUILESS_MAIN(tst_FailingDisks)
+#include "tst_failingdisks.moc"

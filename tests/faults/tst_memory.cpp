@@ -1,0 +1,593 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// Memory runs out at every single allocation of every operation. Each attempt has a process of its
+// own, since QSettings does not survive all of them.
+
+#include "childprocess.h"
+#include "failingallocations.h"
+#include "faultrun.h"
+#include "managerprivate.h"
+
+#include <storage/dynamicmapstorage.h>
+#include <storage/qtsettingsinistorage.h>
+#include <storage/staticmapreader.h>
+
+#include <tamsel/configurationmanager.h>
+#include <tamsel/ilogger.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QSettings>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QTest>
+
+#include <functional>
+#include <limits>
+#include <memory>
+#include <new>
+#include <thread>
+
+using namespace tamsel;
+using namespace tamsel::tests;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int never = std::numeric_limits<int>::max();
+
+bool hasFile(SettingsType type)
+{
+    return fileLayers.contains(type);
+}
+
+/*! Counts what it hears, and needs no memory for it. */
+class Listener final : public ILogger, public IConfigurationChangeHandler
+{
+public:
+    void error(const QString &) override { ++m_calls; }
+    void warning(const QString &) override { ++m_calls; }
+    void info(const QString &) override { ++m_calls; }
+    void debug(const QString &) override { ++m_calls; }
+    void onValueChanged(SettingsType, const QString &, const QString &, const QVariant &) override
+    {
+        ++m_calls;
+    }
+
+    int takeCalls() { return std::exchange(m_calls, 0); }
+
+private:
+    int m_calls = 0;
+};
+
+/*! A value whose copy needs memory, yet small enough to lie inside the QVariant. */
+class Costly
+{
+public:
+    Costly() : Costly(0) { }
+    explicit Costly(int number) : m_number(std::make_unique<int>(number)) { }
+    Costly(const Costly &other) : Costly(other.number()) { }
+    Costly &operator=(const Costly &) = delete;
+
+    int number() const { return *m_number; }
+    bool operator==(const Costly &other) const { return number() == other.number(); }
+
+private:
+    std::unique_ptr<int> m_number;
+};
+
+/*! What a layer is created with: four pairs, two of them named or valued \a text. */
+struct Contents
+{
+    explicit Contents(const QString &text)
+        : map{{u"g"_s, QVariantMap{{u"k"_s, text}, {text, 1}}},
+              {u"g-x"_s, QVariantMap{{u"a"_s, 2}}},
+              {u"z"_s, QVariantHash{{u"k"_s, text}}}}, // converted on every read
+          // In a file, g-x/a comes before g/k: the list of pairs is not sorted.
+          file(u"[g]\nk=%1\n%1=1\n\n[g-x]\na=2\n\n[z]\nk=%1\n"_s.arg(text).toUtf8())
+    {
+    }
+
+    void save(const QString &path) const
+    {
+        QFile target(path);
+        if (!target.open(QFile::WriteOnly) || target.write(file) != file.size())
+            qFatal("cannot write a file");
+    }
+
+    QVariantMap map;
+    QByteArray file;
+};
+
+/*! A host with all that the operations need, in a folder of its own. */
+class Host
+{
+public:
+    explicit Host(const QString &folder)
+        : m_folder(folder + u"/XXXXXX"_s),
+          manager(std::make_unique<ConfigurationManager>(&listener))
+    {
+        if (!m_folder.isValid())
+            qFatal("cannot create a folder");
+        manager->setPersistentStoragePath(m_folder.path() + u'/');
+        manager->setAssetsPrefix(m_folder.path() + u'/');
+        manager->appendConfigurationHandler(&listener);
+        manager->appendConfigurationHandler(&secondHandler);
+    }
+
+    ~Host()
+    {
+        layer.reset();
+        manager.reset();
+        // QSettings keeps files in mind until it finds them empty.
+        for (const auto type : fileLayers) {
+            if (!QFile::remove(filePath(type)))
+                QDir().rmdir(filePath(type));
+            QSettings(filePath(type), QSettings::IniFormat).clear();
+        }
+    }
+
+    QString filePath(SettingsType type = SettingsType::CustomConfPersistent) const
+    {
+        return m_folder.filePath(type == SettingsType::CustomConfPersistent ? u"custom.conf"_s
+                                         : type == SettingsType::SelviDb    ? u"selvi.db"_s
+                                                                            : u"ravona.conf"_s);
+    }
+
+    void add(SettingsType type, const Contents &contents)
+    {
+        if (hasFile(type))
+            contents.save(filePath(type));
+        manager->initStorage(type, contents.map);
+        const bool startsEmpty = !manager->contains(u"g"_s, u"k"_s, type);
+        for (auto group = contents.map.cbegin(); startsEmpty && group != contents.map.cend();
+             ++group) {
+            const QVariantMap entries = group->toMap();
+            for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+                manager->setValue(group.key(), entry.key(), entry.value(), type);
+        }
+    }
+
+    /*! All that readers can tell apart. */
+    QStringList state() const
+    {
+        QStringList lines{manager->persistentStoragePath()};
+        for (const auto &storage : std::as_const(privateOf(*manager).storages))
+            describe(*storage, &lines);
+        if (layer)
+            describe(*layer, &lines);
+        lines.append(u"%1 handlers"_s.arg(privateOf(*manager).handlers.size()));
+        return lines.replaceInStrings(m_folder.path(), QString());
+    }
+
+    bool hasLayersInOrder() const
+    {
+        const auto &storages = privateOf(*manager).storages;
+        for (qsizetype i = 1; i < storages.size(); ++i) {
+            if (priorityOf(storages.at(i - 1)->type()) >= priorityOf(storages.at(i)->type()))
+                return false;
+        }
+        return true;
+    }
+
+    /*! Takes every lock that there is, by reads and by writes. */
+    void useAll()
+    {
+        (void)manager->value(u"absent"_s, u"k"_s);
+        for (const auto &storage : std::as_const(privateOf(*manager).storages)) {
+            storage->setValue(u"g"_s, u"used"_s, u"yes"_s);
+            storage->remove(u"g"_s, u"used"_s);
+        }
+        if (layer) {
+            layer->setValue(u"g"_s, u"used"_s, u"yes"_s);
+            layer->remove(u"g"_s, u"used"_s);
+        }
+    }
+
+private:
+    static void describe(const AbstractStorage &storage, QStringList *lines)
+    {
+        lines->append(QLatin1StringView(keyOf(storage.type())));
+        const KeyList keys = storage.keys();
+        for (const auto &[group, key] : keys)
+            lines->append(group + u'/' + key + u'=' + storage.value(group, key).toString());
+    }
+
+    QTemporaryDir m_folder;
+
+public:
+    Listener listener;
+    Listener secondHandler;
+    Listener thirdHandler;
+    std::unique_ptr<ConfigurationManager> manager;
+    std::unique_ptr<AbstractStorage> layer; // one that the manager does not know
+};
+
+using Step = std::function<void(Host &)>;
+
+/*! What an operation has brought about when nothing fails. */
+struct Success
+{
+    QStringList state;
+    int calls = 0; // of the logger and of a handler
+};
+
+Success succeed(const QString &folder, const Step &prepare, const Step &operation)
+{
+    Host host(folder);
+    prepare(host);
+    host.listener.takeCalls();
+    operation(host);
+    return {host.state(), host.listener.takeCalls()};
+}
+
+/*!
+ * Lets the allocation \a number of the operation fail and judges what that leaves behind: "threw"
+ * or "did without it" if all is well, "untouched" if the operation makes fewer allocations.
+ */
+const char *attempt(const QString &folder, const Step &prepare, const Step &operation, int number,
+                    AllocationFault::Extent extent, const Success &success)
+{
+    Host host(folder);
+    prepare(host);
+    host.listener.takeCalls();
+    const QStringList before = host.state();
+
+    bool threw = false;
+    int failures = 0;
+    {
+        const AllocationFault fault(number, extent);
+        try {
+            operation(host);
+        } catch (const std::bad_alloc &) {
+            threw = true;
+        }
+        failures = fault.failures();
+    }
+    const int calls = host.listener.takeCalls();
+    const QStringList after = host.state();
+
+    if (!host.hasLayersInOrder())
+        return "the layers are not in order";
+    if (threw && after != before && after != success.state)
+        return "the operation is half done";
+    if (!threw && (after != success.state || calls != success.calls))
+        return "the operation is incomplete, and nobody was told";
+
+    std::thread([&host] { host.useAll(); }).join(); // does not come back if a lock is still held
+    operation(host);
+    if (host.state() != success.state)
+        return "the operation cannot be repeated";
+    return failures == 0 ? "untouched" : threw ? "threw" : "did without it";
+}
+
+/*! What came of letting each allocation of an operation fail in turn. */
+struct Verdicts
+{
+    int attempts = 0;
+    int deaths = 0;
+    QByteArray fault; // the first one
+};
+
+Verdicts attemptAll(const QString &folder, const Step &prepare, const Step &operation,
+                    AllocationFault::Extent extent)
+{
+    const Success success = succeed(folder, prepare, operation);
+    // What is made once in the life of a process is made now and is no leak.
+    attempt(folder, prepare, operation, never, extent, success);
+
+    Verdicts verdicts;
+    for (int number = 1; number < 1000; ++number) {
+        const ChildResult child = inChild([&]() -> QByteArray {
+            const AllocationLedger ledger;
+            const char *verdict = attempt(folder, prepare, operation, number, extent, success);
+            return ledger.alive() == 0 ? verdict : "memory is leaked";
+        });
+        if (child.report == "untouched")
+            return verdicts;
+        ++verdicts.attempts;
+        if (child.end == "signal 14")
+            verdicts.fault = "a lock is held";
+        else if (!child.lived)
+            ++verdicts.deaths;
+        else if (child.report != "threw" && child.report != "did without it")
+            verdicts.fault = child.report;
+        if (!verdicts.fault.isEmpty()) {
+            verdicts.fault.append(", allocation ").append(QByteArray::number(number));
+            return verdicts;
+        }
+    }
+    verdicts.fault = "there is no end to it";
+    return verdicts;
+}
+
+} // namespace
+
+QT_BEGIN_NAMESPACE
+Q_DECLARE_TYPEINFO(Costly, Q_RELOCATABLE_TYPE);
+QT_END_NAMESPACE
+Q_DECLARE_METATYPE(Costly)
+Q_DECLARE_METATYPE(Step)
+Q_DECLARE_METATYPE(AllocationFault::Extent)
+
+class tst_Memory : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void exhaustionIsThrownAndLeavesNothingHalfDone_data();
+    void exhaustionIsThrownAndLeavesNothingHalfDone();
+    void whatNeedsNoMemoryCannotRunOutOfIt_data();
+    void whatNeedsNoMemoryCannotRunOutOfIt();
+    void exhaustionWhileAFileIsWrittenLeavesItWhole_data();
+    void exhaustionWhileAFileIsWrittenLeavesItWhole();
+
+private:
+    QTemporaryDir m_folder;
+};
+
+void tst_Memory::initTestCase()
+{
+    qputenv("TZ", "UTC"); // or else the C library copies the zone's name again and again
+    QMetaType::registerConverter<Costly, QString>(
+            [](const Costly &costly) { return QString::number(costly.number()); });
+}
+
+void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
+{
+    QTest::addColumn<Step>("prepare");
+    QTest::addColumn<Step>("operation");
+    QTest::addColumn<Step>("qtAlone"); // where Qt dies of it: what it dies of, and just as often
+
+    static const Contents before(u"old"_s);
+    static const Contents after(u"another"_s); // longer: QSettings notices that the file is another
+    const auto addRow = [](SettingsType type, const char *what, const Step &prepare,
+                           const Step &operation, const Step &qtAlone = {}) {
+        QTest::addRow("%s: %s", keyOf(type), what) << prepare << operation << qtAlone;
+    };
+
+    // In the quick run, one layer of each kind.
+    const auto isLeftOut = [](SettingsType type) {
+        return rounds(1, 0)
+                && !QList<SettingsType>{SettingsType::Runtime, SettingsType::Rdm,
+                                        SettingsType::CustomConfPersistent}
+                            .contains(type);
+    };
+    for (const auto type : storagePriority) {
+        if (isLeftOut(type))
+            continue;
+        const Step add = [type](Host &host) { host.add(type, before); };
+        const Step init = [type](Host &host) { host.manager->initStorage(type, after.map); };
+        const Step clear = [type](Host &host) { host.manager->clearStorage(type); };
+        Step saveFile = [](Host &) {};
+        Step openFile;
+        if (hasFile(type)) {
+            saveFile = [type](Host &host) { after.save(host.filePath(type)); };
+            openFile = [type](Host &host) {
+                const QSettings settings(host.filePath(type), QSettings::IniFormat);
+            };
+        }
+        addRow(type, "created", saveFile, init, openFile);
+        addRow(
+                type, "replaced",
+                [add, saveFile](Host &host) {
+                    add(host);
+                    saveFile(host);
+                },
+                init, openFile);
+        addRow(type, "cleared", add, clear);
+        if (type != SettingsType::Runtime && type != SettingsType::SystemProperties) {
+            addRow(type, "asked for a value", add,
+                   [](Host &host) { (void)host.manager->value(u"z"_s, u"k"_s); });
+        }
+    }
+
+    for (const auto type :
+         {SettingsType::Runtime, SettingsType::SystemProperties, SettingsType::CustomConfPersistent,
+          SettingsType::SelviDb, SettingsType::RavonaConfDefault}) {
+        const Step add = [type](Host &host) { host.add(type, before); };
+        const Step write = [type](Host &host) {
+            host.manager->setValue(u"g"_s, u"k"_s, u"written"_s, type);
+        };
+        const Step remove = [type](Host &host) { host.manager->removeValue(u"g"_s, u"k"_s, type); };
+        const auto lower = SettingsType::RavonaConfDefault;
+        addRow(type, "written", add, write);
+        addRow(type, "written to a new group", add, [type](Host &host) {
+            host.manager->setValue(u"new"_s, u"k"_s, u"written"_s, type);
+        });
+        addRow(type, "removed from", add, remove);
+        if (type != lower) {
+            const Step addAbove = [add](Host &host) {
+                host.add(lower, after);
+                add(host);
+            };
+            addRow(type, "removed from above another", addAbove, remove);
+            addRow(type, "cleared above another", addAbove,
+                   [type](Host &host) { host.manager->clearStorage(type); });
+        }
+    }
+
+    addRow(
+            SettingsType::Runtime, "written, a value that takes memory to copy",
+            [](Host &host) {
+                host.add(SettingsType::Runtime, before);
+                host.manager->setValue(u"g"_s, u"k"_s, QVariant::fromValue(Costly(1)),
+                                       SettingsType::Runtime);
+            },
+            [](Host &host) {
+                static const QVariant two = QVariant::fromValue(Costly(2));
+                host.manager->setValue(u"g"_s, u"k"_s, two, SettingsType::Runtime);
+            });
+
+    const auto custom = SettingsType::CustomConfPersistent;
+    const Step directory = [custom](Host &host) {
+        host.add(custom, before);
+        QFile::remove(host.filePath());
+        QDir().mkdir(host.filePath());
+    };
+    addRow(custom, "refusing a value", directory,
+           [custom](Host &host) { host.manager->setValue(u"g"_s, u"k"_s, u"written"_s, custom); });
+    addRow(custom, "refusing a removal", directory,
+           [custom](Host &host) { host.manager->removeValue(u"g"_s, u"k"_s, custom); });
+
+    QTest::newRow("manager: made") << Step([](Host &) {}) << Step([](Host &host) {
+        const ConfigurationManager manager(&host.listener);
+    }) << Step();
+    QTest::newRow("manager: a handler more") << Step([](Host &) {}) << Step([](Host &host) {
+        host.manager->appendConfigurationHandler(&host.thirdHandler);
+    }) << Step();
+    QTest::newRow("manager: path of the start-up screen")
+            << Step([](Host &) {})
+            << Step([](Host &host) { (void)host.manager->startupScreenDirPath(); }) << Step();
+    QTest::newRow("manager: no such layer")
+            << Step([](Host &) {})
+            << Step([](Host &host) { host.manager->clearStorage(SettingsType::Rdm); }) << Step();
+
+    const QList<std::pair<const char *, Step>> layers{
+            {"map in memory",
+             [](Host &host) {
+                 host.layer = std::make_unique<DynamicMapStorage>(SettingsType::Runtime,
+                                                                  &host.listener, &host.listener);
+                 host.layer->setValue(u"g"_s, u"k"_s, 1);
+             }},
+            {"fixed map",
+             [](Host &host) {
+                 host.layer = std::make_unique<StaticMapReader>(SettingsType::Rdm, &host.listener,
+                                                                &host.listener, before.map);
+             }},
+            {"file", [custom](Host &host) {
+                 before.save(host.filePath());
+                 host.layer = std::make_unique<QtSettingsIniStorage>(
+                         custom, &host.listener, &host.listener, host.filePath());
+             }}};
+    for (const auto &[name, prepare] : layers) {
+        QTest::addRow("%s: listed", name)
+                << prepare << Step([](Host &host) { (void)host.layer->keys(); }) << Step();
+    }
+}
+
+void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone()
+{
+    QFETCH(const Step, prepare);
+    QFETCH(const Step, operation);
+    QFETCH(const Step, qtAlone);
+
+    for (const auto extent : {AllocationFault::OnlyOne, AllocationFault::AllFrom}) {
+        const Verdicts verdicts = attemptAll(m_folder.path(), prepare, operation, extent);
+        QCOMPARE(verdicts.fault, QByteArray());
+        QVERIFY(verdicts.attempts > 0);
+        const Verdicts ofQt
+                = qtAlone ? attemptAll(m_folder.path(), prepare, qtAlone, extent) : Verdicts();
+        QCOMPARE(verdicts.deaths, ofQt.deaths);
+    }
+}
+
+void tst_Memory::whatNeedsNoMemoryCannotRunOutOfIt_data()
+{
+    QTest::addColumn<Step>("operation");
+
+    static const QString group = u"g"_s;
+    static const QString key = u"k"_s;
+    static const QVariant held = u"text"_s;
+    QTest::newRow("reading from a map in memory") << Step([](Host &host) {
+        (void)host.manager->value(group, key);
+        (void)host.manager->value(group, u"absent"_s, held);
+    });
+    QTest::newRow("asking a layer") << Step([](Host &host) {
+        (void)host.manager->contains(group, key, SettingsType::Rdm);
+        (void)host.manager->storageAvailable(SettingsType::Rdm);
+        (void)host.manager->contains(group, key, SettingsType::SelviDb);
+    });
+    QTest::newRow("writing an equal value") << Step(
+            [](Host &host) { host.manager->setValue(group, key, held, SettingsType::Runtime); });
+    QTest::newRow("writing to a fixed map") << Step([](Host &host) {
+        host.manager->setValue(group, key, held, SettingsType::Rdm);
+        host.manager->removeValue(group, key, SettingsType::Rdm);
+    });
+    QTest::newRow("writing to no layer") << Step([](Host &host) {
+        host.manager->setValue(group, key, held, SettingsType::SelviDb);
+        host.manager->removeValue(group, key, SettingsType::SelviDb);
+    });
+    QTest::newRow("withdrawing a handler") << Step(
+            [](Host &host) { host.manager->removeConfigurationHandler(&host.secondHandler); });
+}
+
+void tst_Memory::whatNeedsNoMemoryCannotRunOutOfIt()
+{
+    QFETCH(const Step, operation);
+
+    Host host(m_folder.path());
+    host.manager->initStorage(SettingsType::Runtime);
+    host.manager->setValue(u"g"_s, u"k"_s, u"text"_s, SettingsType::Runtime);
+    host.manager->initStorage(SettingsType::Rdm, Contents(u"text"_s).map);
+
+    int failures = -1;
+    {
+        const AllocationFault fault(1, AllocationFault::AllFrom);
+        operation(host);
+        failures = fault.failures();
+    }
+    QCOMPARE(failures, 0);
+}
+
+void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole_data()
+{
+    QTest::addColumn<bool>("byEventLoop");
+    QTest::addColumn<AllocationFault::Extent>("extent");
+
+    QTest::newRow("by the event loop, one allocation fails") << true << AllocationFault::OnlyOne;
+    QTest::newRow("by the event loop, all fail from one on") << true << AllocationFault::AllFrom;
+    QTest::newRow("as the layer dies, one allocation fails") << false << AllocationFault::OnlyOne;
+    QTest::newRow("as the layer dies, all fail from one on") << false << AllocationFault::AllFrom;
+}
+
+// QSettings may lose the write, or the process, and leave its lock file. The file is never torn.
+void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole()
+{
+    QFETCH(const bool, byEventLoop);
+    QFETCH(const AllocationFault::Extent, extent);
+
+    const Contents before(u"old"_s);
+    QByteArray after = before.file;
+    after.replace("k=old\nold", "k=written\nold");
+
+    QMap<QByteArray, int> seen; // contents of the file, and how often
+    for (int number = 1; number < 1000; ++number) {
+        const QTemporaryDir folder(m_folder.filePath(u"XXXXXX"_s));
+        const QString path = folder.filePath(u"custom.conf"_s);
+        before.save(path);
+        const ChildResult child = inChild([&]() -> QByteArray {
+            Listener listener;
+            // Lives on: it would wait for a lock file that was left.
+            auto *manager = new ConfigurationManager(&listener);
+            manager->setPersistentStoragePath(folder.path() + u'/');
+            manager->initStorage(SettingsType::CustomConfPersistent);
+            manager->setValue(u"g"_s, u"k"_s, u"written"_s, SettingsType::CustomConfPersistent);
+            int failures = 0;
+            {
+                const AllocationFault fault(number, extent);
+                try {
+                    if (byEventLoop)
+                        QCoreApplication::processEvents();
+                    else
+                        manager->clearStorage(SettingsType::CustomConfPersistent);
+                } catch (const std::bad_alloc &) {
+                }
+                failures = fault.failures();
+            }
+            return failures == 0 ? "untouched" : "";
+        });
+        QVERIFY(child.end != "signal 14");
+        QFile file(path);
+        QVERIFY(file.open(QFile::ReadOnly));
+        ++seen[file.readAll()];
+        if (child.report == "untouched")
+            break;
+    }
+    QCOMPARE(seen.keys(), QByteArrayList({before.file, after}));
+    QVERIFY(seen.value(before.file) > 1);
+}
+
+QTEST_GUILESS_MAIN(tst_Memory)
+#include "tst_memory.moc"
