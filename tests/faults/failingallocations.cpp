@@ -12,14 +12,9 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef TAMSEL_ADDRESS_SANITIZER
 #    define TAMSEL_REAL(function) __interceptor_##function
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#        define TAMSEL_REAL(function) __interceptor_##function
-#    endif
-#endif
-#ifndef TAMSEL_REAL
+#else
 #    define TAMSEL_REAL(function) __libc_##function
 #endif
 
