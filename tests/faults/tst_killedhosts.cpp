@@ -85,7 +85,7 @@ void tst_KilledHosts::theFileHoldsAllThatWasWrittenAndNothingElse()
         if (writes > 0) {
             QVERIFY(host.waitForReadyRead(patience));
             QCOMPARE(host.readLine().trimmed(), QByteArray::number(last)); // it can read the file
-            QTRY_VERIFY_WITH_TIMEOUT(lastNumber(path) >= last + writes, patience);
+            QVERIFY(QTest::qWaitFor([&] { return lastNumber(path) >= last + writes; }, patience));
         }
         std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
         const int onDisk = lastNumber(path);

@@ -168,7 +168,8 @@ public:
             describe(*storage, &lines);
         if (layer)
             describe(*layer, &lines);
-        lines.append(u"%1 handlers"_s.arg(privateOf(*manager).handlers.size()));
+        lines.append(u"%1 handlers, %2 tickets"_s.arg(privateOf(*manager).handlers.size())
+                             .arg(privateOf(*manager).handlerTickets.size()));
         return lines.replaceInStrings(m_folder.path(), QString());
     }
 
@@ -423,7 +424,7 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
                                        SettingsType::Runtime);
             },
             [](Host &host) {
-                static const QVariant two = QVariant::fromValue(Costly(2));
+                const QVariant two = QVariant::fromValue(Costly(2)); // dies: no part of it may stay
                 host.manager->setValue(u"g"_s, u"k"_s, two, SettingsType::Runtime);
             });
 
