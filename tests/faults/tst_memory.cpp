@@ -546,10 +546,12 @@ void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole_data()
     QTest::addColumn<bool>("byEventLoop");
     QTest::addColumn<AllocationFault::Extent>("extent");
 
-    QTest::newRow("by the event loop, one allocation fails") << true << AllocationFault::OnlyOne;
     QTest::newRow("by the event loop, all fail from one on") << true << AllocationFault::AllFrom;
-    QTest::newRow("as the layer dies, one allocation fails") << false << AllocationFault::OnlyOne;
     QTest::newRow("as the layer dies, all fail from one on") << false << AllocationFault::AllFrom;
+    if (!isFullRun())
+        return;
+    QTest::newRow("by the event loop, one allocation fails") << true << AllocationFault::OnlyOne;
+    QTest::newRow("as the layer dies, one allocation fails") << false << AllocationFault::OnlyOne;
 }
 
 // QSettings may lose the write, or the process, and leave its lock file. The file is never torn.
