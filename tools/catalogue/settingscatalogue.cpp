@@ -23,7 +23,7 @@ void SettingsCatalogue::onValueChanged(SettingsType type, const QString &group, 
     // Only the pair counts: who answers, and with what, is asked for when somebody wants to know.
     Q_UNUSED(type)
     Q_UNUSED(value)
-    m_pairs.emplace(group, key);
+    remember(group, key);
 }
 
 QList<EffectiveSetting> SettingsCatalogue::settings() const

@@ -32,19 +32,28 @@ struct EffectiveSetting
  * and key that it hears of.
  *
  * Make it before the first layer. A pair is then heard of once some layer brings it, if not for
- * this layer, then for the higher one that hides it.
+ * this layer, then for the higher one that hides it. One pair escapes it: a layer's only one, where
+ * its value is invalid; remember() takes it from who knows better.
  *
- * It runs on the thread that changes the setting; settop has only one.
+ * It has no lock and runs on the thread that changes the setting: for programs with one thread.
  */
 class SettingsCatalogue final : public tamsel::IConfigurationChangeHandler
 {
 public:
+    using Pairs = std::set<std::pair<QString, QString>>;
+
     /*! \a settings is borrowed and outlives the catalogue. */
     explicit SettingsCatalogue(tamsel::ConfigurationManager *settings);
     ~SettingsCatalogue() override;
 
     void onValueChanged(tamsel::SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
+
+    /*! Knows of the pair from now on. */
+    void remember(const QString &group, const QString &key) { m_pairs.emplace(group, key); }
+
+    /*! All pairs ever heard of, by group and key, those that no layer can be asked for included. */
+    const Pairs &pairs() const { return m_pairs; }
 
     /*! What holds now, by group and key. Pairs that no layer holds any more are not among it. */
     QList<EffectiveSetting> settings() const;
@@ -55,7 +64,7 @@ private:
     QList<tamsel::SettingsType> layersHolding(const QString &group, const QString &key) const;
 
     tamsel::ConfigurationManager *const m_settings;
-    std::set<std::pair<QString, QString>> m_pairs;
+    Pairs m_pairs;
 };
 
 #endif // SETTINGSCATALOGUE_H
