@@ -46,3 +46,9 @@ if(NOT BUILD_SHARED_LIBS)
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/tamsel.pc.in ${PROJECT_BINARY_DIR}/tamsel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tamsel.pc DESTINATION ${tamsel_pc_dir} COMPONENT Devel)
+
+if(TAMSEL_BUILD_TOOLS)
+    install(TARGETS tamsel-inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES ${PROJECT_SOURCE_DIR}/tools/inspect/tamsel-inspect.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()

@@ -1,0 +1,127 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "difference.h"
+
+#include "box.h"
+#include "listing.h"
+#include "screen.h"
+#include "texts.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+#include <map>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/*! A setting before and after; none where no layer answers. */
+struct Change
+{
+    std::optional<Holding> before;
+    std::optional<Holding> after;
+};
+
+using Changes = std::map<std::pair<QString, QString>, Change>;
+
+bool isVisible(const Change &change)
+{
+    if (!change.before || !change.after)
+        return change.before.has_value() != change.after.has_value();
+    // Another layer that answers with the same value is no change for a reader.
+    return change.before->value != change.after->value;
+}
+
+/*! Only what readers see changing. */
+Changes changesBetween(const QList<Setting> &before, const QList<Setting> &after)
+{
+    Changes result;
+    for (const Setting &setting : before)
+        result[{setting.name.group, setting.name.key}].before = setting.answer;
+    for (const Setting &setting : after)
+        result[{setting.name.group, setting.name.key}].after = setting.answer;
+    for (auto change = result.begin(); change != result.end();)
+        change = isVisible(change->second) ? std::next(change) : result.erase(change);
+    return result;
+}
+
+QString kindOf(const Change &change)
+{
+    if (!change.before)
+        return u"added"_s;
+    return change.after ? u"changed"_s : u"removed"_s;
+}
+
+Style styleOf(const Change &change)
+{
+    if (!change.before)
+        return Style::Good;
+    return change.after ? Style::Plain : Style::Alert;
+}
+
+QString valueOf(const std::optional<Holding> &holding)
+{
+    return holding ? valueText(holding->value) : u"-"_s;
+}
+
+QString layerOf(const std::optional<Holding> &holding)
+{
+    return holding ? layerName(holding->layer) : u"-"_s;
+}
+
+QJsonValue objectOf(const std::optional<Holding> &holding)
+{
+    if (!holding)
+        return QJsonValue::Null;
+    QJsonObject result = holdingObject(*holding);
+    result.remove(u"entry"_s);
+    return result;
+}
+
+void printJson(const Changes &changes, Screen &screen)
+{
+    QJsonObject result{
+            {u"added"_s, QJsonArray()}, {u"removed"_s, QJsonArray()}, {u"changed"_s, QJsonArray()}};
+    std::map<QString, QJsonArray> arrays; // grown outside of the object: there it is copied
+    for (const auto &[name, change] : changes) {
+        arrays[kindOf(change)].append(QJsonObject{{u"group"_s, name.first},
+                                                  {u"key"_s, name.second},
+                                                  {u"old"_s, objectOf(change.before)},
+                                                  {u"new"_s, objectOf(change.after)}});
+    }
+    for (const auto &[kind, array] : arrays)
+        result[kind] = array;
+    screen.printJson(result);
+}
+
+void printText(const Changes &changes, Screen &screen)
+{
+    if (changes.empty()) {
+        screen.printLine(u"no reader would see a difference"_s);
+        return;
+    }
+    QList<Row> rows{{{u"change"_s, u"group"_s, u"key"_s, u"old value"_s, u"old layer"_s,
+                      u"new value"_s, u"new layer"_s},
+                     Style::Heading}};
+    for (const auto &[name, change] : changes) {
+        rows.append(
+                {{kindOf(change), escaped(name.first), escaped(name.second), valueOf(change.before),
+                  layerOf(change.before), valueOf(change.after), layerOf(change.after)},
+                 styleOf(change)});
+    }
+    screen.printTable(rows, {3, 5}); // the values
+}
+
+} // namespace
+
+bool printDifference(const Box &before, const Box &after, const Options &options, Screen &screen)
+{
+    const Changes changes = changesBetween(before.settings(options), after.settings(options));
+    if (options.json)
+        printJson(changes, screen);
+    else
+        printText(changes, screen);
+    return !changes.empty();
+}

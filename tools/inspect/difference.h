@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef DIFFERENCE_H
+#define DIFFERENCE_H
+
+#include "options.h"
+
+class Box;
+class Screen;
+
+/*! Prints what readers would see change if \a before became \a after. Returns whether anything
+ *  would. */
+bool printDifference(const Box &before, const Box &after, const Options &options, Screen &screen);
+
+#endif // DIFFERENCE_H

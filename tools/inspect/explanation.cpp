@@ -1,0 +1,160 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "explanation.h"
+
+#include "box.h"
+#include "listing.h"
+#include "screen.h"
+#include "texts.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
+using namespace Qt::StringLiterals;
+using tamsel::SettingsType;
+
+namespace {
+
+/*! Where one layer stands in the walk. */
+struct Step
+{
+    SettingsType layer;
+    std::optional<Holding> holding;
+    bool answers = false;
+    QString file; // of the layer; empty if it has none
+    bool fileExists = false;
+};
+
+QList<Step> stepsOf(const Box &box, const Setting &setting)
+{
+    QList<Step> steps;
+    for (const SettingsType layer : tamsel::storagePriority) {
+        const QString file = box.fileOf(layer);
+        Step step{layer, std::nullopt, false, file, !file.isEmpty() && QFileInfo::exists(file)};
+        if (setting.answer && setting.answer->layer == layer) {
+            step.holding = setting.answer;
+            step.answers = true;
+        }
+        for (const Holding &hidden : setting.hidden) {
+            if (hidden.layer == layer && hidden.entry.isEmpty())
+                step.holding = hidden;
+        }
+        steps.append(step);
+    }
+    return steps;
+}
+
+QString placeOf(const Step &step)
+{
+    if (step.holding)
+        return step.holding->file.isEmpty() ? u"--set"_s : escaped(step.holding->file);
+    if (step.file.isEmpty())
+        return u"-"_s;
+    return step.fileExists ? escaped(step.file) : u"%1 (no such file)"_s.arg(escaped(step.file));
+}
+
+Row rowOf(const Step &step)
+{
+    const QString rank = QString::number(tamsel::priorityOf(step.layer));
+    const QString layer = layerName(step.layer);
+    if (!step.holding)
+        return {{rank, layer, u"absent"_s, u"-"_s, u"-"_s, placeOf(step)}, Style::Faint};
+    const QVariant &value = step.holding->value;
+    return {{rank, layer, step.answers ? u"present, answers"_s : u"present, hidden"_s,
+             valueText(value), typeText(value), placeOf(step)},
+            step.answers ? Style::Good : Style::Plain};
+}
+
+QJsonObject objectOf(const Step &step)
+{
+    const Holding holding = step.holding.value_or(Holding{step.layer, {}, step.file, {}});
+    QJsonObject result = holdingObject(holding);
+    result.remove(u"entry"_s);
+    result[u"rank"_s] = tamsel::priorityOf(step.layer);
+    result[u"present"_s] = step.holding.has_value();
+    result[u"answers"_s] = step.answers;
+    result[u"fileExists"_s] = step.fileExists;
+    return result;
+}
+
+QString nameText(const Setting &setting)
+{
+    return escaped(setting.name.group + u'/' + setting.name.key);
+}
+
+QString originText(const Holding &holding)
+{
+    return u"%1 (%2)"_s.arg(layerName(holding.layer),
+                            holding.file.isEmpty() ? u"--set"_s : escaped(holding.file));
+}
+
+/*! What becomes of an entry that is listed as the setting, and is none. */
+QString entryText(const Holding &holding)
+{
+    const qsizetype slash = holding.entry.indexOf(u'/');
+    const QString group = slash < 0 ? QString() : holding.entry.left(slash);
+    return u"%1 lists the entry %2 as this setting, but it is read as group %3, key %4"_s.arg(
+            originText(holding), valueText(holding.entry), valueText(group),
+            valueText(holding.entry.mid(slash + 1)));
+}
+
+QString summaryOf(const Setting &setting)
+{
+    QStringList hidden;
+    QStringList entries;
+    for (const Holding &holding : setting.hidden) {
+        if (holding.entry.isEmpty())
+            hidden.append(u"%1 from %2"_s.arg(valueText(holding.value), layerName(holding.layer)));
+        else
+            entries.append(entryText(holding));
+    }
+    QString result = nameText(setting);
+    if (setting.answer) {
+        result = u"%1 is %2, from %3; hides %4"_s.arg(
+                result, valueText(setting.answer->value), originText(*setting.answer),
+                hidden.isEmpty() ? u"nothing"_s : hidden.join(", "_L1));
+    } else {
+        result += " is held by no layer"_L1;
+    }
+    for (const QString &entry : entries)
+        result += "; "_L1 + entry;
+    return result;
+}
+
+QJsonObject objectOf(const Setting &setting, const QList<Step> &steps)
+{
+    QJsonArray layers;
+    for (const Step &step : steps)
+        layers.append(objectOf(step));
+    QJsonArray entries;
+    for (const Holding &holding : setting.hidden) {
+        if (!holding.entry.isEmpty())
+            entries.append(holdingObject(holding));
+    }
+    return {{u"group"_s, setting.name.group},
+            {u"key"_s, setting.name.key},
+            {u"layers"_s, layers},
+            {u"unreadable"_s, entries},
+            {u"summary"_s, summaryOf(setting)}};
+}
+
+} // namespace
+
+bool printExplanation(const Box &box, const Options &options, Screen &screen)
+{
+    const Setting setting = box.setting(*options.explained);
+    const QList<Step> steps = stepsOf(box, setting);
+    if (options.json) {
+        screen.printJson(objectOf(setting, steps));
+        return setting.answer.has_value();
+    }
+    QList<Row> rows{{{u"rank"_s, u"layer"_s, u"state"_s, u"value"_s, u"type"_s, u"stands in"_s},
+                     Style::Heading}};
+    for (const Step &step : steps)
+        rows.append(rowOf(step));
+    screen.printTable(rows, {3, 5}); // value and place
+    screen.printLine(summaryOf(setting), setting.answer ? Style::Heading : Style::Alert);
+    return setting.answer.has_value();
+}

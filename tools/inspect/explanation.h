@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef EXPLANATION_H
+#define EXPLANATION_H
+
+#include "options.h"
+
+class Box;
+class Screen;
+
+/*! Prints the walk through all layers for the setting that \a options name. Returns whether a layer
+ *  answers. */
+bool printExplanation(const Box &box, const Options &options, Screen &screen);
+
+#endif // EXPLANATION_H

@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef JSONMAP_H
+#define JSONMAP_H
+
+#include <QtCore/QMap>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+/*! The settings map, group to QVariantMap, that the JSON file \a fileName holds. Throws a Problem. */
+QVariantMap readJsonMap(const QString &fileName);
+
+#endif // JSONMAP_H

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef LISTING_H
+#define LISTING_H
+
+#include "options.h"
+
+#include <QtCore/QString>
+
+class Box;
+class QJsonObject;
+class Screen;
+struct Holding;
+
+/*! Prints a row for each setting that \a options ask for. Returns whether there was one. */
+bool printSettings(const Box &box, const Options &options, Screen &screen);
+
+/*! "RavonaConfDefault 'ru'"; with the name of its entry where readers of the setting do not get it. */
+QString holdingText(const Holding &holding);
+
+/*! What a layer holds, with the keys "layer", "value", "type", "file" and "entry". */
+QJsonObject holdingObject(const Holding &holding);
+
+#endif // LISTING_H

@@ -1,0 +1,70 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// Shows which layer each setting of a box comes from, and what it hides. It only reads.
+
+#include "box.h"
+#include "difference.h"
+#include "explanation.h"
+#include "listing.h"
+#include "options.h"
+#include "problem.h"
+#include "screen.h"
+#include "texts.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTextStream>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// As grep and diff have them.
+constexpr int found = 0;
+constexpr int notFound = 1;
+constexpr int different = 1;
+constexpr int trouble = 2;
+
+void complain(const QString &text)
+{
+    QTextStream(stderr) << "tamsel-inspect: " << escaped(text) << '\n';
+}
+
+int run(const Options &options)
+{
+    if (!options.answer.isEmpty()) {
+        QTextStream(stdout) << options.answer;
+        return found;
+    }
+    const Box box(options, options.storage);
+    Screen screen(options.colour);
+    bool result = false;
+    if (!options.otherStorage.isEmpty()) {
+        const Box other(options, options.otherStorage);
+        result = printDifference(box, other, options, screen);
+        screen.finish();
+        return result ? different : found;
+    }
+    if (options.explained)
+        result = printExplanation(box, options, screen);
+    else if (result = printSettings(box, options, screen); !result)
+        complain(options.patterns.isEmpty() ? u"no layer holds any setting"_s
+                                            : u"no setting matches"_s);
+    screen.finish();
+    return result ? found : notFound;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    try {
+        return run(parseOptions(QCoreApplication::arguments()));
+    } catch (const Problem &problem) {
+        complain(problem.text());
+        return trouble;
+    }
+}

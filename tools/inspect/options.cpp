@@ -1,0 +1,178 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "options.h"
+
+#include "problem.h"
+
+#include <tamsel/tamselversion.h>
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QMetaEnum>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+using tamsel::SettingsType;
+
+namespace {
+
+/*!
+ * The text that patterns are matched with. Wildcards stop at a "/" as in file names; here they do
+ * not, so there is none.
+ */
+QString matchable(QString text)
+{
+    return text.replace(u'/', QChar(1));
+}
+
+QRegularExpression patternOf(const QString &text)
+{
+    QRegularExpression pattern(QRegularExpression::wildcardToRegularExpression(matchable(text)),
+                               QRegularExpression::DotMatchesEverythingOption);
+    if (!pattern.isValid())
+        throw Problem(u"'%1' is not a pattern"_s.arg(text));
+    pattern.optimize();
+    return pattern;
+}
+
+/*! The group is what stands in front of the first "/". */
+std::optional<SettingName> nameOf(const QString &text)
+{
+    const qsizetype slash = text.indexOf(u'/');
+    if (slash < 0)
+        return std::nullopt;
+    return SettingName{text.left(slash), text.mid(slash + 1)};
+}
+
+SettingsType layerOf(const QString &name, const QString &assignment)
+{
+    const auto layers = QMetaEnum::fromType<SettingsType>();
+    bool known = false;
+    const int number = layers.keyToValue(name.toUtf8().constData(), &known);
+    if (!known)
+        throw Problem(u"--set '%1': there is no layer '%2'"_s.arg(assignment, name));
+    const auto layer = static_cast<SettingsType>(number);
+    switch (layer) {
+    case SettingsType::CustomConfPersistent:
+    case SettingsType::SelviDb:
+    case SettingsType::RavonaConfDefault:
+        throw Problem(u"--set '%1': the layer %2 is a file"_s.arg(assignment, name));
+    case SettingsType::Runtime:
+    case SettingsType::Rdm:
+    case SettingsType::FeatureKeys:
+    case SettingsType::SystemProperties:
+    case SettingsType::CommandLineArgs:
+        break;
+    }
+    return layer;
+}
+
+Assignment assignmentOf(const QString &text)
+{
+    const qsizetype colon = text.indexOf(u':');
+    const qsizetype equals = text.indexOf(u'=', colon + 1);
+    const auto name = nameOf(text.mid(colon + 1, equals - colon - 1));
+    if (colon < 0 || equals < 0 || !name)
+        throw Problem(u"--set '%1' is not LAYER:group/key=value"_s.arg(text));
+    return {layerOf(text.left(colon), text), *name, text.mid(equals + 1)};
+}
+
+/*! The library appends the names of the files as they are. */
+QString directoryOf(const QCommandLineParser &parser, const QString &option)
+{
+    QString directory = parser.value(option);
+    if (directory.isEmpty())
+        throw Problem(u"--%1 DIR/ is needed; see --help"_s.arg(option));
+    return directory.endsWith(u'/') ? directory : directory + u'/';
+}
+
+QString fileOf(const QCommandLineParser &parser, const QString &option)
+{
+    QString file = parser.value(option);
+    if (file.isEmpty() && parser.isSet(option))
+        throw Problem(u"--%1: the name of the file is empty"_s.arg(option));
+    return file;
+}
+
+void describe(QCommandLineParser &parser)
+{
+    parser.setApplicationDescription(
+            u"Shows which layer each setting of a box comes from, and what it hides.\n"
+            "The files are only read. Exit codes: 0, 1 if there is nothing to show or --diff "
+            "found\n"
+            "differences, 2 for trouble."_s);
+    parser.addPositionalArgument(u"PATTERN"_s,
+                                 u"Show only settings whose group/key matches, e.g. 'ui/*'."_s,
+                                 u"[PATTERN ...]"_s);
+    parser.addOptions({
+            {u"storage"_s, u"The directory of custom.conf and selvi.db."_s, u"DIR/"_s},
+            {u"assets"_s, u"The directory of ravona.conf."_s, u"DIR/"_s},
+            {u"rdm"_s, u"A JSON file with the map of the layer Rdm."_s, u"FILE"_s},
+            {u"feature-keys"_s, u"A JSON file with the map of the layer FeatureKeys."_s, u"FILE"_s},
+            {u"set"_s,
+             u"Put a text into a layer that has no file: Runtime, Rdm, FeatureKeys, "
+             "SystemProperties or CommandLineArgs."_s,
+             u"LAYER:group/key=value"_s},
+            {u"explain"_s, u"Walk through all layers for one setting."_s, u"group/key"_s},
+            {u"diff"_s, u"Show what readers would see change with this storage directory."_s,
+             u"DIR/"_s},
+            {u"json"_s, u"Print JSON."_s},
+            {u"no-color"_s, u"Print without colours on a terminal too."_s},
+    });
+    parser.addHelpOption();
+    parser.addVersionOption();
+}
+
+} // namespace
+
+bool Options::wants(const QString &group, const QString &key) const
+{
+    if (patterns.isEmpty())
+        return true;
+    const QString name = matchable(group + u'/' + key);
+    return std::any_of(patterns.cbegin(), patterns.cend(),
+                       [&name](const auto &pattern) { return pattern.match(name).hasMatch(); });
+}
+
+Options parseOptions(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    describe(parser);
+    Options result;
+    if (!parser.parse(arguments))
+        throw Problem(parser.errorText());
+    if (parser.isSet(u"help"_s) || parser.isSet(u"help-all"_s)) {
+        result.answer = parser.helpText();
+        return result;
+    }
+    if (parser.isSet(u"version"_s)) {
+        result.answer = u"tamsel-inspect " TAMSEL_VERSION_STRING "\n"_s;
+        return result;
+    }
+
+    result.storage = directoryOf(parser, u"storage"_s);
+    result.assets = directoryOf(parser, u"assets"_s);
+    result.rdmFile = fileOf(parser, u"rdm"_s);
+    result.featureKeysFile = fileOf(parser, u"feature-keys"_s);
+    if (parser.isSet(u"diff"_s))
+        result.otherStorage = directoryOf(parser, u"diff"_s);
+    const QStringList assignments = parser.values(u"set"_s);
+    for (const QString &text : assignments)
+        result.assignments.append(assignmentOf(text));
+    const QStringList patterns = parser.positionalArguments();
+    for (const QString &text : patterns)
+        result.patterns.append(patternOf(text));
+    result.json = parser.isSet(u"json"_s);
+    result.colour = !parser.isSet(u"no-color"_s);
+
+    if (parser.isSet(u"explain"_s)) {
+        const QString text = parser.value(u"explain"_s);
+        result.explained = nameOf(text);
+        if (!result.explained)
+            throw Problem(u"--explain '%1' is not group/key"_s.arg(text));
+        if (!result.otherStorage.isEmpty() || !result.patterns.isEmpty())
+            throw Problem(u"--explain takes neither --diff nor a pattern"_s);
+    }
+    return result;
+}

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef SCREEN_H
+#define SCREEN_H
+
+#include <QtCore/QFile>
+#include <QtCore/QList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QTextStream>
+
+class QJsonObject;
+
+enum class Style { Plain, Heading, Faint, Good, Alert };
+
+/*! A line of a table. */
+struct Row
+{
+    QStringList cells;
+    Style style = Style::Plain;
+};
+
+/*!
+ * Standard output. A terminal gets frames and colours, and tables that fit into its width. All else
+ * gets plain lines with everything in them.
+ */
+class Screen
+{
+public:
+    /*! Shows no colours if \a colour is \c false, or where the environment asks for none. */
+    explicit Screen(bool colour);
+
+    void printLine(const QString &text, Style style = Style::Plain);
+    /*!
+     * The first of \a rows is the heading; all have as many cells as it has. Where the table is too
+     * wide, the columns \a elastic give way before the others.
+     */
+    void printTable(const QList<Row> &rows, const QList<qsizetype> &elastic);
+    void printJson(const QJsonObject &object);
+    /*! Throws a Problem if not everything could be written. */
+    void finish();
+
+private:
+    Q_DISABLE_COPY_MOVE(Screen)
+
+    void printColumns(const QList<Row> &rows);
+    void printFramed(const QList<Row> &rows, const QList<qsizetype> &elastic);
+    QString painted(const QString &text, Style style) const;
+
+    QFile m_file;
+    QTextStream m_out;
+    bool m_isTerminal;
+    bool m_colour;
+};
+
+#endif // SCREEN_H
