@@ -77,6 +77,8 @@ void startProgram(QProcess *process, const QString &program, const QStringList &
     process->setArguments(command);
     process->setWorkingDirectory(surroundings.directory);
     process->setProcessEnvironment(surroundings.environment);
+    if (!surroundings.outputFile.isEmpty())
+        process->setStandardOutputFile(surroundings.outputFile, QIODevice::Append);
     process->setChildProcessModifier(leaveNoCoreBehind);
     process->start(QIODevice::ReadOnly);
 }

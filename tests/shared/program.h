@@ -26,6 +26,7 @@ struct ProgramSurroundings
     ProgramSurroundings();
 
     QString directory; // the test's own if empty
+    QString outputFile; // takes standard output, which is not in the result then; may be a terminal
     QProcessEnvironment environment; // a UTF-8 locale, and Qt's messages as they are by default
 };
 

@@ -50,7 +50,7 @@ public:
                         const QVariant &value) override;
 
     /*! Knows of the pair from now on. */
-    void remember(const QString &group, const QString &key) { m_pairs.emplace(group, key); }
+    void remember(const QString &group, const QString &key) { m_pairs.insert({group, key}); }
 
     /*! All pairs ever heard of, by group and key, those that no layer can be asked for included. */
     const Pairs &pairs() const { return m_pairs; }

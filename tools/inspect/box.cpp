@@ -33,11 +33,8 @@ bool isWritten(SettingsType type)
 
 void checkDirectory(const QString &directory)
 {
-    const QFileInfo info(directory);
-    if (!info.exists())
+    if (!QFileInfo(directory).isDir())
         throw Problem(u"there is no directory %1"_s.arg(directory));
-    if (!info.isDir())
-        throw Problem(u"%1 is not a directory"_s.arg(directory));
 }
 
 /*! A box that was never used has neither of its own files, but the defaults are always shipped. */
@@ -139,13 +136,14 @@ void Box::listEntries(SettingsType type)
     for (const QString &entry : entries) {
         const qsizetype first = entry.indexOf(u'/');
         const qsizetype last = entry.lastIndexOf(u'/');
+        const bool isReadable = first >= 0 && first == last;
+        if (isReadable && entries.size() > 1)
+            continue; // the catalogue has heard of it
         const Pair pair{entry.left(first), entry.mid(last + 1)};
-        if (first >= 0 && first == last) {
+        if (isReadable)
             m_catalogue.remember(pair.first, pair.second);
-        } else {
-            QList<Holding> &holdings = m_unreadable[pair];
-            holdings.append({type, file.value(entry), fileName, entry});
-        }
+        else
+            m_unreadable[pair].append({type, file.value(entry), fileName, entry});
     }
 }
 

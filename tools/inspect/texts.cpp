@@ -5,6 +5,7 @@
 
 #include <QtCore/QDebug>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QMetaEnum>
 #include <QtCore/QStringList>
 
 #include <algorithm>
@@ -93,7 +94,8 @@ bool isContainer(const QVariant &value)
 
 QString layerName(tamsel::SettingsType layer)
 {
-    return QVariant::fromValue(layer).toString();
+    static const auto names = QMetaEnum::fromType<tamsel::SettingsType>();
+    return QString::fromLatin1(names.valueToKey(static_cast<int>(layer)));
 }
 
 QString valueText(const QVariant &value)

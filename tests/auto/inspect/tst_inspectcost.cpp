@@ -1,0 +1,181 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "program.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QSettings>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QTest>
+
+#include <algorithm>
+#include <functional>
+#include <limits>
+
+#include <sys/resource.h>
+
+using namespace Qt::StringLiterals;
+using tamsel::tests::ProgramResult;
+using tamsel::tests::ProgramSurroundings;
+using tamsel::tests::runProgram;
+
+namespace {
+
+constexpr int groupCount = 100;
+constexpr int keysPerGroup = 100;
+constexpr int loadingRuns = 5;
+constexpr double mostAllowed = 20;
+
+QString groupName(int number)
+{
+    return u"group%1"_s.arg(number);
+}
+
+QString keyName(int number)
+{
+    return u"key%1"_s.arg(number);
+}
+
+QString valueOf(const QString &layer, int group, int key)
+{
+    return u"%1's value %2 of %3"_s.arg(layer, QString::number(key), QString::number(group));
+}
+
+QByteArray iniFile(const QString &layer)
+{
+    QString text;
+    for (int group = 0; group < groupCount; ++group) {
+        text += u'[' + groupName(group) + "]\n"_L1;
+        for (int key = 0; key < keysPerGroup; ++key)
+            text += keyName(key) + u'=' + valueOf(layer, group, key) + u'\n';
+    }
+    return text.toUtf8();
+}
+
+QByteArray jsonFile(const QString &layer)
+{
+    QJsonObject groups;
+    for (int group = 0; group < groupCount; ++group) {
+        QJsonObject entries;
+        for (int key = 0; key < keysPerGroup; ++key)
+            entries.insert(keyName(key), valueOf(layer, group, key));
+        groups.insert(groupName(group), entries);
+    }
+    return QJsonDocument(groups).toJson();
+}
+
+QStringList assignments(const QString &layer)
+{
+    QStringList result;
+    for (int group = 0; group < groupCount; ++group) {
+        for (int key = 0; key < keysPerGroup; ++key)
+            result += {u"--set"_s, u"%1:%2/%3=%1"_s.arg(layer, groupName(group), keyName(key))};
+    }
+    return result;
+}
+
+/*! Of this process or of its children that ended, in microseconds. */
+qint64 processorTime(int who)
+{
+    rusage usage{};
+    getrusage(who, &usage);
+    return (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * Q_INT64_C(1'000'000)
+            + usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
+}
+
+/*!
+ * The least processor time of several runs, which are numbered: what else the machine does only adds
+ * to it.
+ */
+qint64 leastTime(int who, int runs, const std::function<void(int run)> &work)
+{
+    qint64 least = std::numeric_limits<qint64>::max();
+    for (int run = 0; run < runs; ++run) {
+        const qint64 start = processorTime(who);
+        work(run);
+        least = std::min(least, processorTime(who) - start);
+    }
+    return least;
+}
+
+} // namespace
+
+class tst_InspectCost : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void tenThousandSettingsCostUnderTwentyTimesTheirLoading_data();
+    void tenThousandSettingsCostUnderTwentyTimesTheirLoading();
+};
+
+void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<int>("linesOfOutput"); // 0: of JSON, which is not counted
+
+    QTest::newRow("table") << QStringList() << 1 + groupCount * keysPerGroup;
+    QTest::newRow("JSON") << QStringList(u"--json"_s) << 0;
+}
+
+/*!
+ * Every setting is in all eight layers. The files are loaded with nothing around it; the tool is
+ * charged for its start, its command line and its output as well.
+ */
+void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
+{
+    QFETCH(const QStringList, options);
+    QFETCH(const int, linesOfOutput);
+
+    const QTemporaryDir directory;
+    const auto write = [&directory](const QString &name, const QByteArray &contents) {
+        QFile file(directory.filePath(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(contents), contents.size());
+    };
+    const QStringList iniFiles{u"custom.conf"_s, u"selvi.db"_s, u"ravona.conf"_s};
+    for (const QString &name : iniFiles) {
+        write(name, iniFile(name));
+        for (int run = 0; run < loadingRuns; ++run) // a file that was loaded once is remembered
+            write(name + QString::number(run), iniFile(name));
+    }
+    for (const QString &name : {u"rdm.json"_s, u"features.json"_s})
+        write(name, jsonFile(name));
+
+    const qint64 loading = leastTime(RUSAGE_SELF, loadingRuns, [&](int run) {
+        for (const QString &name : iniFiles) {
+            const QSettings settings(directory.filePath(name + QString::number(run)),
+                                     QSettings::IniFormat);
+            // A section is parsed when something in it is asked for first.
+            QCOMPARE(settings.allKeys().size(), groupCount * keysPerGroup);
+        }
+    });
+
+    QStringList arguments
+            = QStringList{u"--storage"_s, u"."_s,        u"--assets"_s,       u"."_s,
+                          u"--rdm"_s,     u"rdm.json"_s, u"--feature-keys"_s, u"features.json"_s}
+            + options;
+    for (const QString &layer : {u"Runtime"_s, u"SystemProperties"_s, u"CommandLineArgs"_s})
+        arguments += assignments(layer);
+    ProgramSurroundings surroundings;
+    surroundings.directory = directory.path();
+    const qint64 inspecting = leastTime(RUSAGE_CHILDREN, 3, [&](int) {
+        const ProgramResult result
+                = runProgram(QStringLiteral(TAMSEL_INSPECT), arguments, surroundings);
+        QCOMPARE(result.errors, QString());
+        QCOMPARE(result.end, u"exit 0"_s);
+        if (linesOfOutput > 0)
+            QCOMPARE(result.output.count(u'\n'), linesOfOutput);
+    });
+
+    const double ratio = double(inspecting) / double(loading);
+    qInfo("QSettings alone: %.1f ms, tamsel-inspect: %.1f ms, %.1f times as much",
+          double(loading) / 1000, double(inspecting) / 1000, ratio);
+    QVERIFY(loading > 0);
+    QVERIFY2(ratio < mostAllowed, qUtf8Printable(QString::number(ratio)));
+}
+
+QTEST_GUILESS_MAIN(tst_InspectCost)
+
+#include "tst_inspectcost.moc"
