@@ -157,6 +157,8 @@ private Q_SLOTS:
     void filesStayAsTheyAre_data();
     void filesStayAsTheyAre();
     void helpAndVersion();
+    void theDocumentsShowRealOutput_data();
+    void theDocumentsShowRealOutput();
 
 private:
     QString path(const QString &name) const { return m_directory->filePath(name); }
@@ -895,6 +897,34 @@ void tst_Inspect::helpAndVersion()
           "--set <LAYER:group/key=value>", "--explain <group/key>", "--diff <DIR/>", "--json",
           "--no-color", "[PATTERN ...]"})
         QVERIFY2(help.output.contains(QLatin1StringView(option)), option);
+}
+
+void tst_Inspect::theDocumentsShowRealOutput_data()
+{
+    QTest::addColumn<QString>("document");
+    QTest::addColumn<int>("commands");
+
+    QTest::newRow("README.md") << QStringLiteral(TAMSEL_TREE "/README.md") << 3;
+    QTest::newRow("docs/inspect.md") << QStringLiteral(TAMSEL_TREE "/docs/inspect.md") << 3;
+}
+
+/*! Each "$ tamsel-inspect ..." of a code block, with what follows it. */
+void tst_Inspect::theDocumentsShowRealOutput()
+{
+    QFETCH(const QString, document);
+    QFETCH(const int, commands);
+
+    QVERIFY(QDir().mkpath(path(u"fresh"_s)));
+    const QString text = QString::fromUtf8(contentsOf(document));
+    static const QRegularExpression screen(u"^\\$ tamsel-inspect (.*)\n((?:(?!\\$ |```).*\n)*)"_s,
+                                           QRegularExpression::MultilineOption);
+    int found = 0;
+    auto matches = screen.globalMatch(text);
+    for (; matches.hasNext(); ++found) {
+        const QRegularExpressionMatch match = matches.next();
+        QCOMPARE(run(match.captured(1).split(u' ')).output, match.captured(2));
+    }
+    QCOMPARE(found, commands);
 }
 
 QTEST_GUILESS_MAIN(tst_Inspect)
