@@ -5,6 +5,8 @@
 
 #include <tamsel/configurationmanager.h>
 
+#include <iterator>
+
 using tamsel::SettingsType;
 
 SettingsCatalogue::SettingsCatalogue(tamsel::ConfigurationManager *settings) : m_settings(settings)
@@ -24,6 +26,12 @@ void SettingsCatalogue::onValueChanged(SettingsType type, const QString &group, 
     Q_UNUSED(type)
     Q_UNUSED(value)
     remember(group, key);
+}
+
+/*! Layers tell their pairs in order: most stand right behind the one before, and are not searched. */
+void SettingsCatalogue::remember(const QString &group, const QString &key)
+{
+    m_next = std::next(m_pairs.insert(m_next, {group, key}));
 }
 
 QList<EffectiveSetting> SettingsCatalogue::settings() const

@@ -50,7 +50,7 @@ public:
                         const QVariant &value) override;
 
     /*! Knows of the pair from now on. */
-    void remember(const QString &group, const QString &key) { m_pairs.insert({group, key}); }
+    void remember(const QString &group, const QString &key);
 
     /*! All pairs ever heard of, by group and key, those that no layer can be asked for included. */
     const Pairs &pairs() const { return m_pairs; }
@@ -64,7 +64,8 @@ private:
     QList<tamsel::SettingsType> layersHolding(const QString &group, const QString &key) const;
 
     tamsel::ConfigurationManager *const m_settings;
-    Pairs m_pairs;
+    Pairs m_pairs; // grows only
+    Pairs::const_iterator m_next = m_pairs.cend(); // where the next pair is expected
 };
 
 #endif // SETTINGSCATALOGUE_H

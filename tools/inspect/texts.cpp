@@ -48,7 +48,7 @@ QString quoted(const QString &text)
 {
     QString result = text;
     // Unambiguous: what looks like an escape in the result is one.
-    result.replace(u'\\', "\\\\"_L1).replace(u'\'', "\\'"_L1);
+    result.replace(u'\\', R"(\\)"_L1).replace(u'\'', R"(\')"_L1);
     return u'\'' + escaped(result) + u'\'';
 }
 
