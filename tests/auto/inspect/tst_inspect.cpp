@@ -622,6 +622,8 @@ void tst_Inspect::jsonOfADifference()
 void tst_Inspect::aTerminalGetsFramesAndColours()
 {
     const Terminal terminal(120);
+    if (terminal.name().isEmpty())
+        QSKIP("there are no terminals here");
     write(u"box/custom.conf"_s, "[ui]\na\\x=1\nlang=en\n");
     ProgramSurroundings colourful;
     colourful.environment.insert(u"TERM"_s, u"xterm"_s);
@@ -661,6 +663,8 @@ void tst_Inspect::aTerminalWithoutColours()
     QFETCH(const QString, value);
 
     const Terminal terminal(100);
+    if (terminal.name().isEmpty())
+        QSKIP("there are no terminals here");
     ProgramSurroundings surroundings;
     surroundings.environment.remove(u"NO_COLOR"_s);
     surroundings.environment.insert(variable, value);
@@ -717,6 +721,8 @@ void tst_Inspect::theWidthFollowsTheTerminal()
 
     write(u"box/custom.conf"_s, "[ui]\nlang=\"日本語日本語日本語\"\n");
     const Terminal terminal(static_cast<ushort>(columns));
+    if (terminal.name().isEmpty())
+        QSKIP("there are no terminals here");
     QCOMPARE(onTerminal(terminal, {u"--no-color"_s, u"ui/lang"_s}), table);
 }
 
