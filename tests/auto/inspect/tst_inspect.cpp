@@ -15,6 +15,8 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <optional>
 
@@ -69,14 +71,15 @@ QJsonObject json(const char *text)
 class Terminal
 {
 public:
-    explicit Terminal(ushort columns)
+    explicit Terminal(ushort columns) : m_screen(posix_openpt(O_RDWR | O_NOCTTY))
     {
-        m_screen = posix_openpt(O_RDWR | O_NOCTTY);
-        if (m_screen < 0 || grantpt(m_screen) != 0 || unlockpt(m_screen) != 0)
+        std::array<char, 64> name{};
+        if (m_screen < 0 || grantpt(m_screen) != 0 || unlockpt(m_screen) != 0
+            || ptsname_r(m_screen, name.data(), name.size()) != 0)
             return;
-        m_name = QFile::decodeName(ptsname(m_screen));
+        m_name = QFile::decodeName(name.data());
         // Kept open: what was written is lost with the last one who has it open.
-        m_keyboard = open(ptsname(m_screen), O_RDWR | O_NOCTTY);
+        m_keyboard = open(name.data(), O_RDWR | O_NOCTTY);
         const winsize size{24, columns, 0, 0};
         ioctl(m_screen, TIOCSWINSZ, &size);
         fcntl(m_screen, F_SETFL, O_NONBLOCK);
@@ -90,17 +93,18 @@ public:
     QString text() const
     {
         QByteArray result;
-        char buffer[1024];
-        ssize_t size = 0;
-        while ((size = read(m_screen, buffer, sizeof(buffer))) > 0)
-            result.append(buffer, size);
+        std::array<char, 1024> buffer{};
+        for (ssize_t size = 1; size > 0;) {
+            size = read(m_screen, buffer.data(), buffer.size());
+            result.append(buffer.data(), std::max<ssize_t>(size, 0));
+        }
         return QString::fromUtf8(result).remove(u'\r');
     }
 
 private:
     Q_DISABLE_COPY_MOVE(Terminal)
 
-    int m_screen = -1;
+    const int m_screen;
     int m_keyboard = -1;
     QString m_name;
 };
@@ -364,7 +368,7 @@ void tst_Inspect::patternsChooseRows()
     const ProgramResult result = run(wholeBox + QStringList(u"--json"_s) + patterns);
     QStringList shown;
     const QJsonArray settings = objectOf(result.output)[u"settings"_s].toArray();
-    for (const QJsonValue &setting : settings)
+    for (const auto &setting : settings)
         shown.append(setting[u"group"_s].toString() + u'/' + setting[u"key"_s].toString());
     QCOMPARE(shown, names);
     QCOMPARE(result.errors, QString());
@@ -623,7 +627,7 @@ void tst_Inspect::aTerminalGetsFramesAndColours()
 {
     const Terminal terminal(120);
     if (terminal.name().isEmpty())
-        QSKIP("there are no terminals here");
+        QSKIP("there are no terminals here", "");
     write(u"box/custom.conf"_s, "[ui]\na\\x=1\nlang=en\n");
     ProgramSurroundings colourful;
     colourful.environment.insert(u"TERM"_s, u"xterm"_s);
@@ -664,7 +668,7 @@ void tst_Inspect::aTerminalWithoutColours()
 
     const Terminal terminal(100);
     if (terminal.name().isEmpty())
-        QSKIP("there are no terminals here");
+        QSKIP("there are no terminals here", "");
     ProgramSurroundings surroundings;
     surroundings.environment.remove(u"NO_COLOR"_s);
     surroundings.environment.insert(variable, value);
@@ -722,7 +726,7 @@ void tst_Inspect::theWidthFollowsTheTerminal()
     write(u"box/custom.conf"_s, "[ui]\nlang=\"日本語日本語日本語\"\n");
     const Terminal terminal(static_cast<ushort>(columns));
     if (terminal.name().isEmpty())
-        QSKIP("there are no terminals here");
+        QSKIP("there are no terminals here", "");
     QCOMPARE(onTerminal(terminal, {u"--no-color"_s, u"ui/lang"_s}), table);
 }
 
@@ -843,7 +847,7 @@ void tst_Inspect::damagedFilesAreTrouble()
 void tst_Inspect::outputThatIsLostIsTrouble()
 {
     if (!QFile::exists(u"/dev/full"_s))
-        QSKIP("there is no device that is always full");
+        QSKIP("there is no device that is always full", "");
     ProgramSurroundings surroundings;
     surroundings.outputFile = u"/dev/full"_s;
     const ProgramResult result = run(wholeBox, surroundings);
