@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// The smallest host: a manager, one layer, one read.
+
+#include "printing.h"
+
+#include <tamsel/configurationmanager.h>
+
+using namespace Qt::StringLiterals;
+
+int main()
+{
+    printing::Logger logger; // has to outlive the manager
+    tamsel::ConfigurationManager settings(&logger);
+
+    // No layer holds the pair yet: the default comes back.
+    printing::line(settings.value(u"ui"_s, u"lang"_s, u"ru"_s).toString());
+
+    settings.initStorage(tamsel::SettingsType::Runtime);
+    settings.setValue(u"ui"_s, u"lang"_s, u"en"_s, tamsel::SettingsType::Runtime);
+    printing::line(settings.value(u"ui"_s, u"lang"_s, u"ru"_s).toString());
+
+    return 0;
+}

@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// The uppermost layer that holds a pair answers for it, whatever it holds.
+
+#include "printing.h"
+
+#include <tamsel/configurationmanager.h>
+
+using namespace Qt::StringLiterals;
+using tamsel::SettingsType;
+
+int main()
+{
+    printing::Logger logger;
+    tamsel::ConfigurationManager settings(&logger);
+    const auto show = [&settings](const QString &step) {
+        const QVariant theme = settings.value(u"ui"_s, u"theme"_s, u"default"_s);
+        printing::line(step + u": "_s + (theme.isValid() ? theme.toString() : u"invalid"_s));
+    };
+
+    for (const SettingsType type : tamsel::storagePriority)
+        printing::line(QVariant::fromValue(type).toString());
+
+    show(u"nobody holds it"_s);
+
+    // The order in which layers are created does not matter.
+    settings.initStorage(SettingsType::Runtime);
+    settings.initStorage(SettingsType::SystemProperties);
+    settings.initStorage(SettingsType::Rdm, {{u"ui"_s, QVariantMap{{u"theme"_s, u"operator"_s}}}});
+    show(u"Rdm holds it"_s);
+
+    settings.setValue(u"ui"_s, u"theme"_s, u"light"_s, SettingsType::SystemProperties);
+    show(u"written below"_s);
+
+    settings.setValue(u"ui"_s, u"theme"_s, u"dark"_s, SettingsType::Runtime);
+    show(u"written above"_s);
+
+    // Holding the pair counts, not the value. Writing an invalid value is told to nobody.
+    settings.setValue(u"ui"_s, u"theme"_s, QVariant(), SettingsType::Runtime);
+    show(u"an invalid value above"_s);
+
+    settings.removeValue(u"ui"_s, u"theme"_s, SettingsType::Runtime);
+    show(u"removed above"_s);
+
+    return 0;
+}

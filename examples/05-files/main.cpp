@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// Shipped defaults are read from one file, the user's own settings are kept in another.
+
+#include "printing.h"
+
+#include <tamsel/configurationmanager.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+using namespace Qt::StringLiterals;
+using tamsel::SettingsType;
+
+namespace {
+
+QByteArray contentOf(const QString &name)
+{
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool makeFile(const QString &name, const QByteArray &content)
+{
+    QFile file(name);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+void show(const QString &what, const QVariant &value)
+{
+    printing::line(
+            u"%1: '%2' (%3)"_s.arg(what, value.toString(), QLatin1StringView(value.typeName())));
+}
+
+} // namespace
+
+int main()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.path() + u'/'; // file names are appended as they are
+    if (!makeFile(path + u"ravona.conf"_s, "[player]\nvolume=5\nspeed=1.5\n"))
+        return 1;
+
+    printing::Logger logger;
+    {
+        tamsel::ConfigurationManager settings(&logger);
+        settings.setPersistentStoragePath(path); // custom.conf, selvi.db
+        settings.setAssetsPrefix(path); // ravona.conf
+        settings.initStorage(SettingsType::RavonaConfDefault);
+        settings.initStorage(SettingsType::CustomConfPersistent);
+
+        // A file holds text; ask for the type that is wanted.
+        const QVariant volume = settings.value(u"player"_s, u"volume"_s);
+        show(u"volume as shipped"_s, volume);
+        show(u"louder"_s, volume.toInt() + 1);
+
+        // A value that was written keeps its type as long as the process runs.
+        settings.setValue(u"player"_s, u"volume"_s, 7, SettingsType::CustomConfPersistent);
+        show(u"volume of the user"_s, settings.value(u"player"_s, u"volume"_s));
+        show(u"speed as shipped"_s, settings.value(u"player"_s, u"speed"_s));
+    } // changed files are written here at the latest
+
+    printing::line(u"custom.conf:"_s);
+    printing::line(QString::fromUtf8(contentOf(path + u"custom.conf"_s)).trimmed());
+
+    return 0;
+}
