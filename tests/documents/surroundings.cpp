@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "surroundings.h"
+
+namespace {
+
+QString printed; // what went through Qt's message functions since the block began
+
+void keepMessage(QtMsgType, const QMessageLogContext &, const QString &message)
+{
+    printed += message + u'\n';
+}
+
+} // namespace
+
+Surroundings::Surroundings() : m_previousMessageHandler(qInstallMessageHandler(keepMessage)) { }
+
+Surroundings::~Surroundings()
+{
+    qInstallMessageHandler(m_previousMessageHandler);
+}
+
+void Surroundings::makeFile(const char *name, const char *text)
+{
+    QFile file(directory() + QLatin1StringView(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) < 0)
+        m_failures.append(file.errorString());
+}
+
+void Surroundings::beginBlock()
+{
+    printed.clear();
+}
+
+void Surroundings::expectOutput(const char *where, const char *text)
+{
+    compare(where, printed, QString::fromUtf8(text));
+    printed.clear();
+}
+
+void Surroundings::expectFile(const char *where, const char *name, const char *text)
+{
+    const QString path = directory() + QLatin1StringView(name);
+    QSettings(path, QSettings::IniFormat).sync(); // shares what the layer has not written yet
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        m_failures.append(QLatin1StringView(where) + u": "_s + file.errorString());
+    else
+        compare(where, QString::fromUtf8(file.readAll()), QString::fromUtf8(text));
+}
+
+void Surroundings::compare(const char *where, const QString &actual, const QString &expected)
+{
+    if (actual != expected) {
+        m_failures.append(QLatin1StringView(where) + u" shows\n"_s + expected + u"but it is\n"_s
+                          + actual);
+    }
+}

@@ -1,0 +1,164 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// The code blocks of README.md and the guides, taken from the documents by extract.awk: what is said
+// to compile compiles, what is said to be printed is printed, and no block stands there unchecked.
+
+#include "surroundings.h"
+
+#include "hello/handler.h"
+#include "hello/logger.h"
+
+#include <QtTest/QTest>
+
+namespace {
+
+/*! The command line of the process that the blocks see. */
+class CommandLine
+{
+public:
+    CommandLine() { set({}); }
+
+    void set(const QList<QByteArray> &arguments)
+    {
+        m_texts = QList<QByteArray>{"app"} + arguments;
+        argc = 0;
+        for (QByteArray &text : m_texts)
+            argv.at(static_cast<std::size_t>(argc++)) = text.data();
+        argv.at(static_cast<std::size_t>(argc)) = nullptr;
+    }
+
+    // QCoreApplication reads both anew whenever it is asked.
+    int argc = 0;
+    std::array<char *, 32> argv{};
+
+private:
+    QList<QByteArray> m_texts;
+};
+
+CommandLine commandLine; // NOLINT(*-non-const-global-variables)
+
+QByteArray rewritten(const QByteArray &ini, QSettings::Status *status)
+{
+    const QTemporaryDir directory;
+    QFile original(directory.filePath(u"original"_s));
+    if (!original.open(QIODevice::WriteOnly) || original.write(ini) < 0)
+        return original.errorString().toUtf8();
+    original.close();
+
+    const QSettings read(original.fileName(), QSettings::IniFormat);
+    *status = read.status();
+    const QString copy = directory.filePath(u"copy"_s);
+    {
+        QSettings write(copy, QSettings::IniFormat);
+        const QStringList keys = read.allKeys();
+        for (const QString &key : keys)
+            write.setValue(key, read.value(key));
+    }
+    QFile file(copy);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : file.errorString().toUtf8();
+}
+
+} // namespace
+
+class tst_Documents : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void noBlockIsLeftUnchecked();
+    void blocksLeftToOtherTestsNameOne();
+    void blocksDoWhatTheDocumentsSay_data();
+    void blocksDoWhatTheDocumentsSay();
+    void iniBlocksAreWhatQSettingsWrites_data();
+    void iniBlocksAreWhatQSettingsWrites();
+    void jsonBlocksAreJson();
+    void cleanupTestCase();
+};
+
+void tst_Documents::noBlockIsLeftUnchecked()
+{
+    QStringList unchecked;
+    for (const TextBlock &block : uncheckedBlocks)
+        unchecked.append(QString::fromUtf8(block.where) + u": "_s + QString::fromUtf8(block.text));
+    QCOMPARE(unchecked, QStringList());
+    QVERIFY(!runBlocks.isEmpty());
+}
+
+void tst_Documents::blocksLeftToOtherTestsNameOne()
+{
+    QStringList tests;
+    QDirIterator files(QStringLiteral(TESTS_DIR), {u"tst_*.cpp"_s}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext())
+        tests.append(QFileInfo(files.next()).completeBaseName());
+    for (const TextBlock &block : blocksOfOtherTests)
+        QVERIFY2(tests.contains(QLatin1StringView(block.text)), block.where);
+}
+
+void tst_Documents::blocksDoWhatTheDocumentsSay_data()
+{
+    QTest::addColumn<int>("index");
+    for (int i = 0; i < runBlocks.size(); ++i)
+        QTest::newRow(runBlocks.at(i).where) << i;
+}
+
+void tst_Documents::blocksDoWhatTheDocumentsSay()
+{
+    QFETCH(const int, index);
+    const RunBlock &block = runBlocks.at(index);
+    commandLine.set(QByteArray(block.arguments).simplified().split(' '));
+    if (!*block.arguments)
+        commandLine.set({});
+
+    Surroundings surroundings;
+    {
+        Logger logger;
+        Handler handler;
+        tamsel::ConfigurationManager settings(&logger);
+        settings.setPersistentStoragePath(surroundings.directory());
+        settings.setAssetsPrefix(surroundings.directory());
+        settings.appendConfigurationHandler(&handler);
+        block.function(surroundings, settings, logger, handler);
+    }
+    const QStringList failures = surroundings.failures();
+    QVERIFY2(failures.isEmpty(), qPrintable(failures.join(u'\n')));
+}
+
+void tst_Documents::iniBlocksAreWhatQSettingsWrites_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    for (const TextBlock &block : iniBlocks)
+        QTest::newRow(block.where) << QByteArray(block.text);
+}
+
+void tst_Documents::iniBlocksAreWhatQSettingsWrites()
+{
+    QFETCH(const QByteArray, text);
+    QSettings::Status status = QSettings::AccessError;
+    QCOMPARE(rewritten(text, &status), text);
+    QCOMPARE(status, QSettings::NoError);
+}
+
+void tst_Documents::jsonBlocksAreJson()
+{
+    for (const TextBlock &block : jsonBlocks) {
+        QJsonParseError error;
+        QJsonDocument::fromJson(block.text, &error);
+        QVERIFY2(error.error == QJsonParseError::NoError, block.where);
+    }
+}
+
+void tst_Documents::cleanupTestCase()
+{
+    qInfo("%s", countOfBlocks);
+}
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(commandLine.argc, commandLine.argv.data());
+    tst_Documents test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_documents.moc"
