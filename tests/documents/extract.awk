@@ -6,6 +6,7 @@
 #
 #   cpp        the body of a function of its own, which is run; `settings`, `logger` and `handler` are there
 #   cpp        <!-- goes on -->             in the function of the block before
+#   cpp        <!-- next process -->        the same, with the files of before read anew and no layer left
 #   cpp        <!-- declarations -->        outside of functions, for the blocks behind it
 #   cpp        <!-- arguments: A B -->      run in a process started with these arguments
 #   cpp        <!-- compile only -->        not run
@@ -90,6 +91,9 @@ function block(line,    what)
         open_function(line, "", 0)
         statements(line)
     } else if (what == "cpp | goes on" && in_function) {
+        statements(line)
+    } else if (what == "cpp | next process" && in_function) {
+        code = code "surroundings.nextProcess(settings);\n"
         statements(line)
     } else if (what == "cpp | declarations") {
         close_function()

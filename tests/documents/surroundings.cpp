@@ -3,6 +3,9 @@
 
 #include "surroundings.h"
 
+#include "hello/handler.h"
+#include "hello/logger.h"
+
 namespace {
 
 QString printed; // what went through Qt's message functions since the block began
@@ -14,7 +17,11 @@ void keepMessage(QtMsgType, const QMessageLogContext &, const QString &message)
 
 } // namespace
 
-Surroundings::Surroundings() : m_previousMessageHandler(qInstallMessageHandler(keepMessage)) { }
+Surroundings::Surroundings()
+    : m_directory(std::make_unique<QTemporaryDir>()),
+      m_previousMessageHandler(qInstallMessageHandler(keepMessage))
+{
+}
 
 Surroundings::~Surroundings()
 {
@@ -26,6 +33,22 @@ void Surroundings::makeFile(const char *name, const char *text)
     QFile file(directory() + QLatin1StringView(name));
     if (!file.open(QIODevice::WriteOnly) || file.write(text) < 0)
         m_failures.append(file.errorString());
+}
+
+/*! QSettings keeps what it knows of a file as long as the process runs, but by the file's name. */
+void Surroundings::nextProcess(tamsel::ConfigurationManager &settings)
+{
+    for (const SettingsType type : tamsel::storagePriority)
+        settings.clearStorage(type);
+    const auto previous = std::exchange(m_directory, std::make_unique<QTemporaryDir>());
+    const QDir files(previous->path());
+    const QStringList names = files.entryList(QDir::Files);
+    for (const QString &name : names) {
+        if (!QFile::copy(files.filePath(name), directory() + name))
+            m_failures.append(u"cannot copy "_s + name);
+    }
+    settings.setPersistentStoragePath(directory());
+    settings.setAssetsPrefix(directory());
 }
 
 void Surroundings::beginBlock()
@@ -56,4 +79,19 @@ void Surroundings::compare(const char *where, const QString &actual, const QStri
         m_failures.append(QLatin1StringView(where) + u" shows\n"_s + expected + u"but it is\n"_s
                           + actual);
     }
+}
+
+QStringList failuresOf(const RunBlock &block)
+{
+    Surroundings surroundings;
+    Logger logger;
+    Handler handler;
+    {
+        tamsel::ConfigurationManager settings(&logger);
+        settings.setPersistentStoragePath(surroundings.directory());
+        settings.setAssetsPrefix(surroundings.directory());
+        settings.appendConfigurationHandler(&handler);
+        block.function(surroundings, settings, logger, handler);
+    }
+    return surroundings.failures();
 }

@@ -20,6 +20,8 @@ enum Level : int { Critical, Error, Warning, Info, Debug, Trace };
 
 #include <QtCore/QtCore>
 
+#include <memory>
+
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
 
@@ -41,11 +43,12 @@ public:
     ~Surroundings();
 
     /*! With "/" at the end. */
-    QString directory() const { return m_directory.path() + u'/'; }
+    QString directory() const { return m_directory->path() + u'/'; }
     QStringList failures() const { return m_failures; }
 
     // Called by the blocks' functions.
     void makeFile(const char *name, const char *text);
+    void nextProcess(tamsel::ConfigurationManager &settings);
     void beginBlock();
     void expectOutput(const char *where, const char *text);
     void expectFile(const char *where, const char *name, const char *text);
@@ -55,7 +58,7 @@ private:
 
     void compare(const char *where, const QString &actual, const QString &expected);
 
-    const QTemporaryDir m_directory;
+    std::unique_ptr<QTemporaryDir> m_directory;
     const QtMessageHandler m_previousMessageHandler;
     QStringList m_failures;
 };
@@ -66,6 +69,9 @@ struct RunBlock
     void (*function)(Surroundings &, tamsel::ConfigurationManager &, Logger &, Handler &);
     const char *arguments; // of the process, separated by blanks
 };
+
+/*! Runs \a block on a manager of its own; what is not as the document says. */
+QStringList failuresOf(const RunBlock &block);
 
 extern const QList<RunBlock> runBlocks;
 extern const QList<TextBlock> iniBlocks;

@@ -6,10 +6,9 @@
 
 #include "surroundings.h"
 
-#include "hello/handler.h"
-#include "hello/logger.h"
-
 #include <QtTest/QTest>
+
+#include <array>
 
 namespace {
 
@@ -19,9 +18,11 @@ class CommandLine
 public:
     CommandLine() { set({}); }
 
-    void set(const QList<QByteArray> &arguments)
+    void set(const QStringList &arguments)
     {
-        m_texts = QList<QByteArray>{"app"} + arguments;
+        m_texts = {"app"};
+        for (const QString &argument : arguments)
+            m_texts.append(argument.toLocal8Bit());
         argc = 0;
         for (QByteArray &text : m_texts)
             argv.at(static_cast<std::size_t>(argc++)) = text.data();
@@ -107,22 +108,12 @@ void tst_Documents::blocksDoWhatTheDocumentsSay()
 {
     QFETCH(const int, index);
     const RunBlock &block = runBlocks.at(index);
-    commandLine.set(QByteArray(block.arguments).simplified().split(' '));
-    if (!*block.arguments)
-        commandLine.set({});
+    commandLine.set(QString::fromUtf8(block.arguments).split(u' ', Qt::SkipEmptyParts));
 
-    Surroundings surroundings;
-    {
-        Logger logger;
-        Handler handler;
-        tamsel::ConfigurationManager settings(&logger);
-        settings.setPersistentStoragePath(surroundings.directory());
-        settings.setAssetsPrefix(surroundings.directory());
-        settings.appendConfigurationHandler(&handler);
-        block.function(surroundings, settings, logger, handler);
-    }
-    const QStringList failures = surroundings.failures();
-    QVERIFY2(failures.isEmpty(), qPrintable(failures.join(u'\n')));
+    const QStringList failures = failuresOf(block);
+    for (const QString &failure : failures)
+        qWarning("%s", qUtf8Printable(failure)); // what QVERIFY2() takes is cut at 1024 characters
+    QVERIFY(failures.isEmpty());
 }
 
 void tst_Documents::iniBlocksAreWhatQSettingsWrites_data()
