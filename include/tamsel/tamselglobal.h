@@ -8,8 +8,13 @@
 
 /*!
  * \file
- * \brief The export macro. \c TAMSEL_LIBRARY is set while the shared library itself is compiled,
- * \c TAMSEL_STATIC by the CMake target and the .pc file of a static build.
+ * \brief The export macro.
+ *
+ * \def TAMSEL_EXPORT
+ * \brief Makes a name visible outside of the library.
+ *
+ * \c TAMSEL_LIBRARY is set while the shared library itself is compiled, \c TAMSEL_STATIC by the CMake
+ * target and the .pc file of a static build. Users set neither.
  */
 #if defined(TAMSEL_STATIC)
 #    define TAMSEL_EXPORT

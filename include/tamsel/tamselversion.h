@@ -28,10 +28,10 @@
 #define TAMSEL_VERSION \
     TAMSEL_VERSION_CHECK(TAMSEL_VERSION_MAJOR, TAMSEL_VERSION_MINOR, TAMSEL_VERSION_PATCH)
 
-/*! \internal */
+/*! \cond */
 #define TAMSEL_VERSION_TEXT(major, minor, patch) #major "." #minor "." #patch
-/*! \internal */
 #define TAMSEL_VERSION_EXPANDED(major, minor, patch) TAMSEL_VERSION_TEXT(major, minor, patch)
+/*! \endcond */
 
 /*! \brief The version of these headers as text, "0.1.0" for example. */
 #define TAMSEL_VERSION_STRING \
