@@ -169,7 +169,11 @@ private:
  * before that.
  */
 [[nodiscard]] TAMSEL_EXPORT ConfigurationManager *qmlConfigManager() noexcept;
-/*! \brief Publishes \a manager, or null, in place of the one published before. */
+/*!
+ * \brief Publishes \a manager, or null, in place of the one published before.
+ *
+ * It stays the caller's, and is not synchronised: publish before other threads ask.
+ */
 TAMSEL_EXPORT void setQmlConfigManager(ConfigurationManager *manager) noexcept;
 
 } // namespace tamsel

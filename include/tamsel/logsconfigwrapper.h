@@ -62,7 +62,8 @@ public:
     [[nodiscard]] logging::Level level() const;
     /*! Stores the number of \a level, whatever it is, in the layer \a type. */
     void setLevel(logging::Level level, SettingsType type);
-    /*! The length at which JSON in the log is cut; what -1 means is the host logger's business. */
+    /*! The length at which JSON in the log is cut; its unit, and what -1 means, are the host logger's
+     *  business. */
     [[nodiscard]] int jsonLengthLimit() const;
     /*! Stores \a limit in the layer \a type. */
     void setJsonLengthLimit(int limit, SettingsType type);
