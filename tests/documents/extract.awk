@@ -12,9 +12,7 @@
 #   cpp        <!-- compile only -->        not run
 #   text       what the cpp block before it prints
 #   ini        read by QSettings, and written by it to the same text
-#   ini        <!-- given: NAME -->         a file that the next cpp block finds
 #   ini        <!-- written: NAME -->       a file that the cpp block before it leaves
-#   json       parsed
 #   sh         its syntax, and that the files and presets it names exist
 #   sh         <!-- run -->                 that, and run beside the installed library
 #   cmake      configured and built with the installed library, as the program `app`
@@ -50,8 +48,7 @@ function open_function(line, arguments, runs)
     ++functions
     code = code "[[maybe_unused]] void block" functions "(\n        [[maybe_unused]] Surroundings &surroundings,\n" \
         "        [[maybe_unused]] tamsel::ConfigurationManager &settings,\n" \
-        "        [[maybe_unused]] Logger &logger, [[maybe_unused]] Handler &handler)\n{\n" given "{\n"
-    given = ""
+        "        [[maybe_unused]] Logger &logger, [[maybe_unused]] Handler &handler)\n{\n{\n"
     if (runs) {
         table = table "    {\"" name ":" line "\", block" functions ", " raw(arguments) "},\n"
         ++run
@@ -105,15 +102,9 @@ function block(line,    what)
     } else if (what == "ini | ") {
         inis = inis "    {\"" name ":" line "\", " raw(body) "},\n"
         ++parsed
-    } else if (what ~ /^ini \| given: [a-z.]+$/) {
-        given = given "surroundings.makeFile(\"" substr(marker, 8) "\", " raw(body) ");\n"
-        ++parsed
     } else if (what ~ /^ini \| written: [a-z.]+$/ && in_function) {
         code = code "surroundings.expectFile(\"" name ":" line "\", \"" substr(marker, 10) "\", " raw(body) ");\n"
         ++compared
-    } else if (what == "json | ") {
-        jsons = jsons "    {\"" name ":" line "\", " raw(body) "},\n"
-        ++parsed
     } else if (kind == "sh" && (marker == "" || marker == "run")) {
         ++commands
         write_to(out "/commands/" (marker == "run" ? "run" : "look") "-" sprintf("%03d", commands) ".sh",
@@ -131,7 +122,6 @@ FNR == 1 {
         unchecked(opened, "a block without an end")
     inside = 0
     previous = ""
-    given = ""
     close_function()
     name = FILENAME
     if (index(name, top) == 1)
@@ -174,7 +164,6 @@ END {
         "#line 1 \"" out "/blocks.cpp\"\n" \
         "const QList<RunBlock> runBlocks{\n" table "};\n" \
         "const QList<TextBlock> iniBlocks{\n" inis "};\n" \
-        "const QList<TextBlock> jsonBlocks{\n" jsons "};\n" \
         "const QList<TextBlock> uncheckedBlocks{\n" unchecked_blocks "};\n" \
         "const QList<TextBlock> blocksOfOtherTests{\n" others "};\n" \
         "const char countOfBlocks[] = \"" (blocks + 0) " blocks: " (compiled + 0) " of C++ compiled into " \

@@ -28,13 +28,6 @@ Surroundings::~Surroundings()
     qInstallMessageHandler(m_previousMessageHandler);
 }
 
-void Surroundings::makeFile(const char *name, const char *text)
-{
-    QFile file(directory() + QLatin1StringView(name));
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) < 0)
-        m_failures.append(file.errorString());
-}
-
 /*! QSettings keeps what it knows of a file as long as the process runs, but by the file's name. */
 void Surroundings::nextProcess(tamsel::ConfigurationManager &settings)
 {

@@ -47,7 +47,6 @@ public:
     QStringList failures() const { return m_failures; }
 
     // Called by the blocks' functions.
-    void makeFile(const char *name, const char *text);
     void nextProcess(tamsel::ConfigurationManager &settings);
     void beginBlock();
     void expectOutput(const char *where, const char *text);
@@ -75,7 +74,6 @@ QStringList failuresOf(const RunBlock &block);
 
 extern const QList<RunBlock> runBlocks;
 extern const QList<TextBlock> iniBlocks;
-extern const QList<TextBlock> jsonBlocks;
 extern const QList<TextBlock> uncheckedBlocks; // the text says why
 extern const QList<TextBlock> blocksOfOtherTests; // the text is the test's name
 extern const char countOfBlocks[];
