@@ -8,11 +8,16 @@
 
 namespace {
 
-QString printed; // what went through Qt's message functions since the block began
+/*! What went through Qt's message functions since the block began. */
+QString &printed()
+{
+    static QString text;
+    return text;
+}
 
 void keepMessage(QtMsgType, const QMessageLogContext &, const QString &message)
 {
-    printed += message + u'\n';
+    printed() += message + u'\n';
 }
 
 } // namespace
@@ -46,13 +51,13 @@ void Surroundings::nextProcess(tamsel::ConfigurationManager &settings)
 
 void Surroundings::beginBlock()
 {
-    printed.clear();
+    printed().clear();
 }
 
 void Surroundings::expectOutput(const char *where, const char *text)
 {
-    compare(where, printed, QString::fromUtf8(text));
-    printed.clear();
+    compare(where, printed(), QString::fromUtf8(text));
+    printed().clear();
 }
 
 void Surroundings::expectFile(const char *where, const char *name, const char *text)

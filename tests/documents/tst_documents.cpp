@@ -37,7 +37,11 @@ private:
     QList<QByteArray> m_texts;
 };
 
-CommandLine commandLine; // NOLINT(*-non-const-global-variables)
+CommandLine &commandLine()
+{
+    static CommandLine theOnly;
+    return theOnly;
+}
 
 QByteArray rewritten(const QByteArray &ini, QSettings::Status *status)
 {
@@ -107,7 +111,7 @@ void tst_Documents::blocksDoWhatTheDocumentsSay()
 {
     QFETCH(const int, index);
     const RunBlock &block = runBlocks.at(index);
-    commandLine.set(QString::fromUtf8(block.arguments).split(u' ', Qt::SkipEmptyParts));
+    commandLine().set(QString::fromUtf8(block.arguments).split(u' ', Qt::SkipEmptyParts));
 
     const QStringList failures = failuresOf(block);
     for (const QString &failure : failures)
@@ -137,7 +141,7 @@ void tst_Documents::cleanupTestCase()
 
 int main(int argc, char *argv[])
 {
-    const QCoreApplication application(commandLine.argc, commandLine.argv.data());
+    const QCoreApplication application(commandLine().argc, commandLine().argv.data());
     tst_Documents test;
     return QTest::qExec(&test, argc, argv);
 }
