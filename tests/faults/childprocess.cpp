@@ -23,7 +23,7 @@ void dieQuietly()
     setrlimit(RLIMIT_CORE, &none);
     qInstallMessageHandler(nullptr);
     for (const int number : {SIGABRT, SIGALRM, SIGBUS, SIGILL, SIGSEGV})
-        std::signal(number, SIG_DFL);
+        static_cast<void>(std::signal(number, SIG_DFL));
     dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
 }
 

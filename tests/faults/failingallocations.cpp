@@ -12,11 +12,13 @@
 #include <cstdlib>
 #include <new>
 
+// NOLINTBEGIN(cppcoreguidelines-macro-usage)
 #ifdef TAMSEL_ADDRESS_SANITIZER
 #    define TAMSEL_REAL(function) __interceptor_##function
 #else
 #    define TAMSEL_REAL(function) __libc_##function
 #endif
+// NOLINTEND(cppcoreguidelines-macro-usage)
 
 extern "C" {
 void *TAMSEL_REAL(malloc)(size_t size);

@@ -429,15 +429,15 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
             });
 
     const auto custom = SettingsType::CustomConfPersistent;
-    const Step directory = [custom](Host &host) {
+    const Step directory = [](Host &host) {
         host.add(custom, before);
         QFile::remove(host.filePath());
         QDir().mkdir(host.filePath());
     };
     addRow(custom, "refusing a value", directory,
-           [custom](Host &host) { host.manager->setValue(u"g"_s, u"k"_s, u"written"_s, custom); });
+           [](Host &host) { host.manager->setValue(u"g"_s, u"k"_s, u"written"_s, custom); });
     addRow(custom, "refusing a removal", directory,
-           [custom](Host &host) { host.manager->removeValue(u"g"_s, u"k"_s, custom); });
+           [](Host &host) { host.manager->removeValue(u"g"_s, u"k"_s, custom); });
 
     QTest::newRow("manager: made") << Step([](Host &) {}) << Step([](Host &host) {
         const ConfigurationManager manager(&host.listener);

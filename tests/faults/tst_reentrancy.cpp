@@ -13,6 +13,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include <unistd.h>
 
@@ -216,9 +217,9 @@ void tst_Reentrancy::handlersOnSeveralThreadsMayComeBack()
             host.manager.setValue(group, key + u"'s echo"_s, value, type);
     };
 
-    std::array<std::thread, types.size()> threads;
-    for (std::size_t i = 0; i < threads.size(); ++i) {
-        threads.at(i) = std::thread([&host, writes, type = types.at(i)] {
+    std::vector<std::thread> threads;
+    for (const SettingsType type : types) {
+        threads.emplace_back([&host, writes, type] {
             for (int number = 0; number < writes; ++number)
                 host.manager.setValue(u"g"_s, QLatin1StringView(keyOf(type)), number, type);
         });

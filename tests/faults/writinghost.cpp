@@ -51,7 +51,7 @@ int lastNumber(const ConfigurationManager &manager)
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    const QStringList arguments = app.arguments();
+    const QStringList arguments = QCoreApplication::arguments();
 
     StrictLogger logger;
     ConfigurationManager manager(&logger);
@@ -62,8 +62,8 @@ int main(int argc, char **argv)
     int number = 0;
     if (arguments.at(2) == "endlessly"_L1) {
         number = lastNumber(manager);
-        std::printf("%d\n", number);
-        std::fflush(stdout);
+        static_cast<void>(std::printf("%d\n", number));
+        static_cast<void>(std::fflush(stdout));
         QObject::connect(&timer, &QTimer::timeout, &app, [&] {
             ++number;
             manager.setValue(writing::group(), writing::keyOf(number), writing::valueOf(number),
@@ -77,9 +77,9 @@ int main(int argc, char **argv)
             manager.setValue(arguments.at(2), QString::number(number), writing::valueOf(number),
                              layer);
             if (number == count)
-                app.quit();
+                QCoreApplication::quit();
         });
     }
     timer.start(0);
-    return app.exec();
+    return QCoreApplication::exec();
 }
