@@ -88,10 +88,13 @@ KeyList QtSettingsIniStorage::keys() const
     KeyList result;
     const QStringList fullKeys = m_settings->allKeys();
     result.reserve(fullKeys.size());
+    QString group = u""_s; // shared by the keys that follow one another
     for (const QString &fullKey : fullKeys) {
         // Kept as it is: a key without "/" is its own group, middle segments are dropped.
-        result.append(
-                {fullKey.left(fullKey.indexOf(u'/')), fullKey.mid(fullKey.lastIndexOf(u'/') + 1)});
+        const QStringView first = QStringView(fullKey).left(fullKey.indexOf(u'/'));
+        if (group != first)
+            group = first.toString();
+        result.append({group, fullKey.mid(fullKey.lastIndexOf(u'/') + 1)});
     }
     return result;
 }
