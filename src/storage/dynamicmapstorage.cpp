@@ -31,7 +31,10 @@ QVariant DynamicMapStorage::value(const QString &group, const QString &key) cons
 {
     const QMutexLocker locker(&m_mutex);
     const auto entries = m_values.constFind(group);
-    return entries != m_values.cend() ? entries->value(key) : QVariant();
+    if (entries == m_values.cend())
+        return {};
+    const auto entry = entries->constFind(key);
+    return entry != entries->cend() ? *entry : QVariant();
 }
 
 void DynamicMapStorage::setValue(const QString &group, const QString &key, const QVariant &value)

@@ -64,7 +64,10 @@ QVariant StaticMapReader::value(const QString &group, const QString &key) const
     if (found == m_values.cend())
         return {};
     const GroupEntries entries(*found);
-    return entries ? entries->value(key) : QVariant();
+    if (!entries)
+        return {};
+    const auto entry = entries->constFind(key);
+    return entry != entries->cend() ? *entry : QVariant();
 }
 
 KeyList StaticMapReader::keys() const
