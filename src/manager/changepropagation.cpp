@@ -120,15 +120,16 @@ qsizetype ConfigurationManagerPrivate::indexOfTopStorage(const QString &group,
     return -1;
 }
 
-/*! Whether a layer that ranks above \a rank holds the pair. */
-bool ConfigurationManagerPrivate::isHidden(const QString &group, const QString &key, int rank) const
+/*! Whether a layer above \a type holds the pair. The layer \a type and those below are not asked. */
+bool ConfigurationManagerPrivate::isHidden(const QString &group, const QString &key,
+                                           SettingsType type) const
 {
     const QMutexLocker locker(&mutex);
     for (const auto &storage : storages) {
-        if (priorityOf(storage->type()) >= rank)
+        if (storage->type() == type)
             break;
         if (storage->contains(group, key))
-            return true;
+            return priorityOf(storage->type()) < priorityOf(type);
     }
     return false;
 }

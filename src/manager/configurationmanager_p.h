@@ -43,7 +43,7 @@ public:
     AbstractStorage *topStorage(const QString &group, const QString &key) const;
     QSharedPointer<AbstractStorage> sharedTopStorage(const QString &group,
                                                      const QString &key) const;
-    bool isHidden(const QString &group, const QString &key, int rank) const;
+    bool isHidden(const QString &group, const QString &key, SettingsType type) const;
     static bool isLogged(SettingsType type);
     void logForType(SettingsType type, const QString &message) const;
     void notifyHandlers(SettingsType type, const QString &group, const QString &key,

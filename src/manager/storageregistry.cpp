@@ -32,25 +32,16 @@ namespace {
 class KeyLookup
 {
 public:
-    explicit KeyLookup(const KeyList &keys)
-    {
-        if (std::is_sorted(keys.cbegin(), keys.cend())) {
-            m_sorted = keys;
-        } else {
-            // Appended one by one: a QList that detaches does not notice that memory runs out.
-            m_sorted.reserve(keys.size());
-            std::copy(keys.cbegin(), keys.cend(), std::back_inserter(m_sorted));
-            std::sort(m_sorted.begin(), m_sorted.end());
-        }
-        m_next = m_sorted.cbegin();
-    }
+    explicit KeyLookup(const KeyList &keys) : m_keys(keys), m_next(m_keys.cbegin()) { }
 
     bool contains(const KeyList::value_type &pair)
     {
-        if (m_next == m_sorted.cend() || *m_next != pair)
-            m_next = std::lower_bound(m_sorted.cbegin(), m_sorted.cend(), pair);
-        if (m_next == m_sorted.cend() || *m_next != pair)
-            return false;
+        if (m_next == m_keys.cend() || *m_next != pair) {
+            sort();
+            m_next = std::lower_bound(m_keys.cbegin(), m_keys.cend(), pair);
+            if (m_next == m_keys.cend() || *m_next != pair)
+                return false;
+        }
         ++m_next;
         return true;
     }
@@ -58,8 +49,24 @@ public:
 private:
     Q_DISABLE_COPY_MOVE(KeyLookup)
 
-    KeyList m_sorted;
+    void sort()
+    {
+        if (m_isSorted)
+            return;
+        if (!std::is_sorted(m_keys.cbegin(), m_keys.cend())) {
+            // Appended one by one: a QList that detaches does not notice that memory runs out.
+            KeyList sorted;
+            sorted.reserve(m_keys.size());
+            std::copy(m_keys.cbegin(), m_keys.cend(), std::back_inserter(sorted));
+            std::sort(sorted.begin(), sorted.end());
+            m_keys = std::move(sorted);
+        }
+        m_isSorted = true;
+    }
+
+    KeyList m_keys;
     KeyList::const_iterator m_next;
+    bool m_isSorted = false; // found out when a search is needed
 };
 
 /*! \a keys without those in \a others; order and duplicates are kept. */
@@ -151,9 +158,8 @@ void ConfigurationManagerPrivate::insertStorage(const QSharedPointer<AbstractSto
     placeStorage(storage);
     logger->info("Storage: "_L1 % typeName(type) % " initialized"_L1);
 
-    const int rank = priorityOf(type);
     candidates.removeIf(
-            [this, rank](const auto &pair) { return isHidden(pair.first, pair.second, rank); });
+            [this, type](const auto &pair) { return isHidden(pair.first, pair.second, type); });
     reportCandidates(*storage, candidates);
 }
 
@@ -229,8 +235,7 @@ void ConfigurationManagerPrivate::logCandidates(const AbstractStorage &storage,
 {
     QString line = "Top values changed: "_L1 % typeName(storage.type()) % ": {"_L1;
     for (const auto &[group, key] : candidates)
-        line += ' '_L1 % group % '/'_L1 % key % " = '"_L1 % storage.value(group, key).toString()
-                % "',"_L1;
+        line += u' ' % group % u'/' % key % u" = '" % storage.value(group, key).toString() % u"',";
     line.chop(1); // the comma behind the last value
     line += " }"_L1;
     logForType(storage.type(), line);
