@@ -124,6 +124,7 @@ private Q_SLOTS:
     void aLayerListsItsKeysBeforeItComesAndGoes();
     void replacingALayerComparesWhatBothHold();
     void replacingALayerDoesNotCompareWhatIsHidden();
+    void replacingALayerReportsWhatIsListedAndNotHeld();
     void pairsListedTwiceStayTwice();
     void keysMayBeListedInAnyOrder_data();
     void keysMayBeListedInAnyOrder();
@@ -358,6 +359,30 @@ void tst_LayerCalls::replacingALayerDoesNotCompareWhatIsHidden()
              QStringList({u"new: keys"_s, u"old: keys"_s, u"Runtime: contains g/k"_s,
                           u"info: Storage: Rdm reinitialized"_s, u"new: value g/k"_s,
                           u"Runtime: contains g/k"_s}));
+}
+
+void tst_LayerCalls::replacingALayerReportsWhatIsListedAndNotHeld()
+{
+    // Its value is invalid before and after, but the layer does not answer for it.
+    TestHost host;
+    const auto old = addLayer(&host, SettingsType::SelviDb, u"old"_s, {{u"held"_s, QVariant()}});
+    old->list(u"g"_s, u"listed"_s);
+    old->list(u"g"_s, u"listed, held below"_s);
+    const auto defaults = addLayer(&host, SettingsType::RavonaConfDefault, u"defaults"_s,
+                                   {{u"listed, held below"_s, 1}});
+    const auto layer = makeLayer(&host, SettingsType::SelviDb, u"new"_s, {{u"held"_s, QVariant()}});
+    layer->list(u"g"_s, u"listed"_s);
+    layer->list(u"g"_s, u"listed, held below"_s);
+    host.journal.take();
+    privateOf(host.manager).registerStorage(layer);
+    const QStringList lines = host.journal.take();
+    QCOMPARE(lines.filter(u"contains"_s),
+             QStringList({u"old: contains g/held"_s, u"old: contains g/listed"_s,
+                          u"defaults: contains g/listed"_s, u"old: contains g/listed, held below"_s,
+                          u"defaults: contains g/listed, held below"_s}));
+    QCOMPARE(lines.filter(u"handler: "_s),
+             QStringList({u"handler: SelviDb g/listed = invalid"_s,
+                          u"handler: SelviDb g/listed, held below = invalid"_s}));
 }
 
 void tst_LayerCalls::pairsListedTwiceStayTwice()
