@@ -103,12 +103,14 @@ def count_all(exactcounts, profiles, jobs):
 
 def time_all(bench, too_large, repetitions, min_time):
     with tempfile.NamedTemporaryFile(suffix=".json") as file:
-        subprocess.run(
+        result = subprocess.run(
             [bench, f"--benchmark_filter=-/({'|'.join(too_large) or 'none'})/",
              f"--benchmark_repetitions={repetitions}", f"--benchmark_min_time={min_time}",
              "--benchmark_enable_random_interleaving=true", "--benchmark_out_format=json",
              f"--benchmark_out={file.name}"],
-            check=True, stdout=subprocess.DEVNULL, env=ENVIRONMENT)
+            capture_output=True, text=True, env=ENVIRONMENT)
+        if result.returncode:
+            sys.exit(f"{bench}\n{result.stderr}")
         results = json.load(open(file.name, encoding="utf-8"))["benchmarks"]
     samples = {}
     for result in results:
