@@ -73,6 +73,7 @@ void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QStrin
 
     const SettingsType topType = top->type();
     if (reported.isValid()) {
+        top.reset(); // a logger or a handler may clear that layer, and then it has to die
         if (topType != type)
             return; // hidden by a higher layer
         if (isLogged(type))
@@ -86,7 +87,7 @@ void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QStrin
     if (priorityOf(topType) <= priorityOf(type))
         return;
     const QString uncovered = top->value(group, key).toString();
-    top.reset(); // a handler may clear that layer, and then it has to die
+    top.reset(); // as above
     if (isLogged(type))
         logForType(type, topValueChanged(topType, group, key, uncovered));
     notifyHandlers(topType, group, key, uncovered);
@@ -120,7 +121,10 @@ qsizetype ConfigurationManagerPrivate::indexOfTopStorage(const QString &group,
     return -1;
 }
 
-/*! Whether a layer above \a type holds the pair. The layer \a type and those below are not asked. */
+/*!
+ * Whether a layer above \a type holds the pair. As long as it is in the list, the layer \a type and
+ * those below are not asked.
+ */
 bool ConfigurationManagerPrivate::isHidden(const QString &group, const QString &key,
                                            SettingsType type) const
 {
