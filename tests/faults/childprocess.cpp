@@ -41,6 +41,8 @@ ChildResult inChild(const std::function<QByteArray()> &work, unsigned seconds)
     if (pipe(ends) != 0)
         return {};
     const pid_t child = fork();
+    if (child < 0)
+        qFatal("cannot fork");
     if (child == 0) {
         dieQuietly();
         alarm(seconds);

@@ -19,7 +19,7 @@ struct ChildResult
 };
 
 /*! Forks and does \a work in the child, for at most \a seconds. */
-ChildResult inChild(const std::function<QByteArray()> &work, unsigned seconds = 20);
+ChildResult inChild(const std::function<QByteArray()> &work, unsigned seconds = 60);
 
 } // namespace tamsel::tests
 

@@ -386,6 +386,8 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
         if (type != SettingsType::Runtime && type != SettingsType::SystemProperties) {
             addRow(type, "asked for a value", add,
                    [](Host &host) { (void)host.manager->value(u"z"_s, u"k"_s); });
+            addRow(type, "asked whether it holds a pair", add,
+                   [type](Host &host) { (void)host.manager->contains(u"z"_s, u"k"_s, type); });
         }
     }
 
@@ -434,6 +436,9 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
         QFile::remove(host.filePath());
         QDir().mkdir(host.filePath());
     };
+    addRow(
+            custom, "written, an equal value", [](Host &host) { host.add(custom, before); },
+            [](Host &host) { host.manager->setValue(u"g"_s, u"k"_s, u"old"_s, custom); });
     addRow(custom, "refusing a value", directory,
            [](Host &host) { host.manager->setValue(u"g"_s, u"k"_s, u"written"_s, custom); });
     addRow(custom, "refusing a removal", directory,
@@ -504,6 +509,11 @@ void tst_Memory::whatNeedsNoMemoryCannotRunOutOfIt_data()
         (void)host.manager->value(group, key);
         (void)host.manager->value(group, u"absent"_s, held);
     });
+    QTest::newRow("reading from a fixed map") << Step([](Host &host) {
+        static const QString onlyInRdm = u"g-x"_s;
+        static const QString itsKey = u"a"_s;
+        QCOMPARE(host.manager->value(onlyInRdm, itsKey).metaType(), QMetaType::fromType<int>());
+    });
     QTest::newRow("asking a layer") << Step([](Host &host) {
         (void)host.manager->contains(group, key, SettingsType::Rdm);
         (void)host.manager->storageAvailable(SettingsType::Rdm);
@@ -565,6 +575,7 @@ void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole()
     after.replace("k=old\nold", "k=written\nold");
 
     QMap<QByteArray, int> seen; // contents of the file, and how often
+    bool isComplete = false;
     for (int number = 1; number < 1000; ++number) {
         const QTemporaryDir folder(m_folder.filePath(u"XXXXXX"_s));
         const QString path = folder.filePath(u"custom.conf"_s);
@@ -594,9 +605,12 @@ void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole()
         QFile file(path);
         QVERIFY(file.open(QFile::ReadOnly));
         ++seen[file.readAll()];
-        if (child.report == "untouched")
+        if (child.report == "untouched") {
+            isComplete = true;
             break;
+        }
     }
+    QVERIFY(isComplete);
     QCOMPARE(seen.keys(), QByteArrayList({before.file, after}));
     QVERIFY(seen.value(before.file) > 1);
 }

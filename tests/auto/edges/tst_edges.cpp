@@ -83,6 +83,7 @@ private Q_SLOTS:
     void aLoneSurrogateInAValueDoesNotReachTheFile();
     void everyLayerTakesNamesAndValuesOfAMebibyte();
     void aGroupMayHoldAHundredThousandKeys();
+    void aGroupInAFileMayHoldAHundredThousandKeys();
 };
 
 void tst_Edges::layersInMemoryKeepEveryNameApart()
@@ -341,6 +342,32 @@ void tst_Edges::aGroupMayHoldAHundredThousandKeys()
 
     manager.clearStorage(SettingsType::FeatureKeys);
     QCOMPARE(journal.take().size(), count);
+}
+
+void tst_Edges::aGroupInAFileMayHoldAHundredThousandKeys()
+{
+    constexpr int count = 100'000;
+    QByteArray text = "[g]\n";
+    for (int i = 0; i < count; ++i)
+        text += QByteArray::number(i) + "=value " + QByteArray::number(i) + '\n';
+    FileHost host;
+    host.manager.clearStorage(fileLayer);
+    {
+        QFile file(host.fileName());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(text), text.size());
+    }
+    host.manager.initStorage(fileLayer);
+    QVERIFY(host.manager.storageAvailable(fileLayer));
+    host.manager.setValue(u"g"_s, u"500"_s, u"changed"_s, fileLayer);
+    host.journal.take();
+
+    host.reread();
+    QCOMPARE(host.journal.take().filter(u"Top values changed"_s).size(), 1);
+    QCOMPARE(host.manager.value(u"g"_s, u"0"_s), QVariant(u"value 0"_s));
+    QCOMPARE(host.manager.value(u"g"_s, u"500"_s), QVariant(u"changed"_s));
+    QCOMPARE(host.manager.value(u"g"_s, u"99999"_s), QVariant(u"value 99999"_s));
+    QCOMPARE(host.fileText().count('='), count);
 }
 
 QTEST_GUILESS_MAIN(tst_Edges)

@@ -97,6 +97,8 @@ private Q_SLOTS:
     void aHandlerMayClearAndCreateAnotherLayer();
     void aHandlerMayClearTheReportingLayer_data();
     void aHandlerMayClearTheReportingLayer();
+    void aLayerDiesWhenAHandlerClearsIt_data();
+    void aLayerDiesWhenAHandlerClearsIt();
     void aHandlerMayReplaceTheReportingLayer_data();
     void aHandlerMayReplaceTheReportingLayer();
     void aHandlerMayClearALayerThatIsBeingCreated();
@@ -417,6 +419,36 @@ void tst_HandlerReentrancy::aHandlerMayClearTheReportingLayer()
                      + QStringList(u"handler: %1 g/k = int(1)"_s.arg(name)) + cleared
                      + QStringList(u"second: %1 g/k = int(1)"_s.arg(name)));
     QVERIFY(!host.manager.storageAvailable(type));
+}
+
+void tst_HandlerReentrancy::aLayerDiesWhenAHandlerClearsIt_data()
+{
+    QTest::addColumn<SettingsType>("changed");
+    QTest::newRow("the layer that is written") << SettingsType::CustomConfPersistent;
+    QTest::newRow("the layer that a removal uncovers") << SettingsType::Runtime;
+}
+
+void tst_HandlerReentrancy::aLayerDiesWhenAHandlerClearsIt()
+{
+    // A file layer that dies writes its file.
+    QFETCH(const SettingsType, changed);
+    const auto cleared = SettingsType::CustomConfPersistent;
+    TestHost host;
+    host.manager.initStorage(cleared);
+    host.manager.setValue(u"g"_s, u"k"_s, u"written"_s, cleared);
+    host.prepare(SettingsType::Runtime);
+    if (changed == SettingsType::Runtime)
+        host.manager.setValue(u"g"_s, u"k"_s, 1, changed);
+    QByteArray file;
+    onFirst(&host.handler, u"k"_s, [&] {
+        host.manager.clearStorage(cleared);
+        file = readFile(host.filePath(cleared));
+    });
+    if (changed == SettingsType::Runtime)
+        host.manager.removeValue(u"g"_s, u"k"_s, changed);
+    else
+        host.manager.setValue(u"g"_s, u"k"_s, u"again"_s, changed);
+    QCOMPARE(file, changed == cleared ? "[g]\nk=again\n" : "[g]\nk=written\n");
 }
 
 void tst_HandlerReentrancy::aHandlerMayReplaceTheReportingLayer_data()
