@@ -48,7 +48,8 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/tamsel.pc.in ${PROJECT_BINARY_DIR}/tams
 install(FILES ${PROJECT_BINARY_DIR}/tamsel.pc DESTINATION ${tamsel_pc_dir} COMPONENT Devel)
 
 if(TAMSEL_BUILD_TOOLS)
-    install(TARGETS tamsel-inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(TARGETS tamsel-inspect
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tools)
     install(FILES ${PROJECT_SOURCE_DIR}/tools/inspect/tamsel-inspect.1
-        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
 endif()
