@@ -19,12 +19,6 @@ using tamsel::SettingsType;
 
 namespace {
 
-bool isFileLayer(SettingsType type)
-{
-    return type == SettingsType::CustomConfPersistent || type == SettingsType::SelviDb
-            || type == SettingsType::RavonaConfDefault;
-}
-
 /*! Whether hosts write the layer value by value; it cannot be given a map. */
 bool isWritten(SettingsType type)
 {
@@ -35,6 +29,9 @@ void checkDirectory(const QString &directory)
 {
     if (!QFileInfo(directory).isDir())
         throw Problem(u"there is no directory %1"_s.arg(directory));
+    // Where it must not be entered, its files look as if they were missing.
+    if (!QFileInfo(directory).isExecutable())
+        throw Problem(u"cannot enter %1: permission denied"_s.arg(directory));
 }
 
 /*! A box that was never used has neither of its own files, but the defaults are always shipped. */
@@ -56,6 +53,11 @@ void checkFile(const QString &fileName, SettingsType type)
 }
 
 } // namespace
+
+bool Holding::isLost() const
+{
+    return entry.startsWith(u'/') || entry.endsWith(u'/') || entry.contains("//"_L1);
+}
 
 Box::Box(const Options &options, const QString &storage)
     : m_settings(&m_logger), m_catalogue(&m_settings)
@@ -125,8 +127,8 @@ void Box::addFileLayer(SettingsType type)
 }
 
 /*!
- * Looks at the names in the file itself: the layer cuts those down to two parts that have more or
- * fewer, and what it lists under such a name is not what it reads.
+ * Looks at the names in the file itself: the layer lists an entry by the first and the last part of
+ * its name, and reads it by what stands in front of the first "/" and behind it.
  */
 void Box::listEntries(SettingsType type)
 {
@@ -135,15 +137,16 @@ void Box::listEntries(SettingsType type)
     const QStringList entries = file.allKeys();
     for (const QString &entry : entries) {
         const qsizetype first = entry.indexOf(u'/');
-        const qsizetype last = entry.lastIndexOf(u'/');
-        const bool isReadable = first >= 0 && first == last;
-        if (isReadable && entries.size() > 1)
-            continue; // the catalogue has heard of it
-        const Pair pair{entry.left(first), entry.mid(last + 1)};
-        if (isReadable)
-            m_catalogue.remember(pair.first, pair.second);
-        else
-            m_unreadable[pair].append({type, file.value(entry), fileName, entry});
+        const Pair listed{entry.left(first), entry.mid(entry.lastIndexOf(u'/') + 1)};
+        const Pair read{first < 0 ? QString() : listed.first, entry.mid(first + 1)};
+        Holding holding{type, {}, fileName, entry};
+        if (!holding.isLost()) {
+            m_catalogue.remember(read.first, read.second);
+            if (listed == read)
+                continue;
+            holding.value = file.value(entry);
+        }
+        m_unreadable[listed].append(holding);
     }
 }
 

@@ -30,6 +30,9 @@ struct Holding
     // The name in the file of an entry that the layer lists as this setting although no reader of
     // the setting gets it; empty for all others.
     QString entry;
+
+    /*! Whether nobody gets the entry by any name: QSettings skips empty parts of what it is asked for. */
+    bool isLost() const;
 };
 
 /*! A setting as readers see it, and everything that they do not see of it. */

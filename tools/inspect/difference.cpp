@@ -75,22 +75,20 @@ QJsonValue objectOf(const std::optional<Holding> &holding)
 {
     if (!holding)
         return QJsonValue::Null;
-    QJsonObject result = holdingObject(*holding);
-    result.remove(u"entry"_s);
-    return result;
+    return holdingObject(*holding);
 }
 
 void printJson(const Changes &changes, Screen &screen)
 {
-    QJsonObject result{
-            {u"added"_s, QJsonArray()}, {u"removed"_s, QJsonArray()}, {u"changed"_s, QJsonArray()}};
-    std::map<QString, QJsonArray> arrays; // grown outside of the object: there it is copied
+    // Grown outside of the object: there they would be copied.
+    std::map<QString, QJsonArray> arrays{{u"added"_s, {}}, {u"removed"_s, {}}, {u"changed"_s, {}}};
     for (const auto &[name, change] : changes) {
         arrays[kindOf(change)].append(QJsonObject{{u"group"_s, name.first},
                                                   {u"key"_s, name.second},
                                                   {u"old"_s, objectOf(change.before)},
                                                   {u"new"_s, objectOf(change.after)}});
     }
+    QJsonObject result;
     for (const auto &[kind, array] : arrays)
         result[kind] = array;
     screen.printJson(result);

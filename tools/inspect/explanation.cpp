@@ -62,8 +62,8 @@ Row rowOf(const Step &step)
     if (!step.holding)
         return {{rank, layer, u"absent"_s, u"-"_s, u"-"_s, placeOf(step)}, Style::Faint};
     const QVariant &value = step.holding->value;
-    return {{rank, layer, step.answers ? u"present, answers"_s : u"present, hidden"_s,
-             valueText(value), typeText(value), placeOf(step)},
+    return {{rank, layer, step.answers ? u"answers"_s : u"hidden"_s, valueText(value),
+             typeText(value), placeOf(step)},
             step.answers ? Style::Good : Style::Plain};
 }
 
@@ -71,7 +71,6 @@ QJsonObject objectOf(const Step &step)
 {
     const Holding holding = step.holding.value_or(Holding{step.layer, {}, step.file, {}});
     QJsonObject result = holdingObject(holding);
-    result.remove(u"entry"_s);
     result[u"rank"_s] = tamsel::priorityOf(step.layer);
     result[u"present"_s] = step.holding.has_value();
     result[u"answers"_s] = step.answers;
@@ -93,11 +92,15 @@ QString originText(const Holding &holding)
 /*! What becomes of an entry that is listed as the setting, and is none. */
 QString entryText(const Holding &holding)
 {
+    const QString listed = u"%1 lists the entry %2 as this setting, but it "_s.arg(
+            originText(holding), valueText(holding.entry));
+    if (holding.isLost())
+        return listed + "cannot be read"_L1;
     const qsizetype slash = holding.entry.indexOf(u'/');
     const QString group = slash < 0 ? QString() : holding.entry.left(slash);
-    return u"%1 lists the entry %2 as this setting, but it is read as group %3, key %4"_s.arg(
-            originText(holding), valueText(holding.entry), valueText(group),
-            valueText(holding.entry.mid(slash + 1)));
+    return listed
+            + u"is read as group %1, key %2"_s.arg(valueText(group),
+                                                   valueText(holding.entry.mid(slash + 1)));
 }
 
 QString summaryOf(const Setting &setting)
@@ -131,7 +134,7 @@ QJsonObject objectOf(const Setting &setting, const QList<Step> &steps)
     QJsonArray entries;
     for (const Holding &holding : setting.hidden) {
         if (!holding.entry.isEmpty())
-            entries.append(holdingObject(holding));
+            entries.append(entryObject(holding));
     }
     return {{u"group"_s, setting.name.group},
             {u"key"_s, setting.name.key},

@@ -42,24 +42,18 @@ Row rowOf(const Setting &setting)
 
 QJsonObject objectOf(const Setting &setting)
 {
+    static const QJsonObject nobody{{u"layer"_s, QJsonValue()},
+                                    {u"value"_s, QJsonValue()},
+                                    {u"type"_s, QJsonValue()},
+                                    {u"file"_s, QJsonValue()}};
     QJsonArray hidden;
     for (const Holding &holding : setting.hidden)
-        hidden.append(holdingObject(holding));
-    QJsonObject result{{u"group"_s, setting.name.group},
-                       {u"key"_s, setting.name.key},
-                       {u"layer"_s, QJsonValue()},
-                       {u"value"_s, QJsonValue()},
-                       {u"type"_s, QJsonValue()},
-                       {u"file"_s, QJsonValue()},
-                       {u"hidden"_s, hidden},
-                       {u"hiddenEverywhere"_s, !setting.answer}};
-    if (setting.answer) {
-        const Holding &answer = *setting.answer;
-        result[u"layer"_s] = layerName(answer.layer);
-        result[u"value"_s] = jsonValue(answer.value);
-        result[u"type"_s] = jsonType(answer.value);
-        result[u"file"_s] = textOrNull(answer.file);
-    }
+        hidden.append(entryObject(holding));
+    QJsonObject result = setting.answer ? holdingObject(*setting.answer) : nobody;
+    result[u"group"_s] = setting.name.group;
+    result[u"key"_s] = setting.name.key;
+    result[u"hidden"_s] = hidden;
+    result[u"hiddenEverywhere"_s] = !setting.answer;
     return result;
 }
 
@@ -68,7 +62,7 @@ QJsonObject objectOf(const Setting &setting)
 QString holdingText(const Holding &holding)
 {
     const QString layer = layerName(holding.layer);
-    const QString value = valueText(holding.value);
+    const QString value = holding.isLost() ? u"(cannot be read)"_s : valueText(holding.value);
     return holding.entry.isEmpty() ? layer + u' ' + value
                                    : u"%1 %2 as %3"_s.arg(layer, value, valueText(holding.entry));
 }
@@ -78,8 +72,14 @@ QJsonObject holdingObject(const Holding &holding)
     return {{u"layer"_s, layerName(holding.layer)},
             {u"value"_s, jsonValue(holding.value)},
             {u"type"_s, jsonType(holding.value)},
-            {u"file"_s, textOrNull(holding.file)},
-            {u"entry"_s, textOrNull(holding.entry)}};
+            {u"file"_s, textOrNull(holding.file)}};
+}
+
+QJsonObject entryObject(const Holding &holding)
+{
+    QJsonObject result = holdingObject(holding);
+    result[u"entry"_s] = textOrNull(holding.entry);
+    return result;
 }
 
 bool printSettings(const Box &box, const Options &options, Screen &screen)

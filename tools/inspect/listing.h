@@ -19,7 +19,10 @@ bool printSettings(const Box &box, const Options &options, Screen &screen);
 /*! "RavonaConfDefault 'ru'"; with the name of its entry where readers of the setting do not get it. */
 QString holdingText(const Holding &holding);
 
-/*! What a layer holds, with the keys "layer", "value", "type", "file" and "entry". */
+/*! What a layer holds, with the keys "layer", "value", "type" and "file". */
 QJsonObject holdingObject(const Holding &holding);
+
+/*! The same and "entry". */
+QJsonObject entryObject(const Holding &holding);
 
 #endif // LISTING_H

@@ -32,28 +32,33 @@ void complain(const QString &text)
     QTextStream(stderr) << "tamsel-inspect: " << escaped(text) << '\n';
 }
 
-int run(const Options &options)
+/*! Returns the exit code. */
+int print(const Options &options, Screen &screen)
 {
     if (!options.answer.isEmpty()) {
-        QTextStream(stdout) << options.answer;
+        screen.printText(options.answer);
         return found;
     }
     const Box box(options, options.storage);
-    Screen screen(options.colour);
-    bool result = false;
     if (!options.otherStorage.isEmpty()) {
         const Box other(options, options.otherStorage);
-        result = printDifference(box, other, options, screen);
-        screen.finish();
-        return result ? different : found;
+        return printDifference(box, other, options, screen) ? different : found;
     }
     if (options.explained)
-        result = printExplanation(box, options, screen);
-    else if (result = printSettings(box, options, screen); !result)
-        complain(options.patterns.isEmpty() ? u"no layer holds any setting"_s
-                                            : u"no setting matches"_s);
+        return printExplanation(box, options, screen) ? found : notFound;
+    if (printSettings(box, options, screen))
+        return found;
+    complain(options.patterns.isEmpty() ? u"no layer holds any setting"_s
+                                        : u"no setting matches"_s);
+    return notFound;
+}
+
+int run(const Options &options)
+{
+    Screen screen(options.colour);
+    const int code = print(options, screen);
     screen.finish();
-    return result ? found : notFound;
+    return code;
 }
 
 } // namespace

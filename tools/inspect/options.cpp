@@ -53,18 +53,8 @@ SettingsType layerOf(const QString &name, const QString &assignment)
     if (!known)
         throw Problem(u"--set '%1': there is no layer '%2'"_s.arg(assignment, name));
     const auto layer = static_cast<SettingsType>(number);
-    switch (layer) {
-    case SettingsType::CustomConfPersistent:
-    case SettingsType::SelviDb:
-    case SettingsType::RavonaConfDefault:
+    if (isFileLayer(layer))
         throw Problem(u"--set '%1': the layer %2 is a file"_s.arg(assignment, name));
-    case SettingsType::Runtime:
-    case SettingsType::Rdm:
-    case SettingsType::FeatureKeys:
-    case SettingsType::SystemProperties:
-    case SettingsType::CommandLineArgs:
-        break;
-    }
     return layer;
 }
 
@@ -82,6 +72,8 @@ Assignment assignmentOf(const QString &text)
 QString directoryOf(const QCommandLineParser &parser, const QString &option)
 {
     QString directory = parser.value(option);
+    if (directory.isEmpty() && parser.isSet(option))
+        throw Problem(u"--%1: the name of the directory is empty"_s.arg(option));
     if (directory.isEmpty())
         throw Problem(u"--%1 DIR/ is needed; see --help"_s.arg(option));
     return directory.endsWith(u'/') ? directory : directory + u'/';
@@ -124,7 +116,23 @@ void describe(QCommandLineParser &parser)
     parser.addVersionOption();
 }
 
+/*! One of two would count, and nobody would see which. */
+void checkRepetitions(const QCommandLineParser &parser)
+{
+    for (const QString &option :
+         {u"storage"_s, u"assets"_s, u"rdm"_s, u"feature-keys"_s, u"explain"_s, u"diff"_s}) {
+        if (parser.values(option).size() > 1)
+            throw Problem(u"--%1 is given twice"_s.arg(option));
+    }
+}
+
 } // namespace
+
+bool isFileLayer(SettingsType layer)
+{
+    return layer == SettingsType::CustomConfPersistent || layer == SettingsType::SelviDb
+            || layer == SettingsType::RavonaConfDefault;
+}
 
 bool Options::wants(const QString &group, const QString &key) const
 {
@@ -151,6 +159,7 @@ Options parseOptions(const QStringList &arguments)
         return result;
     }
 
+    checkRepetitions(parser);
     result.storage = directoryOf(parser, u"storage"_s);
     result.assets = directoryOf(parser, u"assets"_s);
     result.rdmFile = fileOf(parser, u"rdm"_s);

@@ -28,6 +28,9 @@ struct Assignment
     QString value;
 };
 
+/*! Whether the layer is an INI file. */
+bool isFileLayer(tamsel::SettingsType layer);
+
 /*! The command line. */
 struct Options
 {

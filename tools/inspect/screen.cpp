@@ -23,7 +23,8 @@ using Widths = QList<qsizetype>;
 
 constexpr qsizetype usualWidth = 80; // of a terminal that does not tell
 constexpr qsizetype longestPadding = 60; // one long value shall not make every line long
-constexpr qsizetype narrowest = 8; // a column below that tells nothing
+constexpr qsizetype narrow = 8; // of a column, where others can still give way
+constexpr qsizetype narrowest = 3; // a column below that tells nothing
 
 bool environmentAllowsColour()
 {
@@ -49,15 +50,15 @@ Widths naturalWidths(const QList<Row> &rows)
     return widths;
 }
 
-/*! Takes from the widest of \a columns until \a available is enough or nothing is left to take. */
-void shrink(Widths &widths, const QList<qsizetype> &columns, qsizetype available)
+/*! Takes from the widest of \a columns until \a available is enough or all are down to \a least. */
+void shrink(Widths &widths, const QList<qsizetype> &columns, qsizetype available, qsizetype least)
 {
     const auto narrower
             = [&widths](qsizetype a, qsizetype b) { return widths.at(a) < widths.at(b); };
     qsizetype surplus = std::accumulate(widths.cbegin(), widths.cend(), -available);
     for (; surplus > 0; --surplus) {
         const qsizetype widest = *std::max_element(columns.cbegin(), columns.cend(), narrower);
-        if (widths.at(widest) <= narrowest)
+        if (widths.at(widest) <= least)
             return;
         --widths[widest];
     }
@@ -86,6 +87,11 @@ Screen::Screen(bool colour)
 {
     if (!m_file.open(STDOUT_FILENO, QIODevice::WriteOnly))
         throw Problem(u"cannot write to standard output: %1"_s.arg(m_file.errorString()));
+}
+
+void Screen::printText(const QString &text)
+{
+    m_out << text;
 }
 
 void Screen::printLine(const QString &text, Style style)
@@ -121,8 +127,8 @@ void Screen::printFramed(const QList<Row> &rows, const QList<qsizetype> &elastic
     const qsizetype available = terminalWidth() - 3 * widths.size() - 1; // "│ a │ b │"
     QList<qsizetype> all(widths.size());
     std::iota(all.begin(), all.end(), 0);
-    shrink(widths, elastic, available);
-    shrink(widths, all, available);
+    shrink(widths, elastic, available, narrow);
+    shrink(widths, all, available, narrowest);
     printLine(frameLine(widths, u"\u250c\u252c\u2510"), Style::Faint);
     const QString bar = painted(u"\u2502"_s, Style::Faint);
     for (const Row &row : rows) {
@@ -140,7 +146,7 @@ void Screen::printFramed(const QList<Row> &rows, const QList<qsizetype> &elastic
 
 void Screen::printJson(const QJsonObject &object)
 {
-    m_out << QString::fromUtf8(QJsonDocument(object).toJson());
+    printText(QString::fromUtf8(QJsonDocument(object).toJson()));
 }
 
 void Screen::finish()

@@ -31,6 +31,8 @@ public:
     /*! Shows no colours if \a colour is \c false, or where the environment asks for none. */
     explicit Screen(bool colour);
 
+    /*! \a text as it is, with its own ends of lines. */
+    void printText(const QString &text);
     void printLine(const QString &text, Style style = Style::Plain);
     /*!
      * The first of \a rows is the heading; all have as many cells as it has. Where the table is too

@@ -64,7 +64,11 @@ QJsonObject objectOf(const QString &text)
 /*! The JSON of a test, written as it is easiest to read. */
 QJsonObject json(const char *text)
 {
-    return objectOf(QString::fromUtf8(text));
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    if (error.error != QJsonParseError::NoError)
+        qFatal("the test's own JSON, at %d: %s", error.offset, qPrintable(error.errorString()));
+    return document.object();
 }
 
 /*! A terminal that a program can write to. It takes little: nobody reads until the program ends. */
@@ -125,6 +129,7 @@ private Q_SLOTS:
     void theCommandLineWinsOverTheJsonFile();
     void valuesOfEachTypeAreShown();
     void entriesThatNobodyReadsAreMarked();
+    void entriesWithAnEmptyPartAreLost();
     void theOnlyEntryOfAFileIsSeenAlthoughInvalid();
     void valuesCannotSteerTheTerminal();
     void oneLongValueLeavesOtherLinesShort();
@@ -140,6 +145,7 @@ private Q_SLOTS:
     void anExplanationSumsUp();
 
     void aDifferenceIsWhatReadersSee();
+    void aDifferenceKeepsToThePatterns();
     void aDifferenceOfNothingIsSaid();
 
     void jsonOfTheTable();
@@ -157,6 +163,8 @@ private Q_SLOTS:
     void troubleIsOneLineAndExitCodeTwo();
     void damagedFilesAreTrouble_data();
     void damagedFilesAreTrouble();
+    void aDirectoryThatMayNotBeEnteredIsTrouble();
+    void outputThatIsLostIsTrouble_data();
     void outputThatIsLostIsTrouble();
     void filesStayAsTheyAre_data();
     void filesStayAsTheyAre();
@@ -291,19 +299,30 @@ void tst_Inspect::entriesThatNobodyReadsAreMarked()
 {
     write(u"box/custom.conf"_s, "[General]\ntop=1\n[a]\nx\\c=2\ny\\c=3\nc=4\n[b]\nx\\y\\d=5\n");
     write(u"box/selvi.db"_s, "[b]\nz\\d=6\n");
-    QCOMPARE(table({u"a/*"_s, u"b/*"_s, u"top/*"_s}),
-             uR"(
-group  key  value  type     answered by           hides
-a      c    '4'    QString  CustomConfPersistent  )"
-             "CustomConfPersistent '2' as 'a/x/c', "
-             "CustomConfPersistent '3' as 'a/y/c'\n"
-             "b      d    -      -        ! nobody        "
-             "      "
-             "CustomConfPersistent '5' as 'b/x/y/d', "
-             "SelviDb '6' as 'b/z/d'\n"
-             "top    top  -      -        ! nobody        "
-             "      "
-             "CustomConfPersistent '1' as 'top'\n"_s);
+    // Readers get each of them by another name, which has a row too.
+    QCOMPARE(table({u"a/*"_s, u"b/*"_s, u"*top"_s}), uR"(
+group  key    value  type     answered by           hides
+       top    '1'    QString  CustomConfPersistent  -
+a      c      '4'    QString  CustomConfPersistent  CustomConfPersistent '2' as 'a/x/c', CustomConfPersistent '3' as 'a/y/c'
+a      x/c    '2'    QString  CustomConfPersistent  -
+a      y/c    '3'    QString  CustomConfPersistent  -
+b      d      -      -        ! nobody              CustomConfPersistent '5' as 'b/x/y/d', SelviDb '6' as 'b/z/d'
+b      x/y/d  '5'    QString  CustomConfPersistent  -
+b      z/d    '6'    QString  SelviDb               -
+top    top    -      -        ! nobody              CustomConfPersistent '1' as 'top'
+)"_s);
+}
+
+void tst_Inspect::entriesWithAnEmptyPartAreLost()
+{
+    // An empty name is not lost: it is read as group "", key "".
+    write(u"box/custom.conf"_s, "=none\n[General]\nx=1\n[]\nx=2\n[a]\n=3\n");
+    QCOMPARE(table({u"a/*"_s, u"/*"_s}), uR"(
+group  key  value   type     answered by           hides
+            'none'  QString  CustomConfPersistent  -
+       x    '1'     QString  CustomConfPersistent  CustomConfPersistent (cannot be read) as '/x'
+a           -       -        ! nobody              CustomConfPersistent (cannot be read) as 'a/'
+)"_s);
 }
 
 void tst_Inspect::theOnlyEntryOfAFileIsSeenAlthoughInvalid()
@@ -401,8 +420,7 @@ void tst_Inspect::whereNothingIsFoundIsSaid_data()
     QTest::newRow("case") << QStringList{u"ui/LANG"_s} << nothing << noMatch;
     QTest::newRow("JSON") << QStringList{u"--json"_s, u"ui"_s}
                           << u"{\n    \"settings\": [\n    ]\n}\n"_s << noMatch;
-    QTest::newRow("empty files") << QStringList{u"--storage"_s, u"."_s, u"--assets"_s, u"empty"_s}
-                                 << nothing << noSetting;
+    QTest::newRow("empty files") << QStringList() << nothing << noSetting;
 }
 
 void tst_Inspect::whereNothingIsFoundIsSaid()
@@ -412,7 +430,9 @@ void tst_Inspect::whereNothingIsFoundIsSaid()
     QFETCH(const QString, errors);
 
     write(u"empty/ravona.conf"_s, "");
-    const ProgramResult result = run(wholeBox + arguments);
+    const QStringList box
+            = arguments.isEmpty() ? QStringList{u"--storage=."_s, u"--assets=empty"_s} : wholeBox;
+    const ProgramResult result = run(box + arguments);
     QCOMPARE(result.errors, errors);
     QCOMPARE(result.output, output);
     QCOMPARE(result.end, u"exit 1"_s);
@@ -433,15 +453,15 @@ void tst_Inspect::anExplanationWalksThroughAllLayers()
     QCOMPARE(table({u"--set=Rdm:ui/lang=fi"_s, u"--feature-keys=features.json"_s,
                     u"--explain=ui/lang"_s}),
              uR"(
-rank  layer                 state             value  type     stands in
-0     Runtime               absent            -      -        -
-1     Rdm                   present, answers  'fi'   QString  --set
-2     FeatureKeys           absent            -      -        features.json
-3     SystemProperties      absent            -      -        -
-4     CommandLineArgs       absent            -      -        -
-5     CustomConfPersistent  present, hidden   'en'   QString  box/custom.conf
-6     SelviDb               absent            -      -        box/selvi.db (no such file)
-7     RavonaConfDefault     present, hidden   'ru'   QString  assets/ravona.conf
+rank  layer                 state    value  type     stands in
+0     Runtime               absent   -      -        -
+1     Rdm                   answers  'fi'   QString  --set
+2     FeatureKeys           absent   -      -        features.json
+3     SystemProperties      absent   -      -        -
+4     CommandLineArgs       absent   -      -        -
+5     CustomConfPersistent  hidden   'en'   QString  box/custom.conf
+6     SelviDb               absent   -      -        box/selvi.db (no such file)
+7     RavonaConfDefault     hidden   'ru'   QString  assets/ravona.conf
 ui/lang is 'fi', from Rdm (--set); hides 'en' from CustomConfPersistent, 'ru' from RavonaConfDefault
 )"_s);
 }
@@ -475,6 +495,11 @@ void tst_Inspect::anExplanationSumsUp_data()
             << u"top/top is held by no layer; SelviDb (box/selvi.db) lists the entry 'top' as this "
                "setting, but it is read as group '', key 'top'"_s
             << u"exit 1"_s;
+    QTest::newRow("an entry that is lost")
+            << u"deep/"_s
+            << u"deep/ is held by no layer; SelviDb (box/selvi.db) lists the entry 'deep/' as this "
+               "setting, but it cannot be read"_s
+            << u"exit 1"_s;
     QTest::newRow("as it is read")
             << u"deep/b/c"_s << u"deep/b/c is '1', from SelviDb (box/selvi.db); hides nothing"_s
             << u"exit 0"_s;
@@ -489,7 +514,7 @@ void tst_Inspect::anExplanationSumsUp()
     QFETCH(const QString, summary);
     QFETCH(const QString, end);
 
-    write(u"box/selvi.db"_s, "[General]\ntop=2\n[ui]\nlang=de\n[deep]\nb\\c=1\n");
+    write(u"box/selvi.db"_s, "[General]\ntop=2\n[ui]\nlang=de\n[deep]\nb\\c=1\n=3\n");
     write(u"rdm.json"_s, R"({"net":{"port":80}})");
     const ProgramResult result
             = run(wholeBox + QStringList{u"--rdm=rdm.json"_s, u"--explain"_s, name});
@@ -518,6 +543,22 @@ changed  ui       theme  'dark'     CustomConfPersistent  'light'    RavonaConfD
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.end, u"exit 1"_s);
 
+    // By the names that readers use: the layers list other ones.
+    write(u"box/selvi.db"_s, "[General]\ntop=1\n[ui]\na\\b=1\n[profile]\nname=guest\n");
+    write(u"other/selvi.db"_s, "[General]\ntop=2\n[profile]\nname=guest\n");
+    const ProgramResult deep
+            = run(wholeBox + QStringList{u"--diff=other"_s, u"*top"_s, u"*b"_s, u"profile/*"_s});
+    QCOMPARE(u'\n' + deep.output, uR"(
+change   group  key  old value  old layer  new value  new layer
+changed         top  '1'        SelviDb    '2'        SelviDb
+removed  ui     a/b  '1'        SelviDb    -          -
+)"_s);
+}
+
+void tst_Inspect::aDifferenceKeepsToThePatterns()
+{
+    write(u"other/custom.conf"_s, "[ui]\nlang=fr\nnew=5\n");
+    write(u"other/selvi.db"_s, "[profile]\nname=guest\n");
     const ProgramResult some = run(wholeBox + QStringList{u"--diff=other"_s, u"*/n*"_s});
     QCOMPARE(u'\n' + some.output, uR"(
 change   group    key   old value  old layer  new value  new layer
@@ -564,12 +605,17 @@ void tst_Inspect::jsonOfTheTable()
 
 void tst_Inspect::jsonOfUnreadableEntries()
 {
-    write(u"box/custom.conf"_s, "[a]\nb\\c=1\ninvalid=@Invalid()\nsize=@Size(4 3)\n");
+    write(u"box/custom.conf"_s, "[a]\nb\\c=1\n\\d=2\ninvalid=@Invalid()\nsize=@Size(4 3)\n");
     QCOMPARE(objectOf(run(wholeBox + QStringList{u"--json"_s, u"a/*"_s}).output),
              json(R"json({"settings":[
+        {"group":"a","key":"b/c","value":"1","type":"QString","layer":"CustomConfPersistent",
+         "file":"box/custom.conf","hidden":[],"hiddenEverywhere":false},
         {"group":"a","key":"c","value":null,"type":null,"layer":null,"file":null,"hidden":[
             {"layer":"CustomConfPersistent","value":"1","type":"QString","file":"box/custom.conf",
              "entry":"a/b/c"}],"hiddenEverywhere":true},
+        {"group":"a","key":"d","value":null,"type":null,"layer":null,"file":null,"hidden":[
+            {"layer":"CustomConfPersistent","value":null,"type":null,"file":"box/custom.conf",
+             "entry":"a/\/d"}],"hiddenEverywhere":true},
         {"group":"a","key":"invalid","value":null,"type":null,"layer":"CustomConfPersistent",
          "file":"box/custom.conf","hidden":[],"hiddenEverywhere":false},
         {"group":"a","key":"size","value":"QVariant(QSize, QSize(4, 3))","type":"QSize",
@@ -709,12 +755,19 @@ void tst_Inspect::theWidthFollowsTheTerminal_data()
 │ ui    │ lang │ '日本語… │ QString │ CustomCo… │ SelviDb… │
 └───────┴──────┴──────────┴─────────┴───────────┴──────────┘
 )"_s;
-    QTest::newRow("too narrow") << 40 << uR"(
-┌───────┬──────┬──────────┬─────────┬──────────┬──────────┐
-│ group │ key  │ value    │ type    │ answere… │ hides    │
-├───────┼──────┼──────────┼─────────┼──────────┼──────────┤
-│ ui    │ lang │ '日本語… │ QString │ CustomC… │ SelviDb… │
-└───────┴──────┴──────────┴─────────┴──────────┴──────────┘
+    QTest::newRow("narrow") << 40 << uR"(
+┌─────┬─────┬─────┬──────┬──────┬──────┐
+│ gr… │ key │ va… │ type │ ans… │ hid… │
+├─────┼─────┼─────┼──────┼──────┼──────┤
+│ ui  │ la… │ '…  │ QSt… │ Cus… │ Sel… │
+└─────┴─────┴─────┴──────┴──────┴──────┘
+)"_s;
+    QTest::newRow("too narrow") << 20 << uR"(
+┌─────┬─────┬─────┬─────┬─────┬─────┐
+│ gr… │ key │ va… │ ty… │ an… │ hi… │
+├─────┼─────┼─────┼─────┼─────┼─────┤
+│ ui  │ la… │ '…  │ QS… │ Cu… │ Se… │
+└─────┴─────┴─────┴─────┴─────┴─────┘
 )"_s;
 }
 
@@ -738,21 +791,30 @@ void tst_Inspect::troubleIsOneLineAndExitCodeTwo_data()
     const auto row = [](const char *name, const QStringList &options, const QString &message) {
         QTest::newRow(name) << wholeBox + options << message;
     };
+    for (const char *option : {"storage", "assets", "rdm", "feature-keys", "explain", "diff"}) {
+        const QString name = QString::fromLatin1(option);
+        const QString given = u"--%1=a/b"_s.arg(name);
+        row(option, {given, given}, u"--%1 is given twice"_s.arg(name));
+    }
     QTest::newRow("no storage") << QStringList{u"--assets=assets"_s}
                                 << u"--storage DIR/ is needed; see --help"_s;
     QTest::newRow("no assets") << QStringList{u"--storage=box"_s}
                                << u"--assets DIR/ is needed; see --help"_s;
-    row("empty storage", {u"--storage="_s}, u"--storage DIR/ is needed; see --help"_s);
-    row("empty difference", {u"--diff="_s}, u"--diff DIR/ is needed; see --help"_s);
+    QTest::newRow("empty storage")
+            << QStringList{u"--storage="_s} << u"--storage: the name of the directory is empty"_s;
+    row("empty difference", {u"--diff="_s}, u"--diff: the name of the directory is empty"_s);
     row("unknown option", {u"--bogus"_s}, u"Unknown option 'bogus'."_s);
     row("missing value", {u"--rdm"_s}, u"Missing value after '--rdm'."_s);
     row("empty file name", {u"--rdm="_s}, u"--rdm: the name of the file is empty"_s);
-    row("missing storage", {u"--storage=none"_s}, u"there is no directory none/"_s);
-    row("missing assets", {u"--assets=none"_s}, u"there is no directory none/"_s);
+    QTest::newRow("missing storage") << QStringList{u"--storage=none"_s, u"--assets=assets"_s}
+                                     << u"there is no directory none/"_s;
+    QTest::newRow("missing assets") << QStringList{u"--storage=box"_s, u"--assets=none"_s}
+                                    << u"there is no directory none/"_s;
     row("missing other storage", {u"--diff=none"_s}, u"there is no directory none/"_s);
-    row("a newline in a name", {u"--storage=a\nb"_s}, u"there is no directory a\\nb/"_s);
-    row("storage is a file", {u"--storage=rdm.json"_s}, u"there is no directory rdm.json/"_s);
-    row("no defaults", {u"--assets=box"_s}, u"there is no file box/ravona.conf"_s);
+    row("a newline in a name", {u"--diff=a\nb"_s}, u"there is no directory a\\nb/"_s);
+    row("storage is a file", {u"--diff=rdm.json"_s}, u"there is no directory rdm.json/"_s);
+    QTest::newRow("no defaults") << QStringList{u"--storage=box"_s, u"--assets=box"_s}
+                                 << u"there is no file box/ravona.conf"_s;
 
     row("set nothing", {u"--set="_s}, u"--set '' is not LAYER:group/key=value"_s);
     row("set without a layer", {u"--set=ui/lang=en"_s},
@@ -844,13 +906,41 @@ void tst_Inspect::damagedFilesAreTrouble()
     expectTrouble(u"cannot read %1: the link leads nowhere"_s.arg(file));
 }
 
+void tst_Inspect::aDirectoryThatMayNotBeEnteredIsTrouble()
+{
+    if (geteuid() == 0)
+        QSKIP("root may enter every directory", "");
+    QVERIFY(QFile::setPermissions(path(u"box"_s), QFile::ReadOwner | QFile::WriteOwner));
+    const ProgramResult result = run(wholeBox);
+    QVERIFY(QFile::setPermissions(path(u"box"_s),
+                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    QCOMPARE(result.errors, u"tamsel-inspect: cannot enter box/: permission denied\n"_s);
+    QCOMPARE(result.output, QString());
+    QCOMPARE(result.end, u"exit 2"_s);
+}
+
+void tst_Inspect::outputThatIsLostIsTrouble_data()
+{
+    QTest::addColumn<QStringList>("options");
+
+    QTest::newRow("table") << QStringList();
+    QTest::newRow("explanation") << QStringList{u"--explain=ui/lang"_s};
+    QTest::newRow("difference") << QStringList{u"--diff=other"_s};
+    QTest::newRow("JSON") << QStringList{u"--json"_s};
+    QTest::newRow("help") << QStringList{u"--help"_s};
+    QTest::newRow("version") << QStringList{u"--version"_s};
+}
+
 void tst_Inspect::outputThatIsLostIsTrouble()
 {
+    QFETCH(const QStringList, options);
+
+    QVERIFY(QDir().mkpath(path(u"other"_s)));
     if (!QFile::exists(u"/dev/full"_s))
         QSKIP("there is no device that is always full", "");
     ProgramSurroundings surroundings;
     surroundings.outputFile = u"/dev/full"_s;
-    const ProgramResult result = run(wholeBox, surroundings);
+    const ProgramResult result = run(wholeBox + options, surroundings);
     QCOMPARE(result.errors,
              u"tamsel-inspect: cannot write to standard output: No space left on device\n"_s);
     QCOMPARE(result.end, u"exit 2"_s);
@@ -932,7 +1022,9 @@ void tst_Inspect::theDocumentsShowRealOutput()
     auto matches = screen.globalMatch(text);
     for (; matches.hasNext(); ++found) {
         const QRegularExpressionMatch match = matches.next();
-        QCOMPARE(run(match.captured(1).split(u' ')).output, match.captured(2));
+        // Quotes are for the shell; no word has a blank in it.
+        const QStringList arguments = match.captured(1).remove(u'\'').split(u' ');
+        QCOMPARE(run(arguments).output, match.captured(2));
     }
     QCOMPARE(found, commands);
 }
