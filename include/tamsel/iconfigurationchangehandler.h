@@ -22,8 +22,8 @@ namespace tamsel {
  * \par Threads
  * Runs on the thread that made the change, before the changing call returns, with no lock of the
  * library held: reading and writing settings here is fine, and so are creating, replacing and
- * clearing other layers and appending or removing handlers, this one included. Where several threads
- * make changes, several are in here at once.
+ * clearing layers and appending or removing handlers, this one included. Where several threads make
+ * changes, several are in here at once.
  * \par Failure
  * There is no result; what an implementation throws reaches the writer, and the handlers behind it
  * are not called for that change.

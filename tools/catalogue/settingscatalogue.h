@@ -32,8 +32,9 @@ struct EffectiveSetting
  * and key that it hears of.
  *
  * Make it before the first layer. A pair is then heard of once some layer brings it, if not for
- * this layer, then for the higher one that hides it. One pair escapes it: a layer's only one, where
- * its value is invalid; remember() takes it from who knows better.
+ * this layer, then for the higher one that hides it. What escapes it: a pair that comes alone,
+ * written or as the only news of a layer, with an invalid value; remember() takes it from who knows
+ * better.
  *
  * It has no lock and runs on the thread that changes the setting: for programs with one thread.
  */
