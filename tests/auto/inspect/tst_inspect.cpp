@@ -500,6 +500,11 @@ void tst_Inspect::anExplanationSumsUp_data()
             << u"deep/ is held by no layer; SelviDb (box/selvi.db) lists the entry 'deep/' as this "
                "setting, but it cannot be read"_s
             << u"exit 1"_s;
+    QTest::newRow("an entry that is lost in the middle")
+            << u"deep/z"_s
+            << u"deep/z is held by no layer; SelviDb (box/selvi.db) lists the entry 'deep//z' as "
+               "this setting, but it cannot be read"_s
+            << u"exit 1"_s;
     QTest::newRow("as it is read")
             << u"deep/b/c"_s << u"deep/b/c is '1', from SelviDb (box/selvi.db); hides nothing"_s
             << u"exit 0"_s;
@@ -514,7 +519,7 @@ void tst_Inspect::anExplanationSumsUp()
     QFETCH(const QString, summary);
     QFETCH(const QString, end);
 
-    write(u"box/selvi.db"_s, "[General]\ntop=2\n[ui]\nlang=de\n[deep]\nb\\c=1\n=3\n");
+    write(u"box/selvi.db"_s, "[General]\ntop=2\n[ui]\nlang=de\n[deep]\nb\\c=1\n=3\n\\z=4\n");
     write(u"rdm.json"_s, R"({"net":{"port":80}})");
     const ProgramResult result
             = run(wholeBox + QStringList{u"--rdm=rdm.json"_s, u"--explain"_s, name});
