@@ -31,7 +31,7 @@ struct Holding
     // the setting gets it; empty for all others.
     QString entry;
 
-    /*! Whether nobody gets the entry by any name: QSettings skips empty parts of what it is asked for. */
+    /*! Whether no name gets the entry: QSettings skips empty parts of what it is asked for. */
     bool isLost() const;
 };
 
