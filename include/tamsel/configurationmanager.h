@@ -24,9 +24,9 @@ class ILogger;
  *
  * A read asks the layers in the order of #storagePriority and answers from the first one that holds
  * the pair. A write or a removal goes to the one layer it names. Whenever the value that a reader
- * would see changes, the manager logs it and calls every registered handler, on the thread that
- * made the change and before the changing call returns; setValue() and removeValue() name the two
- * exceptions.
+ * would see changes, the manager calls every registered handler, on the thread that made the change
+ * and before the changing call returns; setValue() and removeValue() name the two exceptions. It
+ * also logs the change, except those of \c FeatureKeys and \c RavonaConfDefault.
  *
  * \code
  * tamsel::ConfigurationManager settings(&logger);
