@@ -14,6 +14,7 @@
  * \endcode
  */
 
+// NOLINTBEGIN(cppcoreguidelines-macro-usage): they are for the preprocessor
 /*! \brief Rises with every change that breaks the users' sources or programs. */
 #define TAMSEL_VERSION_MAJOR 0
 /*! \brief Rises with every release that adds something. */
@@ -36,5 +37,6 @@
 /*! \brief The version of these headers as text, "0.1.0" for example. */
 #define TAMSEL_VERSION_STRING \
     TAMSEL_VERSION_EXPANDED(TAMSEL_VERSION_MAJOR, TAMSEL_VERSION_MINOR, TAMSEL_VERSION_PATCH)
+// NOLINTEND(cppcoreguidelines-macro-usage)
 
 #endif // TAMSEL_TAMSELVERSION_H

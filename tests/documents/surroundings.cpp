@@ -6,6 +6,8 @@
 #include "hello/handler.h"
 #include "hello/logger.h"
 
+#include <mutex>
+
 namespace {
 
 /*! What went through Qt's message functions since the block began. */
@@ -17,6 +19,8 @@ QString &printed()
 
 void keepMessage(QtMsgType, const QMessageLogContext &, const QString &message)
 {
+    static std::mutex mutex; // some blocks have two threads
+    const std::lock_guard<std::mutex> locker(mutex);
     printed() += message + u'\n';
 }
 

@@ -21,6 +21,7 @@ enum Level : int { Critical, Error, Warning, Info, Debug, Trace };
 #include <QtCore/QtCore>
 
 #include <memory>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
