@@ -102,6 +102,7 @@ private Q_SLOTS:
     void aHandlerMayReplaceTheReportingLayer_data();
     void aHandlerMayReplaceTheReportingLayer();
     void aHandlerMayClearALayerThatIsBeingCreated();
+    void aLoggerMayClearALayerThatIsBeingCreated();
     void aHandlerMayReplaceALayerThatIsBeingCreated();
     void aHandlerMayReplaceALayerThatIsBeingReplaced();
     void aHandlerMayCreateALayerThatIsBeingCleared();
@@ -502,6 +503,37 @@ void tst_HandlerReentrancy::aHandlerMayClearALayerThatIsBeingCreated()
                           u"info: Parameter removed from all storages: g:b"_s,
                           u"1: Rdm g/b = invalid"_s, u"1: Rdm g/b = int(2)"_s}));
     QVERIFY(!stage.host.manager.storageAvailable(SettingsType::Rdm));
+}
+
+void tst_HandlerReentrancy::aLoggerMayClearALayerThatIsBeingCreated()
+{
+    // The pairs of the layer are those that no higher layer holds, whatever lower layers hold.
+    class ClearingLogger final : public ILogger
+    {
+    public:
+        void error(const QString &) override { }
+        void warning(const QString &) override { }
+        void info(const QString &message) override
+        {
+            if (message == "Storage: Rdm initialized"_L1)
+                manager->clearStorage(SettingsType::Rdm);
+        }
+        void debug(const QString &) override { }
+
+        ConfigurationManager *manager = nullptr;
+    } logger;
+    Journal journal;
+    RecordingHandler handler(&journal);
+    ConfigurationManager manager(&logger);
+    logger.manager = &manager;
+    manager.initStorage(SettingsType::CommandLineArgs,
+                        groupMap(u"g"_s, {{u"a"_s, 1}, {u"b"_s, 2}}));
+    manager.appendConfigurationHandler(&handler);
+    manager.initStorage(SettingsType::Rdm, groupMap(u"g"_s, {{u"a"_s, 3}, {u"b"_s, 4}}));
+    QCOMPARE(journal.take(),
+             QStringList({u"handler: CommandLineArgs g/a = QString(1)"_s,
+                          u"handler: CommandLineArgs g/b = QString(2)"_s,
+                          u"handler: Rdm g/a = int(3)"_s, u"handler: Rdm g/b = int(4)"_s}));
 }
 
 void tst_HandlerReentrancy::aHandlerMayReplaceALayerThatIsBeingCreated()
