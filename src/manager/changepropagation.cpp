@@ -52,8 +52,13 @@ QString topValueChanged(SettingsType type, const QString &group, const QString &
 
 QLatin1StringView typeName(SettingsType type)
 {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 9, 0)
+    using Number = quint64;
+#else
+    using Number = int;
+#endif
     static const auto metaEnum = QMetaEnum::fromType<SettingsType>();
-    return QLatin1StringView(metaEnum.valueToKey(static_cast<int>(type)));
+    return QLatin1StringView(metaEnum.valueToKey(static_cast<Number>(type)));
 }
 
 /*! Called by the layers after each change of their own, and by the registry. */

@@ -6,8 +6,8 @@
 #include "alphabet.h"
 
 #include <journal.h>
+#include <testhost.h>
 
-#include <QtCore/QMetaEnum>
 #include <QtCore/QStringBuilder>
 #include <QtCore/QStringList>
 
@@ -64,7 +64,7 @@ QString valueText(std::size_t index)
 QString layerText(std::size_t index)
 {
     const SettingsType type = layerAlphabet().at(index);
-    const char *name = QMetaEnum::fromType<SettingsType>().valueToKey(static_cast<int>(type));
+    const char *name = keyOf(type);
     return name ? QString(QLatin1StringView(name)) : QString::number(static_cast<int>(type));
 }
 

@@ -4,8 +4,8 @@
 #include "recordinghandler.h"
 
 #include "journal.h"
+#include "testhost.h"
 
-#include <QtCore/QMetaEnum>
 #include <QtCore/QStringBuilder>
 
 using namespace Qt::StringLiterals;
@@ -20,10 +20,8 @@ RecordingHandler::RecordingHandler(Journal *journal, const QString &name)
 void RecordingHandler::onValueChanged(SettingsType type, const QString &group, const QString &key,
                                       const QVariant &value)
 {
-    const auto typeKey = QLatin1StringView(
-            QMetaEnum::fromType<SettingsType>().valueToKey(static_cast<int>(type)));
-    m_journal->add(m_name % ": "_L1 % typeKey % ' '_L1 % group % '/'_L1 % key % " = "_L1
-                   % describe(value));
+    m_journal->add(m_name % ": "_L1 % QLatin1StringView(keyOf(type)) % ' '_L1 % group % '/'_L1 % key
+                   % " = "_L1 % describe(value));
     if (reaction)
         reaction(type, group, key, value);
 }

@@ -74,7 +74,8 @@ QVariantMap groupMap(const QString &group, const QVariantMap &entries)
 
 const char *keyOf(SettingsType type)
 {
-    return QMetaEnum::fromType<SettingsType>().valueToKey(static_cast<int>(type));
+    // valueToKey() takes an int in older Qt, a quint64 in newer: this becomes either.
+    return QMetaEnum::fromType<SettingsType>().valueToKey(static_cast<quint8>(type));
 }
 
 QStringList changeLine(SettingsType type, const QString &message)

@@ -40,7 +40,7 @@ QString escapeOf(QChar character)
     case u'\t':
         return u"\\t"_s;
     default:
-        return u"\\u%1"_s.arg(character.unicode(), 4, 16, '0'_L1);
+        return u"\\u%1"_s.arg(ushort{character.unicode()}, 4, 16, '0'_L1);
     }
 }
 
@@ -95,7 +95,7 @@ bool isContainer(const QVariant &value)
 QString layerName(tamsel::SettingsType layer)
 {
     static const auto names = QMetaEnum::fromType<tamsel::SettingsType>();
-    return QString::fromLatin1(names.valueToKey(static_cast<int>(layer)));
+    return QString::fromLatin1(names.valueToKey(static_cast<quint8>(layer)));
 }
 
 QString valueText(const QVariant &value)
