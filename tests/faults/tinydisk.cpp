@@ -5,8 +5,10 @@
 
 #include <QtCore/QFile>
 
+#include <cerrno>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -15,26 +17,39 @@ namespace tamsel::tests {
 
 namespace {
 
-/*! Leaves the mounts of the machine: those made from now on are ours and end with the process. */
-bool leaveMounts()
+// Leaves the mounts of the machine: those made from now on are ours and end with the process.
+// Returns the errno of the failure, for every later disk too, or 0.
+int leaveMounts()
 {
-    static const bool left = unshare(CLONE_NEWNS) == 0
-            && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-    return left;
+    static const int failure = unshare(CLONE_NEWNS) == 0
+                    && mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
+            ? 0
+            : errno;
+    return failure;
+}
+
+// The number of the file system that a file lies on, or 0.
+dev_t deviceOf(const QString &path)
+{
+    struct stat status = {};
+    return stat(qPrintable(path), &status) == 0 ? status.st_dev : 0;
 }
 
 } // namespace
 
 TinyDisk::TinyDisk(int pages, int files)
-    : m_options("size=" + QByteArray::number(pages * pageSize()))
+    : m_size(pages * pageSize()), m_options("size=" + QByteArray::number(m_size))
 {
     if (files > 0)
         m_options += ",nr_inodes=" + QByteArray::number(files + 1); // the root is one too
     if (!m_folder.isValid())
         m_error = m_folder.errorString();
-    else if (!leaveMounts()
-             || mount("tmpfs", qPrintable(path()), "tmpfs", 0, m_options.constData()) != 0)
+    else if (const int failure = leaveMounts())
+        m_error = qt_error_string(failure);
+    else if (mount("tmpfs", qPrintable(path()), "tmpfs", 0, m_options.constData()) != 0)
         m_error = qt_error_string();
+    else
+        m_device = deviceOf(path());
 }
 
 TinyDisk::~TinyDisk()
@@ -51,10 +66,18 @@ qsizetype TinyDisk::pageSize()
 bool TinyDisk::fill(int freePages)
 {
     QFile filler(path() + u"/filler"_s);
-    if (!filler.open(QFile::WriteOnly | QFile::Unbuffered))
+    if (!isMounted() || deviceOf(path()) != m_device
+        || !filler.open(QFile::WriteOnly | QFile::Unbuffered))
         return false;
     const QByteArray page(pageSize(), 'x');
-    while (filler.write(page) == page.size()) { }
+    qsizetype size = 0;
+    while (filler.write(page) == page.size()) {
+        size += page.size();
+        if (size > m_size) { // of another disk, then
+            filler.remove();
+            return false;
+        }
+    }
     return filler.resize(filler.size() / pageSize() * pageSize() - freePages * pageSize());
 }
 
@@ -65,9 +88,10 @@ bool TinyDisk::empty()
 
 bool TinyDisk::setReadOnly(bool on)
 {
-    return mount("tmpfs", qPrintable(path()), "tmpfs", MS_REMOUNT | (on ? MS_RDONLY : 0),
-                 m_options.constData())
-            == 0;
+    unsigned long flags = MS_REMOUNT;
+    if (on)
+        flags |= MS_RDONLY;
+    return mount("tmpfs", qPrintable(path()), "tmpfs", flags, m_options.constData()) == 0;
 }
 
 } // namespace tamsel::tests

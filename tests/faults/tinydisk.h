@@ -7,37 +7,41 @@
 #include <QtCore/QString>
 #include <QtCore/QTemporaryDir>
 
+#include <sys/types.h>
+
 namespace tamsel::tests {
 
-/*!
- * A file system of a few memory pages, mounted while this lives, where nobody but this process sees
- * it. Mounting takes rights that not everybody has, see isMounted().
- */
+// A file system of a few memory pages, mounted while this lives, which no other process sees.
+// Mounting takes rights that not everybody has, see isMounted().
 class TinyDisk
 {
 public:
-    /*! Room for \a pages of data, and for \a files if that is not 0. */
+    // Room for `pages` of data, and for `files` if that is not 0.
     explicit TinyDisk(int pages, int files = 0);
     ~TinyDisk();
 
     static qsizetype pageSize();
 
-    bool isMounted() const { return m_error.isEmpty(); }
+    bool isMounted() const { return m_device != 0; }
+    // Why it is not mounted.
     QString error() const { return m_error; }
     QString path() const { return m_folder.path(); }
 
-    /*! Uses up all the room but \a freePages. */
-    bool fill(int freePages);
-    /*! Gives back what fill() has used up. */
-    bool empty();
-    bool setReadOnly(bool on);
+    // Uses up all the room but `freePages`. Refused where path() is not the mounted file system: what
+    // would be filled is the machine's disk.
+    [[nodiscard]] bool fill(int freePages);
+    // Gives back what fill() has used up.
+    [[nodiscard]] bool empty();
+    [[nodiscard]] bool setReadOnly(bool on);
 
 private:
     Q_DISABLE_COPY_MOVE(TinyDisk)
 
     QTemporaryDir m_folder;
+    const qsizetype m_size;
     QByteArray m_options;
-    QString m_error; // why it is not mounted
+    dev_t m_device = 0; // the number of the mounted file system
+    QString m_error;
 };
 
 } // namespace tamsel::tests

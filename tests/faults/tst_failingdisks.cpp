@@ -18,6 +18,9 @@
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
 
+#include <cerrno>
+#include <sys/mount.h>
+
 using namespace tamsel;
 using namespace tamsel::tests;
 using namespace Qt::StringLiterals;
@@ -119,6 +122,9 @@ class tst_FailingDisks : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void aDiskThatIsNotMountedSaysSoEachTime();
+    void aDiskThatIsNoLongerMountedIsNotFilled();
+    void noMoreIsFilledThanTheDiskHas();
     void aFullDiskKeepsTheOldFile_data();
     void aFullDiskKeepsTheOldFile();
     void whatAFullDiskDidNotTakeIsWrittenWithTheNextChange();
@@ -132,6 +138,43 @@ private Q_SLOTS:
     void aDanglingLinkIsFollowed();
     void aLinkIntoAMissingFolderTakesWritesThatNeverArrive();
 };
+
+// The first three protect the machine from this program: what they refuse would fill its own disk.
+
+void tst_FailingDisks::aDiskThatIsNotMountedSaysSoEachTime()
+{
+    for (int round = 0; round < 3; ++round) {
+        errno = 0; // what is left of an earlier failure
+        TinyDisk disk(-1); // of no possible size
+
+        QVERIFY(!disk.isMounted());
+        QVERIFY(!disk.error().isEmpty());
+        QVERIFY(!disk.fill(0));
+        QVERIFY(QDir(disk.path()).isEmpty());
+    }
+}
+
+void tst_FailingDisks::aDiskThatIsNoLongerMountedIsNotFilled()
+{
+    TinyDisk disk(16);
+    SKIP_WITHOUT(disk);
+    QVERIFY(disk.fill(0));
+    QCOMPARE(umount2(qPrintable(disk.path()), MNT_DETACH), 0);
+
+    QVERIFY(!disk.fill(0));
+    QVERIFY(QDir(disk.path()).isEmpty());
+}
+
+void tst_FailingDisks::noMoreIsFilledThanTheDiskHas()
+{
+    TinyDisk disk(16);
+    SKIP_WITHOUT(disk);
+    const QByteArray larger = "size=" + QByteArray::number(64 * TinyDisk::pageSize());
+    QCOMPARE(mount("tmpfs", qPrintable(disk.path()), "tmpfs", MS_REMOUNT, larger.constData()), 0);
+
+    QVERIFY(!disk.fill(0));
+    QVERIFY(QDir(disk.path()).isEmpty());
+}
 
 void tst_FailingDisks::aFullDiskKeepsTheOldFile_data()
 {
