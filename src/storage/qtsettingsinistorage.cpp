@@ -5,7 +5,11 @@
 
 #include <tamsel/ilogger.h>
 
+#include <QtCore/QAtomicInt>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QEvent>
 #include <QtCore/QSettings>
+#include <QtCore/QThread>
 #include <QtCore/QVarLengthArray>
 
 using namespace Qt::StringLiterals;
@@ -34,10 +38,59 @@ private:
 
 } // namespace
 
+// QSettings posts no UpdateRequest while it flushes: a change that another thread makes meanwhile
+// would be written neither by the event loop nor by the destructor. So one is posted for such a
+// thread here, unless it is posted already.
+class QtSettingsIniStorage::Settings final : public QSettings
+{
+public:
+    explicit Settings(const QString &fileName) : QSettings(fileName, IniFormat) { }
+
+    ~Settings() override
+    {
+        if (m_isFlushRequested.loadAcquire() == 0)
+            return;
+        QEvent request(QEvent::UpdateRequest);
+        try {
+            QSettings::event(&request);
+        } catch (...) { // as QSettings does
+        }
+    }
+
+    // To be called after a change.
+    void requestFlush()
+    {
+        if (QThread::currentThreadId() == m_thread
+            || m_isFlushRequested.fetchAndStoreOrdered(1) != 0)
+            return;
+        try {
+            QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
+        } catch (...) {
+            m_isFlushRequested.storeRelease(0);
+            throw;
+        }
+    }
+
+protected:
+    bool event(QEvent *event) override
+    {
+        if (event->type() == QEvent::UpdateRequest) {
+            // One flush is enough for all. Events go first: one that is posted after the other line
+            // has to stay.
+            QCoreApplication::removePostedEvents(this, QEvent::UpdateRequest);
+            m_isFlushRequested.fetchAndStoreOrdered(0);
+        }
+        return QSettings::event(event);
+    }
+
+private:
+    const Qt::HANDLE m_thread = QThread::currentThreadId(); // its event loop writes the file
+    QAtomicInt m_isFlushRequested = 0;
+};
+
 QtSettingsIniStorage::QtSettingsIniStorage(SettingsType type, IConfigurationChangeHandler *handler,
                                            ILogger *logger, const QString &fileName)
-    : AbstractStorage(type, handler, logger),
-      m_settings(std::make_unique<QSettings>(fileName, QSettings::IniFormat))
+    : AbstractStorage(type, handler, logger), m_settings(std::make_unique<Settings>(fileName))
 {
 }
 
@@ -68,6 +121,7 @@ void QtSettingsIniStorage::setValue(const QString &group, const QString &key, co
     if (this->value(group, key) == value)
         return;
     m_settings->setValue(FullKey(group, key), value);
+    m_settings->requestFlush();
     notify(group, key, value);
 }
 
@@ -79,6 +133,7 @@ void QtSettingsIniStorage::remove(const QString &group, const QString &key)
         return;
     }
     m_settings->remove(FullKey(group, key));
+    m_settings->requestFlush();
     // Kept as it is: unlike in memory, removing an absent key is reported.
     notify(group, key, QVariant());
 }

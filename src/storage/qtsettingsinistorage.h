@@ -8,8 +8,6 @@
 
 #include <memory>
 
-QT_FORWARD_DECLARE_CLASS(QSettings)
-
 namespace tamsel {
 
 /*!
@@ -38,7 +36,9 @@ public:
     KeyList keys() const override;
 
 private:
-    const std::unique_ptr<QSettings> m_settings;
+    class Settings;
+
+    const std::unique_ptr<Settings> m_settings;
 };
 
 } // namespace tamsel
