@@ -4,7 +4,7 @@
 #ifndef TAMSEL_TESTS_DATAROWS_H
 #define TAMSEL_TESTS_DATAROWS_H
 
-#include "testhost.h"
+#include "layers.h"
 
 #include <QtTest/QTest>
 
@@ -12,7 +12,7 @@
 
 namespace tamsel::tests {
 
-/*! A column "type" and a row for each of \a types, named after it. */
+// A column "type" and a row for each of the types, named after it.
 inline void addTypeRows(const QList<SettingsType> &types)
 {
     QTest::addColumn<SettingsType>("type");
@@ -20,7 +20,7 @@ inline void addTypeRows(const QList<SettingsType> &types)
         QTest::newRow(keyOf(type)) << type;
 }
 
-/*! A column "type" and a row for each kind of value that names no layer. */
+// A column "type" and a row for each kind of value that names no layer.
 inline void addUnknownTypeRows()
 {
     QTest::addColumn<SettingsType>("type");

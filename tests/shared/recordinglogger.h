@@ -4,25 +4,44 @@
 #ifndef TAMSEL_TESTS_RECORDINGLOGGER_H
 #define TAMSEL_TESTS_RECORDINGLOGGER_H
 
+#include "journal.h"
+
 #include <tamsel/ilogger.h>
+
+#include <functional>
 
 namespace tamsel::tests {
 
-class Journal;
-
-/*! Writes "error: text", "warning: text", "info: text" and "debug: text" into a journal. */
-class RecordingLogger final : public ILogger
+// Writes "error: text", "warning: text", "info: text" or "debug: text" into its journal, then calls
+// the reaction, if there is one, with the message.
+class RecordingLogger : public ILogger
 {
 public:
-    explicit RecordingLogger(Journal *journal); // borrowed
+    RecordingLogger() = default; // with a journal of its own
+    explicit RecordingLogger(Journal *journal) : m_journal(journal) { } // borrowed
 
-    void error(const QString &message) override;
-    void warning(const QString &message) override;
-    void info(const QString &message) override;
-    void debug(const QString &message) override;
+    void error(const QString &message) override { record("error: ", message); }
+    void warning(const QString &message) override { record("warning: ", message); }
+    void info(const QString &message) override { record("info: ", message); }
+    void debug(const QString &message) override { record("debug: ", message); }
+
+    // The lines of the journal, those of others that write into it included; it is empty afterwards.
+    QStringList take() { return m_journal->take(); }
+
+    std::function<void(const QString &message)> reaction; // runs on the thread that logs
 
 private:
-    Journal *const m_journal;
+    Q_DISABLE_COPY_MOVE(RecordingLogger)
+
+    void record(const char *operation, const QString &message)
+    {
+        m_journal->add(QLatin1StringView(operation) % message);
+        if (reaction)
+            reaction(message);
+    }
+
+    Journal m_ownJournal;
+    Journal *const m_journal = &m_ownJournal;
 };
 
 } // namespace tamsel::tests

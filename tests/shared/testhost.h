@@ -4,37 +4,132 @@
 #ifndef TAMSEL_TESTS_TESTHOST_H
 #define TAMSEL_TESTS_TESTHOST_H
 
+#include "files.h"
 #include "journal.h"
+#include "layers.h"
 #include "recordinghandler.h"
 #include "recordinglogger.h"
 
 #include <tamsel/configurationmanager.h>
+#include <tamsel/settingstype.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
 
 namespace tamsel::tests {
 
-/*!
- * A manager as a host program sets it up: with a logger and one handler, which write into one
- * journal, and with folders of its own for its files.
- */
+// The map with one group, as ConfigurationManager::initStorage() takes it.
+inline QVariantMap groupMap(const QString &group, const QVariantMap &entries)
+{
+    return {{group, entries}};
+}
+
+// What the journal holds after the change message of a layer: a line with the logger operation of
+// that layer, or none.
+inline QStringList changeLine(SettingsType type, const QString &message)
+{
+    switch (type) {
+    case SettingsType::Rdm:
+    case SettingsType::SystemProperties:
+        return {QLatin1StringView("info: ") + message};
+    case SettingsType::CommandLineArgs:
+    case SettingsType::CustomConfPersistent:
+    case SettingsType::Runtime:
+    case SettingsType::SelviDb:
+        return {QLatin1StringView("debug: ") + message};
+    case SettingsType::RavonaConfDefault:
+    case SettingsType::FeatureKeys:
+        break;
+    }
+    return {};
+}
+
+// A manager as a host program sets it up: with a logger and one handler, which write into one
+// journal, and with folders of its own for its files.
 class TestHost
 {
 public:
-    TestHost();
+    TestHost()
+    {
+        moveTo(QStringLiteral("first"));
+        manager.appendConfigurationHandler(&handler);
+    }
 
-    /*! Creates the layer with \a entries in \a group; what that logs and reports is dropped. */
-    void prepare(SettingsType type, const QString &group = {}, const QVariantMap &entries = {});
-    /*!
-     * Creates or replaces a layer that has a map or a file, with \a entries in the group "g". Give
-     * texts: they are the same from either.
-     */
-    void init(SettingsType type, const QVariantMap &entries);
-    /*! Lets the files of layers created from now on lie in new, empty folders. */
-    void moveTo(const QString &place);
-    QString assetsPrefix() const;
-    /*! The file of a layer \a type that is created now. */
-    QString filePath(SettingsType type) const;
+    // Creates the layer with entries in one group; what that logs and notifies is dropped.
+    void prepare(SettingsType type, const QString &group = {}, const QVariantMap &entries = {})
+    {
+        manager.initStorage(type, groupMap(group, entries));
+        if (!mapLayers.contains(type)) {
+            for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+                manager.setValue(group, entry.key(), entry.value(), type);
+        }
+        journal.take();
+    }
+
+    // All eight layers, empty; what that logs is dropped.
+    void prepareAll()
+    {
+        for (const SettingsType type : storagePriority)
+            prepare(type);
+    }
+
+    // Creates or replaces a layer that has a map or a file, with entries in the group "g". Give
+    // texts: they are the same from either.
+    void init(SettingsType type, const QVariantMap &entries)
+    {
+        if (fileLayers.contains(type)) {
+            QByteArray contents = "[g]\n";
+            for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+                contents += entry.key().toUtf8() + '=' + entry.value().toString().toUtf8() + '\n';
+            if (!writeFile(filePath(type), contents))
+                qFatal("%s: no file written", keyOf(type));
+        }
+        manager.initStorage(type, groupMap(QStringLiteral("g"), entries));
+    }
+
+    // Clears the layer and creates it again from what its file holds then, as another process would.
+    void reread(SettingsType type)
+    {
+        manager.clearStorage(type);
+        const QString previous = filePath(type);
+        moveTo(QLatin1StringView("after ") + m_place);
+        if (!QFile::copy(previous, filePath(type)))
+            qFatal("%s: no file copied", keyOf(type));
+        manager.initStorage(type);
+    }
+
+    // Lets the files of layers created from now on lie in new, empty folders.
+    void moveTo(const QString &place)
+    {
+        m_place = place;
+        const QDir root(folder.path());
+        if (!root.mkpath(place + QLatin1StringView("/persistent"))
+            || !root.mkpath(place + QLatin1StringView("/assets")))
+            qFatal("no folders created");
+        manager.setPersistentStoragePath(
+                folder.filePath(place + QLatin1StringView("/persistent/")));
+        manager.setAssetsPrefix(assetsPrefix());
+    }
+
+    QString assetsPrefix() const
+    {
+        return folder.filePath(m_place + QLatin1StringView("/assets/"));
+    }
+
+    // The file of a layer that is created now.
+    QString filePath(SettingsType type) const
+    {
+        switch (type) {
+        case SettingsType::CustomConfPersistent:
+            return folder.filePath(m_place + QLatin1StringView("/persistent/custom.conf"));
+        case SettingsType::SelviDb:
+            return folder.filePath(m_place + QLatin1StringView("/persistent/selvi.db"));
+        case SettingsType::RavonaConfDefault:
+            return assetsPrefix() + QLatin1StringView("ravona.conf");
+        default:
+            qFatal("%s has no file", keyOf(type));
+        }
+    }
 
     QTemporaryDir folder;
     Journal journal;
@@ -45,30 +140,6 @@ public:
 private:
     QString m_place;
 };
-
-/*! The map with one group, as ConfigurationManager::initStorage() takes it. */
-QVariantMap groupMap(const QString &group, const QVariantMap &entries);
-/*! The key of \a type in its enumeration, also for the names of data rows. */
-const char *keyOf(SettingsType type);
-/*!
- * What the journal holds after the change message \a message of the layer \a type: a line with the
- * logger operation of that layer, or none.
- */
-QStringList changeLine(SettingsType type, const QString &message);
-bool writeFile(const QString &path, const QByteArray &contents);
-/*! What the file holds; null if it does not exist. */
-QByteArray readFile(const QString &path);
-
-/*! The layers that take their contents from the map given to initStorage(), and refuse writes. */
-inline const QList<SettingsType> mapLayers{SettingsType::CommandLineArgs, SettingsType::Rdm,
-                                           SettingsType::FeatureKeys};
-/*! The layers that start empty. */
-inline const QList<SettingsType> memoryLayers{SettingsType::SystemProperties,
-                                              SettingsType::Runtime};
-/*! The layers with a file. */
-inline const QList<SettingsType> fileLayers{SettingsType::CustomConfPersistent,
-                                            SettingsType::SelviDb, SettingsType::RavonaConfDefault};
-inline const QList<SettingsType> writableLayers = memoryLayers + fileLayers;
 
 } // namespace tamsel::tests
 

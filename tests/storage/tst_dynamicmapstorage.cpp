@@ -637,7 +637,7 @@ void tst_DynamicMapStorage::ofManyEqualWritesOneIsReported()
     QStringList expected;
     for (int i = 0; i < 1000; ++i)
         expected.append(u"handler: Runtime g/%1 = int(7)"_s.arg(i, 4, 10, '0'_L1));
-    inThreads(4, [&layer](int) {
+    runTogether(4, [&layer](int) {
         for (int i = 0; i < 1000; ++i)
             layer.storage.setValue(u"g"_s, u"%1"_s.arg(i, 4, 10, '0'_L1), 7);
     });
@@ -657,7 +657,7 @@ void tst_DynamicMapStorage::ofManyRemovalsOneIsReported()
         expected.append(u"handler: Runtime g/%1 = invalid"_s.arg(i, 4, 10, '0'_L1));
     }
     layer.journal.take();
-    inThreads(4, [&layer](int) {
+    runTogether(4, [&layer](int) {
         for (int i = 0; i < 1000; ++i)
             layer.storage.remove(u"g"_s, u"%1"_s.arg(i, 4, 10, '0'_L1));
     });
@@ -678,7 +678,7 @@ void tst_DynamicMapStorage::readersSeeWholeValuesOnly()
     std::atomic<int> writing = 2;
     std::atomic<int> reads = 0;
     std::atomic<int> wrong = 0;
-    inThreads(4, [&](int thread) {
+    runTogether(4, [&](int thread) {
         if (thread < 2) {
             for (int i = 0; i < 2000; ++i) {
                 storage.setValue(u"g"_s, u"k"_s, texts.at(i % 2));
@@ -715,7 +715,7 @@ void tst_DynamicMapStorage::keysNeverShowHalfAChange()
     std::atomic<bool> writing = true;
     std::atomic<int> listings = 0;
     std::atomic<int> wrong = 0;
-    inThreads(3, [&](int thread) {
+    runTogether(3, [&](int thread) {
         if (thread == 0) {
             for (int i = 0; i < 300; ++i) {
                 for (const QString &name : names)

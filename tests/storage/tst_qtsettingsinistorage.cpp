@@ -1296,7 +1296,7 @@ void tst_QtSettingsIniStorage::severalThreadsMayWriteIntoOneStorage()
         }
     }
     Layer layer(path);
-    inThreads(4, [&layer](int thread) {
+    runTogether(4, [&layer](int thread) {
         for (int i = 10; i < 60; ++i)
             layer.storage->setValue(QString::number(thread), QString::number(i), i);
     });
@@ -1319,7 +1319,7 @@ void tst_QtSettingsIniStorage::severalThreadsMayWriteIntoOneFile()
         for (int i = 10; i < 30; ++i)
             expectedKeys.append({QString::number(thread), QString::number(i)});
     }
-    inThreads(4, [&path](int thread) {
+    runTogether(4, [&path](int thread) {
         QtSettingsIniStorage storage(SettingsType::CustomConfPersistent, nullptr, nullptr, path);
         for (int i = 10; i < 30; ++i)
             storage.setValue(QString::number(thread), QString::number(i), i);

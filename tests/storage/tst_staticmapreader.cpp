@@ -536,7 +536,7 @@ void tst_StaticMapReader::severalThreadsMayRead()
     const StaticMapReader storage(SettingsType::Rdm, nullptr, nullptr, values);
     const KeyList held{{u"g"_s, u"k"_s}, {u"h"_s, u"k"_s}};
     std::atomic<int> wrong = 0;
-    inThreads(4, [&](int thread) {
+    runTogether(4, [&](int thread) {
         for (int i = 0; i < 500; ++i) {
             if (thread == 0) { // the host goes on with its own map
                 (*static_cast<QVariantMap *>(values[u"g"_s].data()))[u"k"_s] = i;

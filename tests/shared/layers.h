@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TESTS_LAYERS_H
+#define TAMSEL_TESTS_LAYERS_H
+
+#include <tamsel/settingstype.h>
+
+#include <QtCore/QList>
+#include <QtCore/QMetaEnum>
+
+namespace tamsel::tests {
+
+// The layers that take their contents from the map given to initStorage(), and refuse writes.
+inline const QList<SettingsType> mapLayers{SettingsType::CommandLineArgs, SettingsType::Rdm,
+                                           SettingsType::FeatureKeys};
+// The layers that start empty.
+inline const QList<SettingsType> memoryLayers{SettingsType::SystemProperties,
+                                              SettingsType::Runtime};
+// The layers with a file.
+inline const QList<SettingsType> fileLayers{SettingsType::CustomConfPersistent,
+                                            SettingsType::SelviDb, SettingsType::RavonaConfDefault};
+inline const QList<SettingsType> writableLayers = memoryLayers + fileLayers;
+
+// The key of a type in its enumeration, also for the names of data rows.
+inline const char *keyOf(SettingsType type)
+{
+    // valueToKey() takes an int in older Qt, a quint64 in newer: this becomes either.
+    return QMetaEnum::fromType<SettingsType>().valueToKey(static_cast<quint8>(type));
+}
+
+} // namespace tamsel::tests
+
+#endif // TAMSEL_TESTS_LAYERS_H

@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TESTS_SKIP_H
+#define TAMSEL_TESTS_SKIP_H
+
+#include <QtTest/QTest>
+
+#include <unistd.h>
+
+// QSKIP leaves out a variable argument, which clang does not accept for C++17.
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): it returns from the test
+#define SKIP_TEST(reason) \
+    do { \
+        QTest::qSkip(reason, __FILE__, __LINE__); \
+        return; \
+    } while (false)
+
+namespace tamsel::tests {
+
+// While it lives, a process of root, to whom no file mode applies, is somebody else.
+class Unprivileged
+{
+public:
+    Unprivileged() : m_dropped(geteuid() == 0 && seteuid(65534) == 0) { }
+    ~Unprivileged()
+    {
+        if (m_dropped && seteuid(0) != 0)
+            qFatal("the privileges did not come back");
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(Unprivileged)
+
+    const bool m_dropped;
+};
+
+} // namespace tamsel::tests
+
+#endif // TAMSEL_TESTS_SKIP_H
