@@ -22,11 +22,14 @@ inline const QList<SettingsType> fileLayers{SettingsType::CustomConfPersistent,
                                             SettingsType::SelviDb, SettingsType::RavonaConfDefault};
 inline const QList<SettingsType> writableLayers = memoryLayers + fileLayers;
 
-// The key of a type in its enumeration, also for the names of data rows.
+// The key of a type in its enumeration, also for the names of data rows. Null for an unknown type.
 inline const char *keyOf(SettingsType type)
 {
-    // valueToKey() takes an int in older Qt, a quint64 in newer: this becomes either.
-    return QMetaEnum::fromType<SettingsType>().valueToKey(static_cast<quint8>(type));
+    const auto number = static_cast<quint8>(type);
+    if (static_cast<SettingsType>(number) != type)
+        return nullptr;
+    // valueToKey() takes an int in older Qt, a quint64 in newer: a quint8 becomes either.
+    return QMetaEnum::fromType<SettingsType>().valueToKey(number);
 }
 
 } // namespace tamsel::tests
