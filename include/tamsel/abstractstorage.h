@@ -17,60 +17,70 @@ namespace tamsel {
 class IConfigurationChangeHandler;
 class ILogger;
 
-/*! \brief (group, key) pairs, group first. */
+/*! \brief Keys of settings as (group, key) pairs, group first. */
 using KeyList = QList<std::pair<QString, QString>>;
 
 /*!
- * \brief The base of every layer: holds values under (group, key) and reports their changes.
+ * \brief The base of every layer: holds settings and notifies of their changes.
  *
- * The base refuses every write and removal with one message to ILogger::error(); a layer that can
- * be written overrides setValue() and remove() and calls notify() after each change.
+ * The base refuses every write and removal with one message to ILogger::error(). A writable layer
+ * overrides setValue() and remove() and calls notify() after each change.
  *
  * \par Ownership
- * The change handler and the logger are borrowed and have to outlive the layer. The handler may be
- * null: changes are then reported to nobody. The logger is not checked: a layer on which a refusal
- * can happen needs one.
+ * The change handler and the logger are borrowed and must outlive the layer. The handler may be
+ * null; notify() then does nothing. The logger may be null only if no write or removal can be
+ * refused.
  * \par Threads
- * The base locks nothing and its three members never change. The manager calls contains() and
- * value() from any thread while it holds its own lock, so an implementation of those two must never
- * call the manager.
+ * The base has no lock, and its three members never change. The manager calls contains() and
+ * value() on any thread while it holds its own lock: these two must never call the manager.
  * \par Failure
- * Nothing here fails; a refused write or removal is only logged.
+ * Nothing here fails. A refused write or removal is only logged.
  */
 class TAMSEL_EXPORT AbstractStorage
 {
 public:
-    /*! Keeps the three arguments and does nothing else. */
+    /*! \brief Keeps the three arguments and does nothing else. */
     AbstractStorage(SettingsType type, IConfigurationChangeHandler *handler,
                     ILogger *logger) noexcept;
+    /*! \brief The manager deletes its layers through this destructor. */
     virtual ~AbstractStorage();
 
-    /*! Whether the layer is usable at all. */
+    /*! \brief Whether the layer is usable at all. */
     [[nodiscard]] virtual bool isAvailable() const = 0;
-    /*! Whether the layer holds a value, be it an invalid one, for \a group / \a key. */
+    /*! \brief Whether the layer holds \a group / \a key; its value may be invalid. */
     [[nodiscard]] virtual bool contains(const QString &group, const QString &key) const = 0;
-    /*! The layer's value for \a group / \a key; to be asked only where contains() is true. */
+    /*! \brief The layer's value for \a group / \a key; call it only if contains() is \c true. */
     [[nodiscard]] virtual QVariant value(const QString &group, const QString &key) const = 0;
-    /*! Stores \a value. Here: logs "The storage doesn't support writing!" and changes nothing. */
+    /*!
+     * \brief Stores \a value for \a group / \a key.
+     *
+     * The base logs "The storage doesn't support writing!" and changes nothing.
+     */
     virtual void setValue(const QString &group, const QString &key, const QVariant &value);
-    /*! Deletes the pair. Here: logs "The storage doesn't support removing!" and changes nothing. */
+    /*!
+     * \brief Removes \a group / \a key.
+     *
+     * The base logs "The storage doesn't support removing!" and changes nothing.
+     */
     virtual void remove(const QString &group, const QString &key);
-    /*! Every pair that the layer holds now; a snapshot. */
+    /*! \brief Every key that the layer holds now; a snapshot. */
     [[nodiscard]] virtual KeyList keys() const = 0;
 
-    /*! The layer that this storage implements. */
+    /*! \brief The layer that this storage implements. */
     [[nodiscard]] SettingsType type() const noexcept { return m_type; }
-    /*! The logger given to the constructor; borrowed. */
+    /*! \brief The logger given to the constructor; borrowed. */
     [[nodiscard]] ILogger *logger() const noexcept { return m_logger; }
 
 protected:
     /*!
-     * \brief Tells the change handler that \a group / \a key now holds \a value; an invalid
-     * \a value says that the pair was removed. Without a handler nothing happens.
+     * \brief Notifies the change handler that the layer now holds \a value for \a group / \a key.
+     *
+     * An invalid \a value means that the setting was removed from this layer. Without a handler
+     * nothing happens.
      *
      * Runs on the caller's thread and takes no lock. Release your own lock first: the handler may
-     * come back to this layer. It may even make the manager delete this layer, so let it be the
-     * last thing that a change does.
+     * call this layer. It may also make the manager delete this layer, so call notify() as the last
+     * step of a change.
      */
     void notify(const QString &group, const QString &key, const QVariant &value);
 

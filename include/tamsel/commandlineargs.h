@@ -14,8 +14,8 @@
 namespace tamsel::commandLineArgs {
 
 /*!
- * \brief The options in QCoreApplication::arguments() as the map for
- * ConfigurationManager::initStorage() of \c SettingsType::CommandLineArgs.
+ * \brief The options in QCoreApplication::arguments(), as the map for the layer
+ * \c SettingsType::CommandLineArgs, see ConfigurationManager::initStorage().
  *
  * | Option              | Group     | Key           | Value                              |
  * |---------------------|-----------|---------------|------------------------------------|
@@ -27,18 +27,28 @@ namespace tamsel::commandLineArgs {
  * | `--audio LANGUAGE`  | "Service" | "audio"       | QString                            |
  * | `--subs LANGUAGE`   | "Service" | "subs"        | QString                            |
  *
- * Options that are absent, or given an empty value, leave no key; groups without keys are absent.
- * Of an option that is given several times the last one counts. Positional arguments are ignored
- * and left to the host.
+ * An option that is absent or has an empty value leaves no key; a group without keys is absent. If
+ * an option is given several times, the last one counts. Positional arguments are ignored.
+ *
+ * Parse before anything else: `--help`, `--version` and errors end the process in here. A host with
+ * options of its own cannot use this function, which knows only these. It parses the command line
+ * itself and builds the map:
+ *
+ * \code
+ * QVariantMap logging{{u"level"_s, 4}};
+ * settings.initStorage(tamsel::SettingsType::CommandLineArgs, {{u"Logging"_s, logging}});
+ * \endcode
  *
  * \par Ownership
  * Nothing is kept between calls; the result is the caller's.
  * \par Threads
  * Call it on the main thread while a QCoreApplication exists.
  * \par Failure
- * Bad input ends the process: an unknown option, or a missing or surplus value, with Qt's message
- * and exit code 1; a number that is no decimal 32-bit integer with a fatal log message and an abort.
- * `--help` and `--version` print their text and end the process with exit code 0.
+ * Bad input ends the process. An unknown option, or a missing or surplus value, ends it with Qt's
+ * message and exit code 1. A number that is not a decimal 32-bit integer ends it with a fatal log
+ * message and an abort. `--help` and `--version` print their text and end it with exit code 0. All
+ * but the abort call \c exit(), which does not destroy a manager that is a local variable: its
+ * changed files are not written.
  */
 [[nodiscard]] TAMSEL_EXPORT QVariantMap parse();
 

@@ -22,18 +22,23 @@ class ILogger;
 /*!
  * \brief Holds every setting of a process in up to eight layers; the one entry point.
  *
- * A read asks the layers in the order of #storagePriority and answers from the first one that holds
- * the pair. A write or a removal goes to the one layer it names. Whenever the value that a reader
- * would see changes, the manager calls every registered handler, on the thread that made the change
- * and before the changing call returns; setValue() and removeValue() name the two exceptions. It
- * also logs the change, except those of \c FeatureKeys and \c RavonaConfDefault.
+ * A setting is addressed by a group and a key. Its effective value is the value of the first layer
+ * that holds it, in the order of #storagePriority; this layer is its origin. A write or a removal
+ * goes to the one layer it names.
+ *
+ * Handlers are notified of each change of an effective value or of its origin, on the thread that
+ * made the change and before the changing call returns. IConfigurationChangeHandler lists the
+ * \ref unnotified "exceptions". The manager logs each such change first, except those of
+ * \c FeatureKeys and \c RavonaConfDefault.
  *
  * \code
+ * const QVariantMap arguments = tamsel::commandLineArgs::parse(); // first: it may end the process
+ *
  * tamsel::ConfigurationManager settings(&logger);
  * settings.setPersistentStoragePath(u"/data/config/"_s); // both prefixes end with "/"
  * settings.setAssetsPrefix(u"/usr/share/box/"_s);
  * settings.initStorage(tamsel::SettingsType::RavonaConfDefault);
- * settings.initStorage(tamsel::SettingsType::CommandLineArgs, tamsel::commandLineArgs::parse());
+ * settings.initStorage(tamsel::SettingsType::CommandLineArgs, arguments);
  * settings.initStorage(tamsel::SettingsType::Runtime);
  *
  * settings.setValue(u"ui"_s, u"lang"_s, u"en"_s, tamsel::SettingsType::Runtime);
@@ -41,19 +46,23 @@ class ILogger;
  * \endcode
  *
  * \par Ownership
- * The manager owns its layers. The logger and the handlers are borrowed: they are never deleted and
- * have to stay alive as long as the manager can call them.
+ * The manager owns its layers. The logger and the handlers are borrowed: the manager never deletes
+ * them, and they must live as long as it can call them.
  * \par Threads
  * value(), contains(), setValue(), removeValue() and storageAvailable() may be called from any
- * thread, and so may initStorage() and clearStorage() as long as no other thread writes to, removes
- * from, asks for, creates or clears that very layer at the same time. A file layer is a QSettings:
- * create, replace, clear and destroy it on one thread, the one whose event loop is to write the
- * file. The paths and the handlers are to be set while no other thread uses the manager.
- * Destruction must not overlap any other call.
+ * thread. So may initStorage() and clearStorage(), as long as no other thread names the same layer
+ * in a call at the same time.
+ * \par
+ * A file layer is a QSettings. Create, replace, clear and destroy it on one thread, the one whose
+ * event loop is to write the file. This holds for a handler too, which runs on the thread that made
+ * the change.
+ * \par
+ * Set the paths and append and remove handlers while no other thread uses the manager. Destruction
+ * must not overlap any other call.
  * \par Failure
- * No call throws of its own accord and none returns an error: a call to a layer that does not exist
- * does nothing, or answers \c false or the default; a refused write or removal leaves one message
- * at ILogger::error().
+ * No call throws of its own accord, and none returns an error. A call to a layer that does not
+ * exist does nothing, or returns \c false or the default. A refused write or removal leaves one
+ * message at ILogger::error().
  */
 class TAMSEL_EXPORT ConfigurationManager
 {
@@ -62,97 +71,116 @@ public:
     /*!
      * \brief A manager without layers.
      *
-     * \a logger is borrowed. Null is only for a manager that never logs: creating or clearing a layer
-     * always does.
+     * \a logger is borrowed. It may be null only if nothing is ever logged; creating and clearing a
+     * layer always is.
      */
     explicit ConfigurationManager(ILogger *logger);
-    /*! Deletes the layers; changed files are written back. Nothing is logged or reported. */
+    /*!
+     * \brief Deletes the layers; changed files are written.
+     *
+     * Nothing is logged, and no handler is called. \c exit() does not destroy a manager that is a
+     * local variable.
+     */
     ~ConfigurationManager();
 
     /*!
      * \brief Sets the text in front of the names of the writable files, "custom.conf" and
      * "selvi.db".
      *
-     * Names are appended as they are, so \a path has to end with "/". It is used when a layer is
-     * created; layers that exist stay where they are. Not synchronised: set it during start-up.
+     * File names are appended to \a path as it is, so it has to end with "/". It takes effect when
+     * a layer is created or replaced; existing layers keep their file. Not synchronised: set it
+     * during start-up.
      */
     void setPersistentStoragePath(const QString &path);
-    /*! The text set by setPersistentStoragePath(), unchanged; empty before. */
+    /*! \brief The text set by setPersistentStoragePath(), unchanged; empty by default. */
     [[nodiscard]] QString persistentStoragePath() const;
-    /*! As setPersistentStoragePath(), for the shipped "ravona.conf". */
+    /*! \brief As setPersistentStoragePath(), for the shipped "ravona.conf". */
     void setAssetsPrefix(const QString &prefix);
-    /*! persistentStoragePath() with "startup_screen/" appended, whether it exists or not. */
+    /*! \brief persistentStoragePath() with "startup_screen/" appended; it may not exist. */
     [[nodiscard]] QString startupScreenDirPath() const;
 
     /*!
-     * \brief The value that the uppermost layer holding \a group / \a key has for it, as stored;
-     * \a defaultValue if no layer holds the pair.
+     * \brief The effective value of \a group / \a key as it is stored, or \a defaultValue if no
+     * layer holds the setting.
      *
-     * A layer that holds an invalid QVariant for the pair answers with it: holding the pair counts,
-     * not the value.
+     * A layer that holds the setting with an invalid value is its origin too: the result is invalid
+     * then, not \a defaultValue. A conversion of the result does not use \a defaultValue either:
+     * toInt() makes 0 of a text that is not a number, and toBool() makes \c true of "off".
      */
     [[nodiscard]] QVariant value(const QString &group, const QString &key,
                                  const QVariant &defaultValue = {}) const;
-    /*! Whether any layer holds \a group / \a key. */
+    /*! \brief Whether any layer holds \a group / \a key. */
     [[nodiscard]] bool contains(const QString &group, const QString &key) const;
-    /*! Whether the layer \a type holds \a group / \a key. */
+    /*! \brief Whether the layer \a type holds \a group / \a key. */
     [[nodiscard]] bool contains(const QString &group, const QString &key, SettingsType type) const;
     /*!
      * \brief Writes \a value into the layer \a type.
      *
-     * Without such a layer nothing happens. An equal value is not written again. Read-only layers,
-     * and file layers whose file is not writable, refuse with a message to ILogger::error(). An
-     * invalid value is stored and not reported; a file layer that does not hold the pair takes it for
-     * equal.
+     * Without such a layer nothing happens. A value that equals the stored one is not written;
+     * QVariant compares them, so "5" equals 5.
+     * Read-only layers, and file layers whose file is not writable, refuse with a message to
+     * ILogger::error(). An invalid value is stored and not notified; a file layer that does not
+     * hold the setting does not store it.
+     *
+     * A file holds text: after the file is read again, a bool or a number is a QString. \c short,
+     * \c long and \c char, signed or unsigned, are written as `@Variant` and keep their type.
      */
     void setValue(const QString &group, const QString &key, const QVariant &value,
                   SettingsType type);
     /*!
-     * \brief Deletes \a group / \a key from the layer \a type.
+     * \brief Removes \a group / \a key from the layer \a type.
      *
-     * Nothing happens if there is no such layer or the layer does not hold the pair. Read-only
-     * layers that hold it, and file layers whose file is not writable, refuse with a message to
-     * ILogger::error(). From a file go the pairs below the pair as well, those whose key begins with
-     * \a key and "/"; they are not reported.
+     * Nothing happens if there is no such layer or it does not hold the setting. Read-only layers
+     * that hold it, and file layers whose file is not writable, refuse with a message to
+     * ILogger::error().
+     *
+     * In a file layer this also removes every setting whose full key starts with `group/key/`;
+     * those removals are not notified. If the group or the key is empty, the other one alone is the
+     * full key. If the file holds `ui` itself, ("", "ui") and ("ui", "") remove the whole group
+     * "ui", and if it holds the empty key, ("", "") removes the content of the whole file. Each is
+     * one notification.
      */
     void removeValue(const QString &group, const QString &key, SettingsType type);
     /*!
-     * \brief Whether the layer \a type exists and has met no error with its file, if it has one,
-     * neither in reading nor in writing back. A file that is not there is no error.
+     * \brief Whether the layer \a type exists and, for a file layer, no read or write has failed.
+     *
+     * A missing file is not a failure.
      */
     [[nodiscard]] bool storageAvailable(SettingsType type) const;
 
     /*!
-     * \brief Creates the layer \a type, or replaces it by a new one, and reports what readers see
-     * changed.
+     * \brief Creates or replaces the layer \a type and notifies of the effective values that
+     * change.
      *
      * \a values is a map of group name to QVariantMap. \c CommandLineArgs, \c Rdm and
-     * \c FeatureKeys take their contents from it; \c SystemProperties and \c Runtime start empty and
-     * the file layers read their file, whatever \a values holds. A value outside the enumeration is
-     * ignored.
+     * \c FeatureKeys take their contents from it. \c SystemProperties and \c Runtime start empty,
+     * and the file layers read their file, whatever \a values holds. A \a type outside the
+     * enumeration is ignored.
      *
-     * A group may be a type that QVariant converts to QVariantMap. The conversion runs at every look
-     * into the group, with the lock of the manager held: it must not call the manager.
+     * A group may be of any type that QVariant converts to QVariantMap. The conversion runs in
+     * every lookup of the group, with the lock of the manager held: it must not call the manager.
      */
     void initStorage(SettingsType type, const QMap<QString, QVariant> &values = {});
     /*!
-     * \brief Removes the layer \a type and reports, key by key, what readers see changed.
+     * \brief Removes the layer \a type and notifies, key by key, of the effective values that
+     * change.
      *
-     * A layer that does not exist is mentioned to ILogger::warning().
+     * If the layer does not exist, ILogger::warning() gets a message.
      */
     void clearStorage(SettingsType type);
 
     /*!
-     * \brief Registers \a handler, which is borrowed and not null, behind those registered before.
+     * \brief Registers \a handler, which is borrowed and not null; it is notified after those
+     * registered before.
      *
-     * A handler is registered once however often it is appended. One that is appended from inside
-     * a notification is first called for the next change. Returns \c true.
+     * A handler is registered once, however often it is appended. One that is appended during a
+     * notification is first called for the next change. Returns \c true.
      */
     bool appendConfigurationHandler(IConfigurationChangeHandler *handler);
     /*!
-     * \brief Withdraws \a handler; \c false if it was not registered.
+     * \brief Removes \a handler; returns \c false if it was not registered.
      *
-     * From inside a notification too: a withdrawn handler is not called again.
+     * A handler that is removed during a notification is not called again.
      */
     bool removeConfigurationHandler(IConfigurationChangeHandler *handler);
 
@@ -172,7 +200,7 @@ private:
 /*!
  * \brief Publishes \a manager, or null, in place of the one published before.
  *
- * It stays the caller's, and is not synchronised: publish before other threads ask.
+ * It stays the caller's. Not synchronised: publish it before other threads ask for it.
  */
 TAMSEL_EXPORT void setQmlConfigManager(ConfigurationManager *manager) noexcept;
 

@@ -12,38 +12,66 @@
 namespace tamsel {
 
 /*!
- * \brief Hears about every change of a value that readers can see.
+ * \brief Is notified when an effective value changes.
  *
- * The same interface joins a layer to its manager: AbstractStorage::notify() calls it for every
- * change of that layer, the manager passes on those that alter what a reader gets.
+ * Every registered handler is notified of each change of an effective value or of its origin.
+ * Notifications are never queued and never coalesced.
+ *
+ * \anchor unnotified
+ * \par Changes that are not notified
+ * - An invalid value is written, or is the only new value of a layer that is created or replaced.
+ * - A layer is replaced, and its new value equals the old one but has another type, as 5 and "5".
+ * - A file layer reads its file again because another program changed it.
+ * - A removal from a file layer takes further settings with it, see
+ *   ConfigurationManager::removeValue().
+ * - Two keys address one entry of a file, as ("a", "b/c") and ("a/b", "c"): only the key that was
+ *   used for the change is notified.
+ * - A file layer is created, replaced or cleared, and a full key in its file has several slashes or
+ *   none. The key that is notified consists of the first and the last part: ("a", "c") for
+ *   `a/b/c`, ("k", "k") for `k`.
+ *
+ * \par Notifications without a change
+ * - A layer is replaced, and at least two of its keys are new, changed or overridden: the
+ *   overridden ones are notified too.
+ * - The keys of the last point above, which the layer does not hold.
+ *
+ * The same interface joins a layer to its manager. AbstractStorage::notify() calls it for every
+ * change of that layer; the manager then notifies the registered handlers if an effective value or
+ * its origin changed.
  *
  * \par Ownership
- * Borrowed. The manager never deletes a handler; withdraw it before it dies.
+ * Borrowed. The manager never deletes a handler; remove it from the manager before it is destroyed.
  * \par Threads
- * Runs on the thread that made the change, before the changing call returns, with no lock of the
- * library held: reading and writing settings here is fine, and so are creating, replacing and
- * clearing layers and appending or removing handlers, this one included. Where several threads make
- * changes, several are in here at once.
+ * Called on the thread that made the change, before the changing call returns, with no lock of the
+ * library held. When several threads make changes, several are in here at once. A handler may read
+ * and write settings, create, replace and clear layers, and append and remove handlers, itself
+ * included. It does all this on the thread that made the change. A file layer belongs to one
+ * thread, see ConfigurationManager: create, replace or clear it in here only if that is the thread
+ * of every change.
  * \par Failure
- * There is no result; what an implementation throws reaches the writer, and the handlers behind it
- * are not called for that change.
+ * There is no result. An exception that an implementation throws reaches the caller that made the
+ * change; the handlers after it are not notified of that change.
  * \sa ConfigurationManager::appendConfigurationHandler()
  */
 class TAMSEL_EXPORT IConfigurationChangeHandler
 {
 public:
+    /*! \brief The library never calls it for a handler of the host. */
     virtual ~IConfigurationChangeHandler();
 
     /*!
-     * \brief The layer \a type now answers for \a group / \a key with \a value.
+     * \brief The effective value of \a group / \a key is now \a value, and its origin the layer
+     * \a type.
      *
-     * An invalid \a value says that no layer holds the pair any more; \a type is then the layer
-     * that lost it. When a removal uncovers the value of a lower layer, \a type is that layer and
-     * \a value its value as a QString, whatever type the layer stores. A layer that is registered
-     * or replaced with several pairs at once reports each with the value it holds, which may be an
-     * invalid QVariant too, or, after a replacement, one that a higher layer hides. Where other
-     * threads make changes too, a report may be out of date when it comes.
-     * ConfigurationManager::value() tells what a reader gets.
+     * - No layer holds the setting any more: \a value is invalid, and \a type is the layer that
+     *   lost it.
+     * - A removal left a lower layer as the origin: \a value is its value as a QString, whatever
+     *   type the layer stores.
+     * - A layer was created or replaced with several new values: each is notified with the value
+     *   that this layer holds. It may be invalid and, after a replacement, overridden.
+     *
+     * While other threads make changes, a notification may be out of date when it arrives.
+     * ConfigurationManager::value() returns the effective value.
      */
     virtual void onValueChanged(SettingsType type, const QString &group, const QString &key,
                                 const QVariant &value)

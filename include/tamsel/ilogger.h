@@ -13,30 +13,37 @@ namespace tamsel {
 /*!
  * \brief Takes the log messages of the library; the host implements it.
  *
- * Every message is a finished text: the library passes no level number, no category and no format
- * string. The four operations are ordered by falling severity.
+ * Every message is a finished text, without a level number, a category or a format string. The four
+ * operations are ordered by falling severity.
  *
  * \par Ownership
- * Borrowed. The library never deletes a logger; it has to outlive the manager it was given to.
+ * Borrowed. The library never deletes a logger; it must outlive the manager that uses it.
  * \par Threads
- * Called on whatever thread performs the operation that is logged, with no lock of the library
- * held: an implementation must be safe to call from several threads and may read settings.
+ * Called on the thread of the operation that is logged, with no lock of the library held. An
+ * implementation must be safe to call from several threads. It may read settings.
  * \par Failure
- * There is no result; what an implementation throws reaches the caller of the logged operation.
+ * There is no result. An exception that an implementation throws reaches the caller of the
+ * operation that is logged.
  */
 class TAMSEL_EXPORT ILogger
 {
 public:
+    /*! \brief The library never calls it. */
     virtual ~ILogger();
 
-    /*! A write or a removal was refused. */
+    /*! \brief A write or a removal was refused. */
     virtual void error(const QString &message) = 0;
-    /*! A layer was to be cleared that does not exist. */
+    /*! \brief A layer that does not exist was to be cleared. */
     virtual void warning(const QString &message) = 0;
-    /*! A layer was created, replaced or cleared, or a value of \c Rdm or \c SystemProperties
-     *  changed. */
+    /*!
+     * \brief A layer was created, replaced or cleared, or a value of \c Rdm or \c SystemProperties
+     * changed.
+     */
     virtual void info(const QString &message) = 0;
-    /*! A value of \c CommandLineArgs, \c CustomConfPersistent, \c Runtime or \c SelviDb changed. */
+    /*!
+     * \brief A value of \c CommandLineArgs, \c CustomConfPersistent, \c Runtime or \c SelviDb
+     * changed.
+     */
     virtual void debug(const QString &message) = 0;
 };
 

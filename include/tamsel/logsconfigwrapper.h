@@ -12,8 +12,19 @@
 #include <memory>
 
 namespace logging {
-/*! \brief The host's log levels. The host completes the type with enumerators of its own; only the
- *  numbers, those of tamsel::LogsConfigWrapper::stringLevelToIntLevel(), matter here. */
+/*!
+ * \brief The host's log levels.
+ *
+ * The host's logging library defines the enumerators; only their numbers matter here, see
+ * tamsel::LogsConfigWrapper::stringLevelToIntLevel(). A host without such a library writes, before
+ * or after it includes this header:
+ *
+ * \code
+ * namespace logging {
+ * enum Level : int { Critical = 0, Error = 1, Warning = 2, Info = 3, Debug = 4, Trace = 5 };
+ * } // namespace logging
+ * \endcode
+ */
 enum Level : int;
 } // namespace logging
 
@@ -25,73 +36,81 @@ class LogsConfigWrapperPrivate;
 /*!
  * \brief Typed access to the settings of the group "Logging".
  *
- * | Key                     | Read by                 | Without a value |
- * |-------------------------|-------------------------|-----------------|
- * | "level"                 | level()                 | -1              |
- * | "blacklist"             | modulesBlacklist()      | empty           |
- * | "whitelist"             | modulesWhitelist()      | empty           |
- * | "jsonLengthLimit"       | jsonLengthLimit()       | -1              |
- * | "jsonFormattingEnabled" | jsonFormattingEnabled() | \c false        |
- * | "imageRequestsEnabled"  | imageRequestsEnabled()  | \c false        |
+ * | Key                     | Read by                 | Default  |
+ * |-------------------------|-------------------------|----------|
+ * | "level"                 | level()                 | -1       |
+ * | "blacklist"             | modulesBlacklist()      | empty    |
+ * | "whitelist"             | modulesWhitelist()      | empty    |
+ * | "jsonLengthLimit"       | jsonLengthLimit()       | -1       |
+ * | "jsonFormattingEnabled" | jsonFormattingEnabled() | \c false |
+ * | "imageRequestsEnabled"  | imageRequestsEnabled()  | \c false |
  *
- * Each read is one ConfigurationManager::value(), each write one ConfigurationManager::setValue():
- * nothing is cached, so a wrapper is never out of date and cheap enough to make one where needed.
+ * Each read is one ConfigurationManager::value(), each write one ConfigurationManager::setValue().
+ * Nothing is cached: a wrapper is never out of date, and cheap enough to make one where needed.
+ *
+ * A stored value is converted as QVariant does it. A text that is not a number reads as 0, not as
+ * the default. Of the texts only "false", "0" and the empty one are \c false, in any case of
+ * letters: "off", "no" and "disabled" are \c true.
  *
  * \par Ownership
- * The manager is borrowed and has to outlive the wrapper.
+ * The manager is borrowed and must outlive the wrapper.
  * \par Threads
- * As ConfigurationManager. The static operations read a table built when the library is loaded and
- * may be called from any thread.
+ * As ConfigurationManager. The static operations may be called from any thread.
  * \par Failure
- * No operation reports an error: values are converted as QVariant does it, and whether a write is
- * accepted is the layer's business.
+ * No operation reports an error. A write that the layer refuses is logged by the layer.
  */
 class TAMSEL_EXPORT LogsConfigWrapper
 {
 public:
-    /*! \a manager is borrowed and not null. */
+    /*! \brief A wrapper for \a manager, which is borrowed and not null. */
     explicit LogsConfigWrapper(ConfigurationManager *manager);
+    /*! \brief The manager stays as it is. */
     ~LogsConfigWrapper();
 
     /*!
      * \brief The verbosity, 0 to 5, or -1 if it is unset or a number outside that range.
      *
-     * The stored value may be a number, a number as text, or a level name. Any other text counts as
-     * the number 0, "critical".
+     * The stored value may be a number, a number as text, or a level name. Any other text is 0,
+     * "critical". The number is converted to an int before its range is checked, so 4294967298 is
+     * 2.
      */
     [[nodiscard]] logging::Level level() const;
-    /*! Stores the number of \a level, whatever it is, in the layer \a type. */
+    /*! \brief Stores the number of \a level, whatever it is, in the layer \a type. */
     void setLevel(logging::Level level, SettingsType type);
-    /*! The length at which JSON in the log is cut; its unit, and what -1 means, are the host logger's
-     *  business. */
+    /*!
+     * \brief The length at which JSON in the log is cut.
+     *
+     * The host's logger defines its unit and what -1 means.
+     */
     [[nodiscard]] int jsonLengthLimit() const;
-    /*! Stores \a limit in the layer \a type. */
+    /*! \brief Stores \a limit in the layer \a type. */
     void setJsonLengthLimit(int limit, SettingsType type);
-    /*! Whether JSON in the log is to be formatted. */
+    /*! \brief Whether JSON in the log is to be formatted. */
     [[nodiscard]] bool jsonFormattingEnabled() const;
-    /*! Stores \a enabled in the layer \a type. */
+    /*! \brief Stores \a enabled in the layer \a type. */
     void setJsonFormattingEnabled(bool enabled, SettingsType type);
-    /*! Whether requests for images are to be logged. */
+    /*! \brief Whether requests for images are to be logged. */
     [[nodiscard]] bool imageRequestsEnabled() const;
-    /*! Stores \a enabled in the layer \a type. */
+    /*! \brief Stores \a enabled in the layer \a type. */
     void setImageRequestsEnabled(bool enabled, SettingsType type);
-    /*! The modules that are not to be logged, as the text is stored. */
+    /*! \brief The modules that are not to be logged, as the text is stored. */
     [[nodiscard]] QString modulesBlacklist() const;
-    /*! The only modules that are to be logged, as the text is stored. */
+    /*! \brief The only modules that are to be logged, as the text is stored. */
     [[nodiscard]] QString modulesWhitelist() const;
 
     /*!
      * \brief The names of the levels and their numbers: "critical" 0, "error" 1, "warning" 2,
-     * "info" 3, "debug" 4, "trace" 5. The lower, the more severe.
+     * "info" 3, "debug" 4, "trace" 5.
      *
-     * The numbers are those of the host's \c logging::Level. Names are case-sensitive.
+     * A lower number is more severe. The numbers are those of the host's \c logging::Level. Names
+     * are case-sensitive.
      */
     [[nodiscard]] static const QHash<QString, int> &stringLevelToIntLevel() noexcept;
-    /*! The number of "critical". */
+    /*! \brief The number of "critical". */
     [[nodiscard]] static int minLevel();
-    /*! The number of "trace". */
+    /*! \brief The number of "trace". */
     [[nodiscard]] static int maxLevel();
-    /*! Whether \a level is at least minLevel() and at most maxLevel(). */
+    /*! \brief Whether \a level is at least minLevel() and at most maxLevel(). */
     [[nodiscard]] static bool isLevelValid(int level);
 
 private:

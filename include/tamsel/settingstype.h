@@ -6,23 +6,23 @@
 
 #include <tamsel/tamselglobal.h>
 
-// The stream operators of enumerations become part of the meta type. It has to be the same one in
-// every file that instantiates it, so the operators are brought along with the type.
+// QMetaType captures the stream operators visible where it is instantiated; include them here so
+// that every translation unit builds the same one.
 #include <QtCore/QDataStream>
 #include <QtCore/QDebug>
 #include <QtCore/QList>
 #include <QtCore/QMetaType>
 
-/*! \brief Everything of libtamsel, the layered settings of a set-top box's software. */
+/*! \brief All names of libtamsel, the layered settings of a set-top box's software. */
 namespace tamsel {
 Q_NAMESPACE_EXPORT(TAMSEL_EXPORT)
 
 /*!
  * \brief Names one layer of the settings.
  *
- * The numbers are stable: they are what QDataStream carries (as a signed 32-bit integer, read back
- * without a range check) and what callers pass. They say nothing about precedence; the rank of a
- * layer is its position in #storagePriority, repeated here for reference.
+ * The numbers are stable. QDataStream writes them as signed 32-bit integers and reads them without
+ * a range check. They say nothing about precedence: the rank of a layer is its position in
+ * #storagePriority, repeated here for reference.
  *
  * | Layer                | Number | Rank | Holds                                                    |
  * |----------------------|--------|------|----------------------------------------------------------|
@@ -35,8 +35,8 @@ Q_NAMESPACE_EXPORT(TAMSEL_EXPORT)
  * | SelviDb              | 6      | 6    | values of the database file "selvi.db"                   |
  * | FeatureKeys          | 7      | 2    | a fixed map of feature keys from the host, read-only     |
  *
- * The type is a registered Qt meta type named "tamsel::SettingsType": it travels in a QVariant,
- * through a QDataStream and into qDebug(). Comparing two values with \c < compares their numbers.
+ * The type is a registered Qt meta type named "tamsel::SettingsType": it can be held in a QVariant,
+ * written to a QDataStream and printed with qDebug(). The operator \c < compares the numbers.
  */
 enum class SettingsType : int {
     CommandLineArgs = 0,

@@ -11,10 +11,10 @@
  * \brief The export macro.
  *
  * \def TAMSEL_EXPORT
- * \brief Makes a name visible outside of the library.
+ * \brief Makes a name visible outside the library.
  *
- * \c TAMSEL_LIBRARY is set while the shared library itself is compiled, \c TAMSEL_STATIC by the CMake
- * target and the .pc file of a static build. Users set neither.
+ * The library's own build sets \c TAMSEL_LIBRARY; the CMake target and the .pc file of a static
+ * build set \c TAMSEL_STATIC. Users set neither.
  */
 #if defined(TAMSEL_STATIC)
 #    define TAMSEL_EXPORT

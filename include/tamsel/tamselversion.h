@@ -6,20 +6,24 @@
 
 /*!
  * \file
- * \brief The version of these headers, for the preprocessor. The build reads the three numbers from
- * here too, for the CMake package, the .pc file and the name of the library.
+ * \brief The version of these headers, for the preprocessor.
+ *
+ * The build reads the three numbers from here too: for the CMake package, the .pc file and the name
+ * of the library.
  *
  * \code
  * #if TAMSEL_VERSION >= TAMSEL_VERSION_CHECK(0, 2, 0)
+ * // needs what 0.2.0 added
+ * #endif
  * \endcode
  */
 
 // NOLINTBEGIN(cppcoreguidelines-macro-usage): they are for the preprocessor
-/*! \brief Rises with every change that breaks the users' sources or programs. */
+/*! \brief Rises with every release that breaks users' sources or binaries. */
 #define TAMSEL_VERSION_MAJOR 0
 /*! \brief Rises with every release that adds something. */
 #define TAMSEL_VERSION_MINOR 1
-/*! \brief Rises with every release that only mends. */
+/*! \brief Rises with every release that only fixes. */
 #define TAMSEL_VERSION_PATCH 0
 
 /*! \brief A version as one number that can be compared: 0xMMNNPP, eight bits for each part. */

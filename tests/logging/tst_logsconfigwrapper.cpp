@@ -224,6 +224,7 @@ void tst_LogsConfigWrapper::levelIsReadFromNumbersAndNames_data()
     QTest::newRow("smallest number") << QVariant(std::numeric_limits<int>::min()) << -1;
     QTest::newRow("unsigned number") << QVariant(4U) << 4;
     QTest::newRow("wide number") << QVariant(4LL) << 4;
+    QTest::newRow("number of more than 32 bits") << QVariant(4294967298LL) << 2;
 
     QTest::newRow("critical") << QVariant(u"critical"_s) << 0;
     QTest::newRow("error") << QVariant(u"error"_s) << 1;

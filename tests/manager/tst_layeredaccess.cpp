@@ -93,6 +93,8 @@ private Q_SLOTS:
     void aRemovalReachesTheNamedLayerOnly();
     void removingAPairThatTheLayerDoesNotHoldIsSilent_data();
     void removingAPairThatTheLayerDoesNotHoldIsSilent();
+    void anEmptyGroupOrKeyRemovesAGroupOfAFileThatHoldsItsName_data();
+    void anEmptyGroupOrKeyRemovesAGroupOfAFileThatHoldsItsName();
     void aReadOnlyLayerRefusesToRemoveOnlyWhatItHolds_data();
     void aReadOnlyLayerRefusesToRemoveOnlyWhatItHolds();
     void anInvalidValueIsRemovedLikeAnyOther_data();
@@ -459,6 +461,41 @@ void tst_LayeredAccess::removingAPairThatTheLayerDoesNotHoldIsSilent()
     QCOMPARE(host.journal.take(), QStringList());
     for (const SettingsType other : storagePriority)
         QCOMPARE(host.manager.contains(u"ui"_s, u"lang"_s, other), other != type);
+}
+
+void tst_LayeredAccess::anEmptyGroupOrKeyRemovesAGroupOfAFileThatHoldsItsName_data()
+{
+    QTest::addColumn<QString>("group");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("othersStay");
+    QTest::newRow("empty group") << u""_s << u"ui"_s << true;
+    QTest::newRow("empty key") << u"ui"_s << u""_s << true;
+    QTest::newRow("both empty") << u""_s << u""_s << false;
+}
+
+void tst_LayeredAccess::anEmptyGroupOrKeyRemovesAGroupOfAFileThatHoldsItsName()
+{
+    QFETCH(const QString, group);
+    QFETCH(const QString, key);
+    QFETCH(const bool, othersStay);
+    const SettingsType type = SettingsType::CustomConfPersistent;
+    TestHost host;
+    host.prepare(type, u"ui"_s, {{u"lang"_s, u"en"_s}});
+    host.manager.setValue(u"player"_s, u"volume"_s, 7, type);
+    host.journal.take();
+    host.manager.removeValue(group, key, type);
+    QCOMPARE(host.journal.take(), QStringList());
+    QVERIFY(host.manager.contains(u"ui"_s, u"lang"_s));
+
+    host.manager.setValue(group, key, 1, type);
+    host.journal.take();
+    host.manager.removeValue(group, key, type);
+    QCOMPARE(host.journal.take(),
+             (QStringList{"debug: Parameter removed from all storages: "_L1 + group + ':'_L1 + key,
+                          "handler: CustomConfPersistent "_L1 + group + '/'_L1 + key
+                                  + " = invalid"_L1}));
+    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
+    QCOMPARE(host.manager.contains(u"player"_s, u"volume"_s), othersStay);
 }
 
 void tst_LayeredAccess::aReadOnlyLayerRefusesToRemoveOnlyWhatItHolds_data()
