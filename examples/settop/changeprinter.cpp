@@ -3,7 +3,7 @@
 
 #include "changeprinter.h"
 
-#include "texts.h"
+#include "format.h"
 
 #include <tamsel/configurationmanager.h>
 

@@ -5,11 +5,11 @@
 
 #include "changeprinter.h"
 #include "directories.h"
+#include "format.h"
 #include "hostvalues.h"
 #include "settingscatalogue.h"
 #include "settingstable.h"
 #include "settoplogger.h"
-#include "texts.h"
 #include "tour.h"
 
 #include <tamsel/commandlineargs.h>

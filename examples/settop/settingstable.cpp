@@ -3,7 +3,7 @@
 
 #include "settingstable.h"
 
-#include "texts.h"
+#include "format.h"
 
 #include <QtCore/QStringList>
 #include <QtCore/QTextStream>

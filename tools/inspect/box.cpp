@@ -3,9 +3,9 @@
 
 #include "box.h"
 
+#include "format.h"
 #include "jsonmap.h"
-#include "problem.h"
-#include "texts.h"
+#include "usererror.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -28,10 +28,10 @@ bool isWritten(SettingsType type)
 void checkDirectory(const QString &directory)
 {
     if (!QFileInfo(directory).isDir())
-        throw Problem(u"there is no directory %1"_s.arg(directory));
+        throw UserError(u"there is no directory %1"_s.arg(directory));
     // Where it must not be entered, its files look as if they were missing.
     if (!QFileInfo(directory).isExecutable())
-        throw Problem(u"cannot enter %1: permission denied"_s.arg(directory));
+        throw UserError(u"cannot enter %1: permission denied"_s.arg(directory));
 }
 
 /*! A box that was never used has neither of its own files, but the defaults are always shipped. */
@@ -39,22 +39,22 @@ void checkFile(const QString &fileName, SettingsType type)
 {
     const QFileInfo info(fileName);
     if (info.isSymLink() && !info.exists())
-        throw Problem(u"cannot read %1: the link leads nowhere"_s.arg(fileName));
+        throw UserError(u"cannot read %1: the link leads nowhere"_s.arg(fileName));
     if (!info.exists()) {
         if (type == SettingsType::RavonaConfDefault)
-            throw Problem(u"there is no file %1"_s.arg(fileName));
+            throw UserError(u"there is no file %1"_s.arg(fileName));
         return;
     }
     if (!info.isFile())
-        throw Problem(u"cannot read %1: it is not a regular file"_s.arg(fileName));
+        throw UserError(u"cannot read %1: it is not a regular file"_s.arg(fileName));
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
-        throw Problem(u"cannot read %1: %2"_s.arg(fileName, file.errorString()));
+        throw UserError(u"cannot read %1: %2"_s.arg(fileName, file.errorString()));
 }
 
 } // namespace
 
-bool Holding::isLost() const
+bool LayerValue::isLost() const
 {
     return entry.startsWith(u'/') || entry.endsWith(u'/') || entry.contains("//"_L1);
 }
@@ -122,7 +122,7 @@ void Box::addFileLayer(SettingsType type)
     checkFile(fileName, type);
     m_settings.initStorage(type);
     if (!m_settings.storageAvailable(type))
-        throw Problem(u"%1 is malformed: it is not in the INI format"_s.arg(fileName));
+        throw UserError(u"%1 is malformed: it is not in the INI format"_s.arg(fileName));
     listEntries(type);
 }
 
@@ -139,14 +139,14 @@ void Box::listEntries(SettingsType type)
         const qsizetype first = entry.indexOf(u'/');
         const Pair listed{entry.left(first), entry.mid(entry.lastIndexOf(u'/') + 1)};
         const Pair read{first < 0 ? QString() : listed.first, entry.mid(first + 1)};
-        Holding holding{type, {}, fileName, entry};
-        if (!holding.isLost()) {
+        LayerValue layerValue{type, {}, fileName, entry};
+        if (!layerValue.isLost()) {
             m_catalogue.remember(read.first, read.second);
             if (listed == read)
                 continue;
-            holding.value = file.value(entry);
+            layerValue.value = file.value(entry);
         }
-        m_unreadable[listed].append(holding);
+        m_unreadable[listed].append(layerValue);
     }
 }
 
@@ -156,7 +156,8 @@ void Box::takeValues(SettingsType type)
     for (const auto &pair : m_catalogue.pairs()) {
         const auto &[group, key] = pair;
         if (m_settings.contains(group, key, type))
-            m_holdings[pair].append({type, m_settings.value(group, key), originOf(type, pair), {}});
+            m_layerValues[pair].append(
+                    {type, m_settings.value(group, key), originOf(type, pair), {}});
     }
 }
 
@@ -174,12 +175,12 @@ QString Box::originOf(SettingsType type, const Pair &pair) const
 Setting Box::setting(const SettingName &name) const
 {
     const Pair pair{name.group, name.key};
-    Setting result{name, std::nullopt, m_holdings.value(pair)};
+    Setting result{name, std::nullopt, m_layerValues.value(pair)};
     std::reverse(result.hidden.begin(), result.hidden.end());
     if (!result.hidden.isEmpty())
         result.answer = result.hidden.takeFirst();
     if (const auto unreadable = m_unreadable.find(pair); unreadable != m_unreadable.cend()) {
-        QList<Holding> entries = unreadable->second;
+        QList<LayerValue> entries = unreadable->second;
         std::stable_sort(entries.begin(), entries.end(), [](const auto &a, const auto &b) {
             return tamsel::priorityOf(a.layer) < tamsel::priorityOf(b.layer);
         });

@@ -22,7 +22,7 @@
 #include <utility>
 
 /*! What one layer has to say about a setting. */
-struct Holding
+struct LayerValue
 {
     tamsel::SettingsType layer;
     QVariant value;
@@ -39,8 +39,8 @@ struct Holding
 struct Setting
 {
     SettingName name;
-    std::optional<Holding> answer; // none: the setting is hidden everywhere
-    QList<Holding> hidden; // highest layer first, unreadable entries last
+    std::optional<LayerValue> answer; // none: the setting is hidden everywhere
+    QList<LayerValue> hidden; // highest layer first, unreadable entries last
 };
 
 /*!
@@ -52,7 +52,7 @@ struct Setting
 class Box
 {
 public:
-    /*! The box of \a options with the files in \a storage. Throws a Problem. */
+    /*! The box of \a options with the files in \a storage. Throws a UserError. */
     Box(const Options &options, const QString &storage);
 
     /*! All settings that \a options asks for, by group and key. */
@@ -89,8 +89,8 @@ private:
     SettingsCatalogue m_catalogue;
     QHash<tamsel::SettingsType, QString> m_files;
     QHash<tamsel::SettingsType, QMap<QString, QVariantMap>> m_assigned; // by --set, group to keys
-    QHash<Pair, QList<Holding>> m_holdings; // lowest layer first
-    std::map<Pair, QList<Holding>> m_unreadable; // lowest layer first
+    QHash<Pair, QList<LayerValue>> m_layerValues; // lowest layer first
+    std::map<Pair, QList<LayerValue>> m_unreadable; // lowest layer first
 };
 
 #endif // BOX_H

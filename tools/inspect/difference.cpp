@@ -4,9 +4,9 @@
 #include "difference.h"
 
 #include "box.h"
+#include "format.h"
 #include "listing.h"
-#include "screen.h"
-#include "texts.h"
+#include "tableprinter.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -20,8 +20,8 @@ namespace {
 /*! A setting before and after; none where no layer answers. */
 struct Change
 {
-    std::optional<Holding> before;
-    std::optional<Holding> after;
+    std::optional<LayerValue> before;
+    std::optional<LayerValue> after;
 };
 
 using Changes = std::map<std::pair<QString, QString>, Change>;
@@ -61,24 +61,24 @@ Style styleOf(const Change &change)
     return change.after ? Style::Plain : Style::Alert;
 }
 
-QString valueOf(const std::optional<Holding> &holding)
+QString valueOf(const std::optional<LayerValue> &layerValue)
 {
-    return holding ? valueText(holding->value) : u"-"_s;
+    return layerValue ? valueText(layerValue->value) : u"-"_s;
 }
 
-QString layerOf(const std::optional<Holding> &holding)
+QString layerOf(const std::optional<LayerValue> &layerValue)
 {
-    return holding ? layerName(holding->layer) : u"-"_s;
+    return layerValue ? layerName(layerValue->layer) : u"-"_s;
 }
 
-QJsonValue objectOf(const std::optional<Holding> &holding)
+QJsonValue objectOf(const std::optional<LayerValue> &layerValue)
 {
-    if (!holding)
+    if (!layerValue)
         return QJsonValue::Null;
-    return holdingObject(*holding);
+    return layerValueObject(*layerValue);
 }
 
-void printJson(const Changes &changes, Screen &screen)
+void printJson(const Changes &changes, TablePrinter &printer)
 {
     // Grown outside of the object: there they would be copied.
     std::map<QString, QJsonArray> arrays{{u"added"_s, {}}, {u"removed"_s, {}}, {u"changed"_s, {}}};
@@ -91,13 +91,13 @@ void printJson(const Changes &changes, Screen &screen)
     QJsonObject result;
     for (const auto &[kind, array] : arrays)
         result[kind] = array;
-    screen.printJson(result);
+    printer.printJson(result);
 }
 
-void printText(const Changes &changes, Screen &screen)
+void printText(const Changes &changes, TablePrinter &printer)
 {
     if (changes.empty()) {
-        screen.printLine(u"no reader would see a difference"_s);
+        printer.printLine(u"no reader would see a difference"_s);
         return;
     }
     QList<Row> rows{{{u"change"_s, u"group"_s, u"key"_s, u"old value"_s, u"old layer"_s,
@@ -109,17 +109,18 @@ void printText(const Changes &changes, Screen &screen)
                   layerOf(change.before), valueOf(change.after), layerOf(change.after)},
                  styleOf(change)});
     }
-    screen.printTable(rows, {3, 5}); // the values
+    printer.printTable(rows, {3, 5}); // the values
 }
 
 } // namespace
 
-bool printDifference(const Box &before, const Box &after, const Options &options, Screen &screen)
+bool printDifference(const Box &before, const Box &after, const Options &options,
+                     TablePrinter &printer)
 {
     const Changes changes = changesBetween(before.settings(options), after.settings(options));
     if (options.json)
-        printJson(changes, screen);
+        printJson(changes, printer);
     else
-        printText(changes, screen);
+        printText(changes, printer);
     return !changes.empty();
 }

@@ -7,10 +7,11 @@
 #include "options.h"
 
 class Box;
-class Screen;
+class TablePrinter;
 
 /*! Prints what readers would see change if \a before became \a after. Returns whether anything
  *  would. */
-bool printDifference(const Box &before, const Box &after, const Options &options, Screen &screen);
+bool printDifference(const Box &before, const Box &after, const Options &options,
+                     TablePrinter &printer);
 
 #endif // DIFFERENCE_H

@@ -4,9 +4,9 @@
 #include "explanation.h"
 
 #include "box.h"
+#include "format.h"
 #include "listing.h"
-#include "screen.h"
-#include "texts.h"
+#include "tableprinter.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
@@ -21,7 +21,7 @@ namespace {
 struct Step
 {
     SettingsType layer;
-    std::optional<Holding> holding;
+    std::optional<LayerValue> layerValue;
     bool answers = false;
     QString file; // of the layer; empty if it has none
     bool fileExists = false;
@@ -34,12 +34,12 @@ QList<Step> stepsOf(const Box &box, const Setting &setting)
         const QString file = box.fileOf(layer);
         Step step{layer, std::nullopt, false, file, !file.isEmpty() && QFileInfo::exists(file)};
         if (setting.answer && setting.answer->layer == layer) {
-            step.holding = setting.answer;
+            step.layerValue = setting.answer;
             step.answers = true;
         }
-        for (const Holding &hidden : setting.hidden) {
+        for (const LayerValue &hidden : setting.hidden) {
             if (hidden.layer == layer && hidden.entry.isEmpty())
-                step.holding = hidden;
+                step.layerValue = hidden;
         }
         steps.append(step);
     }
@@ -48,8 +48,8 @@ QList<Step> stepsOf(const Box &box, const Setting &setting)
 
 QString placeOf(const Step &step)
 {
-    if (step.holding)
-        return step.holding->file.isEmpty() ? u"--set"_s : escaped(step.holding->file);
+    if (step.layerValue)
+        return step.layerValue->file.isEmpty() ? u"--set"_s : escaped(step.layerValue->file);
     if (step.file.isEmpty())
         return u"-"_s;
     return step.fileExists ? escaped(step.file) : u"%1 (no such file)"_s.arg(escaped(step.file));
@@ -59,9 +59,9 @@ Row rowOf(const Step &step)
 {
     const QString rank = QString::number(tamsel::priorityOf(step.layer));
     const QString layer = layerName(step.layer);
-    if (!step.holding)
+    if (!step.layerValue)
         return {{rank, layer, u"absent"_s, u"-"_s, u"-"_s, placeOf(step)}, Style::Faint};
-    const QVariant &value = step.holding->value;
+    const QVariant &value = step.layerValue->value;
     return {{rank, layer, step.answers ? u"answers"_s : u"hidden"_s, valueText(value),
              typeText(value), placeOf(step)},
             step.answers ? Style::Good : Style::Plain};
@@ -69,10 +69,11 @@ Row rowOf(const Step &step)
 
 QJsonObject objectOf(const Step &step)
 {
-    const Holding holding = step.holding.value_or(Holding{step.layer, {}, step.file, {}});
-    QJsonObject result = holdingObject(holding);
+    const LayerValue layerValue
+            = step.layerValue.value_or(LayerValue{step.layer, {}, step.file, {}});
+    QJsonObject result = layerValueObject(layerValue);
     result[u"rank"_s] = tamsel::priorityOf(step.layer);
-    result[u"present"_s] = step.holding.has_value();
+    result[u"present"_s] = step.layerValue.has_value();
     result[u"answers"_s] = step.answers;
     result[u"fileExists"_s] = step.fileExists;
     return result;
@@ -83,35 +84,36 @@ QString nameText(const Setting &setting)
     return escaped(setting.name.group + u'/' + setting.name.key);
 }
 
-QString originText(const Holding &holding)
+QString originText(const LayerValue &layerValue)
 {
-    return u"%1 (%2)"_s.arg(layerName(holding.layer),
-                            holding.file.isEmpty() ? u"--set"_s : escaped(holding.file));
+    return u"%1 (%2)"_s.arg(layerName(layerValue.layer),
+                            layerValue.file.isEmpty() ? u"--set"_s : escaped(layerValue.file));
 }
 
 /*! What becomes of an entry that is listed as the setting, and is none. */
-QString entryText(const Holding &holding)
+QString entryText(const LayerValue &layerValue)
 {
     const QString listed = u"%1 lists the entry %2 as this setting, but it "_s.arg(
-            originText(holding), valueText(holding.entry));
-    if (holding.isLost())
+            originText(layerValue), valueText(layerValue.entry));
+    if (layerValue.isLost())
         return listed + "cannot be read"_L1;
-    const qsizetype slash = holding.entry.indexOf(u'/');
-    const QString group = slash < 0 ? QString() : holding.entry.left(slash);
+    const qsizetype slash = layerValue.entry.indexOf(u'/');
+    const QString group = slash < 0 ? QString() : layerValue.entry.left(slash);
     return listed
             + u"is read as group %1, key %2"_s.arg(valueText(group),
-                                                   valueText(holding.entry.mid(slash + 1)));
+                                                   valueText(layerValue.entry.mid(slash + 1)));
 }
 
 QString summaryOf(const Setting &setting)
 {
     QStringList hidden;
     QStringList entries;
-    for (const Holding &holding : setting.hidden) {
-        if (holding.entry.isEmpty())
-            hidden.append(u"%1 from %2"_s.arg(valueText(holding.value), layerName(holding.layer)));
+    for (const LayerValue &layerValue : setting.hidden) {
+        if (layerValue.entry.isEmpty())
+            hidden.append(
+                    u"%1 from %2"_s.arg(valueText(layerValue.value), layerName(layerValue.layer)));
         else
-            entries.append(entryText(holding));
+            entries.append(entryText(layerValue));
     }
     QString result = nameText(setting);
     if (setting.answer) {
@@ -132,9 +134,9 @@ QJsonObject objectOf(const Setting &setting, const QList<Step> &steps)
     for (const Step &step : steps)
         layers.append(objectOf(step));
     QJsonArray entries;
-    for (const Holding &holding : setting.hidden) {
-        if (!holding.entry.isEmpty())
-            entries.append(entryObject(holding));
+    for (const LayerValue &layerValue : setting.hidden) {
+        if (!layerValue.entry.isEmpty())
+            entries.append(entryObject(layerValue));
     }
     return {{u"group"_s, setting.name.group},
             {u"key"_s, setting.name.key},
@@ -145,19 +147,19 @@ QJsonObject objectOf(const Setting &setting, const QList<Step> &steps)
 
 } // namespace
 
-bool printExplanation(const Box &box, const Options &options, Screen &screen)
+bool printExplanation(const Box &box, const Options &options, TablePrinter &printer)
 {
     const Setting setting = box.setting(*options.explained);
     const QList<Step> steps = stepsOf(box, setting);
     if (options.json) {
-        screen.printJson(objectOf(setting, steps));
+        printer.printJson(objectOf(setting, steps));
         return setting.answer.has_value();
     }
     QList<Row> rows{{{u"rank"_s, u"layer"_s, u"state"_s, u"value"_s, u"type"_s, u"stands in"_s},
                      Style::Heading}};
     for (const Step &step : steps)
         rows.append(rowOf(step));
-    screen.printTable(rows, {3, 5}); // value and place
-    screen.printLine(summaryOf(setting), setting.answer ? Style::Heading : Style::Alert);
+    printer.printTable(rows, {3, 5}); // value and place
+    printer.printLine(summaryOf(setting), setting.answer ? Style::Heading : Style::Alert);
     return setting.answer.has_value();
 }

@@ -7,10 +7,10 @@
 #include "options.h"
 
 class Box;
-class Screen;
+class TablePrinter;
 
 /*! Prints the walk through all layers for the setting that \a options name. Returns whether a layer
  *  answers. */
-bool printExplanation(const Box &box, const Options &options, Screen &screen);
+bool printExplanation(const Box &box, const Options &options, TablePrinter &printer);
 
 #endif // EXPLANATION_H

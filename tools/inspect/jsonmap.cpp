@@ -3,7 +3,7 @@
 
 #include "jsonmap.h"
 
-#include "problem.h"
+#include "usererror.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -18,13 +18,13 @@ QByteArray contentsOf(const QString &fileName)
 {
     // Qt opens a directory where it is asked to read only, and finds nothing in it.
     if (QFileInfo(fileName).isDir())
-        throw Problem(u"cannot read %1: it is a directory"_s.arg(fileName));
+        throw UserError(u"cannot read %1: it is a directory"_s.arg(fileName));
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
-        throw Problem(u"cannot read %1: %2"_s.arg(fileName, file.errorString()));
+        throw UserError(u"cannot read %1: %2"_s.arg(fileName, file.errorString()));
     QByteArray result = file.readAll();
     if (file.error() != QFileDevice::NoError)
-        throw Problem(u"cannot read %1: %2"_s.arg(fileName, file.errorString()));
+        throw UserError(u"cannot read %1: %2"_s.arg(fileName, file.errorString()));
     return result;
 }
 
@@ -37,15 +37,16 @@ QVariantMap readJsonMap(const QString &fileName)
     const QJsonDocument document = QJsonDocument::fromJson(contents, &error);
     if (error.error != QJsonParseError::NoError) {
         const auto line = 1 + contents.left(error.offset).count('\n');
-        throw Problem(u"%1, line %2, is not JSON: %3"_s.arg(fileName, QString::number(line),
-                                                            error.errorString()));
+        throw UserError(u"%1, line %2, is not JSON: %3"_s.arg(fileName, QString::number(line),
+                                                              error.errorString()));
     }
     if (!document.isObject())
-        throw Problem(u"%1 holds no object of groups"_s.arg(fileName));
+        throw UserError(u"%1 holds no object of groups"_s.arg(fileName));
     const QJsonObject groups = document.object();
     for (auto group = groups.constBegin(); group != groups.constEnd(); ++group) {
         if (!group->isObject())
-            throw Problem(u"%1: the group '%2' is no object of keys"_s.arg(fileName, group.key()));
+            throw UserError(
+                    u"%1: the group '%2' is no object of keys"_s.arg(fileName, group.key()));
     }
     return groups.toVariantMap();
 }

@@ -4,8 +4,8 @@
 #include "listing.h"
 
 #include "box.h"
-#include "screen.h"
-#include "texts.h"
+#include "format.h"
+#include "tableprinter.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -23,8 +23,8 @@ QJsonValue textOrNull(const QString &text)
 QString hiddenText(const Setting &setting)
 {
     QStringList texts;
-    for (const Holding &holding : setting.hidden)
-        texts.append(holdingText(holding));
+    for (const LayerValue &layerValue : setting.hidden)
+        texts.append(layerValueText(layerValue));
     return texts.isEmpty() ? u"-"_s : texts.join(", "_L1);
 }
 
@@ -35,7 +35,7 @@ Row rowOf(const Setting &setting)
     const QString hidden = hiddenText(setting);
     if (!setting.answer)
         return {{group, key, u"-"_s, u"-"_s, u"! nobody"_s, hidden}, Style::Alert};
-    const Holding &answer = *setting.answer;
+    const LayerValue &answer = *setting.answer;
     return {{group, key, valueText(answer.value), typeText(answer.value), layerName(answer.layer),
              hidden}};
 }
@@ -47,9 +47,9 @@ QJsonObject objectOf(const Setting &setting)
                                     {u"type"_s, QJsonValue()},
                                     {u"file"_s, QJsonValue()}};
     QJsonArray hidden;
-    for (const Holding &holding : setting.hidden)
-        hidden.append(entryObject(holding));
-    QJsonObject result = setting.answer ? holdingObject(*setting.answer) : nobody;
+    for (const LayerValue &layerValue : setting.hidden)
+        hidden.append(entryObject(layerValue));
+    QJsonObject result = setting.answer ? layerValueObject(*setting.answer) : nobody;
     result[u"group"_s] = setting.name.group;
     result[u"key"_s] = setting.name.key;
     result[u"hidden"_s] = hidden;
@@ -59,44 +59,45 @@ QJsonObject objectOf(const Setting &setting)
 
 } // namespace
 
-QString holdingText(const Holding &holding)
+QString layerValueText(const LayerValue &layerValue)
 {
-    const QString layer = layerName(holding.layer);
-    const QString value = holding.isLost() ? u"(cannot be read)"_s : valueText(holding.value);
-    return holding.entry.isEmpty() ? layer + u' ' + value
-                                   : u"%1 %2 as %3"_s.arg(layer, value, valueText(holding.entry));
+    const QString layer = layerName(layerValue.layer);
+    const QString value = layerValue.isLost() ? u"(cannot be read)"_s : valueText(layerValue.value);
+    return layerValue.entry.isEmpty()
+            ? layer + u' ' + value
+            : u"%1 %2 as %3"_s.arg(layer, value, valueText(layerValue.entry));
 }
 
-QJsonObject holdingObject(const Holding &holding)
+QJsonObject layerValueObject(const LayerValue &layerValue)
 {
-    return {{u"layer"_s, layerName(holding.layer)},
-            {u"value"_s, jsonValue(holding.value)},
-            {u"type"_s, jsonType(holding.value)},
-            {u"file"_s, textOrNull(holding.file)}};
+    return {{u"layer"_s, layerName(layerValue.layer)},
+            {u"value"_s, jsonValue(layerValue.value)},
+            {u"type"_s, jsonType(layerValue.value)},
+            {u"file"_s, textOrNull(layerValue.file)}};
 }
 
-QJsonObject entryObject(const Holding &holding)
+QJsonObject entryObject(const LayerValue &layerValue)
 {
-    QJsonObject result = holdingObject(holding);
-    result[u"entry"_s] = textOrNull(holding.entry);
+    QJsonObject result = layerValueObject(layerValue);
+    result[u"entry"_s] = textOrNull(layerValue.entry);
     return result;
 }
 
-bool printSettings(const Box &box, const Options &options, Screen &screen)
+bool printSettings(const Box &box, const Options &options, TablePrinter &printer)
 {
     const QList<Setting> settings = box.settings(options);
     if (options.json) {
         QJsonArray array;
         for (const Setting &setting : settings)
             array.append(objectOf(setting));
-        screen.printJson({{u"settings"_s, array}});
+        printer.printJson({{u"settings"_s, array}});
     } else if (!settings.isEmpty()) {
         QList<Row> rows{
                 {{u"group"_s, u"key"_s, u"value"_s, u"type"_s, u"answered by"_s, u"hides"_s},
                  Style::Heading}};
         for (const Setting &setting : settings)
             rows.append(rowOf(setting));
-        screen.printTable(rows, {2, 5}); // values and what they hide
+        printer.printTable(rows, {2, 5}); // values and what they hide
     }
     return !settings.isEmpty();
 }

@@ -10,19 +10,19 @@
 
 class Box;
 class QJsonObject;
-class Screen;
-struct Holding;
+class TablePrinter;
+struct LayerValue;
 
 /*! Prints a row for each setting that \a options ask for. Returns whether there was one. */
-bool printSettings(const Box &box, const Options &options, Screen &screen);
+bool printSettings(const Box &box, const Options &options, TablePrinter &printer);
 
 /*! "RavonaConfDefault 'ru'"; with the name of its entry where readers of the setting do not get it. */
-QString holdingText(const Holding &holding);
+QString layerValueText(const LayerValue &layerValue);
 
 /*! What a layer holds, with the keys "layer", "value", "type" and "file". */
-QJsonObject holdingObject(const Holding &holding);
+QJsonObject layerValueObject(const LayerValue &layerValue);
 
 /*! The same and "entry". */
-QJsonObject entryObject(const Holding &holding);
+QJsonObject entryObject(const LayerValue &layerValue);
 
 #endif // LISTING_H

@@ -6,11 +6,11 @@
 #include "box.h"
 #include "difference.h"
 #include "explanation.h"
+#include "format.h"
 #include "listing.h"
 #include "options.h"
-#include "problem.h"
-#include "screen.h"
-#include "texts.h"
+#include "tableprinter.h"
+#include "usererror.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTextStream>
@@ -33,20 +33,20 @@ void complain(const QString &text)
 }
 
 /*! Returns the exit code. */
-int print(const Options &options, Screen &screen)
+int print(const Options &options, TablePrinter &printer)
 {
     if (!options.answer.isEmpty()) {
-        screen.printText(options.answer);
+        printer.printText(options.answer);
         return found;
     }
     const Box box(options, options.storage);
     if (!options.otherStorage.isEmpty()) {
         const Box other(options, options.otherStorage);
-        return printDifference(box, other, options, screen) ? different : found;
+        return printDifference(box, other, options, printer) ? different : found;
     }
     if (options.explained)
-        return printExplanation(box, options, screen) ? found : notFound;
-    if (printSettings(box, options, screen))
+        return printExplanation(box, options, printer) ? found : notFound;
+    if (printSettings(box, options, printer))
         return found;
     complain(options.patterns.isEmpty() ? u"no layer holds any setting"_s
                                         : u"no setting matches"_s);
@@ -55,9 +55,9 @@ int print(const Options &options, Screen &screen)
 
 int run(const Options &options)
 {
-    Screen screen(options.colour);
-    const int code = print(options, screen);
-    screen.finish();
+    TablePrinter printer(options.colour);
+    const int code = print(options, printer);
+    printer.finish();
     return code;
 }
 
@@ -68,8 +68,8 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     try {
         return run(parseOptions(QCoreApplication::arguments()));
-    } catch (const Problem &problem) {
-        complain(problem.text());
+    } catch (const UserError &error) {
+        complain(error.text());
         return trouble;
     }
 }

@@ -3,7 +3,7 @@
 
 #include "options.h"
 
-#include "problem.h"
+#include "usererror.h"
 
 #include <tamsel/tamselversion.h>
 
@@ -31,7 +31,7 @@ QRegularExpression patternOf(const QString &text)
     QRegularExpression pattern(QRegularExpression::wildcardToRegularExpression(matchable(text)),
                                QRegularExpression::DotMatchesEverythingOption);
     if (!pattern.isValid())
-        throw Problem(u"'%1' is not a pattern"_s.arg(text));
+        throw UserError(u"'%1' is not a pattern"_s.arg(text));
     pattern.optimize();
     return pattern;
 }
@@ -51,10 +51,10 @@ SettingsType layerOf(const QString &name, const QString &assignment)
     bool known = false;
     const int number = layers.keyToValue(name.toUtf8().constData(), &known);
     if (!known)
-        throw Problem(u"--set '%1': there is no layer '%2'"_s.arg(assignment, name));
+        throw UserError(u"--set '%1': there is no layer '%2'"_s.arg(assignment, name));
     const auto layer = static_cast<SettingsType>(number);
     if (isFileLayer(layer))
-        throw Problem(u"--set '%1': the layer %2 is a file"_s.arg(assignment, name));
+        throw UserError(u"--set '%1': the layer %2 is a file"_s.arg(assignment, name));
     return layer;
 }
 
@@ -64,7 +64,7 @@ Assignment assignmentOf(const QString &text)
     const qsizetype equals = text.indexOf(u'=', colon + 1);
     const auto name = nameOf(text.mid(colon + 1, equals - colon - 1));
     if (colon < 0 || equals < 0 || !name)
-        throw Problem(u"--set '%1' is not LAYER:group/key=value"_s.arg(text));
+        throw UserError(u"--set '%1' is not LAYER:group/key=value"_s.arg(text));
     return {layerOf(text.left(colon), text), *name, text.mid(equals + 1)};
 }
 
@@ -73,9 +73,9 @@ QString directoryOf(const QCommandLineParser &parser, const QString &option)
 {
     QString directory = parser.value(option);
     if (directory.isEmpty() && parser.isSet(option))
-        throw Problem(u"--%1: the name of the directory is empty"_s.arg(option));
+        throw UserError(u"--%1: the name of the directory is empty"_s.arg(option));
     if (directory.isEmpty())
-        throw Problem(u"--%1 DIR/ is needed; see --help"_s.arg(option));
+        throw UserError(u"--%1 DIR/ is needed; see --help"_s.arg(option));
     return directory.endsWith(u'/') ? directory : directory + u'/';
 }
 
@@ -83,7 +83,7 @@ QString fileOf(const QCommandLineParser &parser, const QString &option)
 {
     QString file = parser.value(option);
     if (file.isEmpty() && parser.isSet(option))
-        throw Problem(u"--%1: the name of the file is empty"_s.arg(option));
+        throw UserError(u"--%1: the name of the file is empty"_s.arg(option));
     return file;
 }
 
@@ -122,7 +122,7 @@ void checkRepetitions(const QCommandLineParser &parser)
     for (const QString &option :
          {u"storage"_s, u"assets"_s, u"rdm"_s, u"feature-keys"_s, u"explain"_s, u"diff"_s}) {
         if (parser.values(option).size() > 1)
-            throw Problem(u"--%1 is given twice"_s.arg(option));
+            throw UserError(u"--%1 is given twice"_s.arg(option));
     }
 }
 
@@ -149,7 +149,7 @@ Options parseOptions(const QStringList &arguments)
     describe(parser);
     Options result;
     if (!parser.parse(arguments))
-        throw Problem(parser.errorText());
+        throw UserError(parser.errorText());
     if (parser.isSet(u"help"_s) || parser.isSet(u"help-all"_s)) {
         result.answer = parser.helpText();
         return result;
@@ -179,9 +179,9 @@ Options parseOptions(const QStringList &arguments)
         const QString text = parser.value(u"explain"_s);
         result.explained = nameOf(text);
         if (!result.explained)
-            throw Problem(u"--explain '%1' is not group/key"_s.arg(text));
+            throw UserError(u"--explain '%1' is not group/key"_s.arg(text));
         if (!result.otherStorage.isEmpty() || !result.patterns.isEmpty())
-            throw Problem(u"--explain takes neither --diff nor a pattern"_s);
+            throw UserError(u"--explain takes neither --diff nor a pattern"_s);
     }
     return result;
 }

@@ -50,7 +50,7 @@ struct Options
     bool wants(const QString &group, const QString &key) const;
 };
 
-/*! Reads \a arguments, the program's name first. Throws a Problem. */
+/*! Reads \a arguments, the program's name first. Throws a UserError. */
 Options parseOptions(const QStringList &arguments);
 
 #endif // OPTIONS_H

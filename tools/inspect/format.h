@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-#ifndef TEXTS_H
-#define TEXTS_H
+#ifndef FORMAT_H
+#define FORMAT_H
 
 #include <tamsel/settingstype.h>
 
@@ -34,4 +34,4 @@ qsizetype columnsOf(const QString &text);
 /*! \a text, or its beginning and "…", in no more than \a columns. */
 QString elided(const QString &text, qsizetype columns);
 
-#endif // TEXTS_H
+#endif // FORMAT_H

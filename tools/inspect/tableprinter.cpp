@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-#include "screen.h"
+#include "tableprinter.h"
 
-#include "problem.h"
-#include "texts.h"
+#include "format.h"
+#include "usererror.h"
 
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -80,26 +80,26 @@ QString frameLine(const Widths &widths, QStringView corners)
 
 } // namespace
 
-Screen::Screen(bool colour)
+TablePrinter::TablePrinter(bool colour)
     : m_out(&m_file),
       m_isTerminal(isatty(STDOUT_FILENO) != 0),
       m_colour(colour && m_isTerminal && environmentAllowsColour())
 {
     if (!m_file.open(STDOUT_FILENO, QIODevice::WriteOnly))
-        throw Problem(u"cannot write to standard output: %1"_s.arg(m_file.errorString()));
+        throw UserError(u"cannot write to standard output: %1"_s.arg(m_file.errorString()));
 }
 
-void Screen::printText(const QString &text)
+void TablePrinter::printText(const QString &text)
 {
     m_out << text;
 }
 
-void Screen::printLine(const QString &text, Style style)
+void TablePrinter::printLine(const QString &text, Style style)
 {
     m_out << painted(text, style) << '\n';
 }
 
-void Screen::printTable(const QList<Row> &rows, const QList<qsizetype> &elastic)
+void TablePrinter::printTable(const QList<Row> &rows, const QList<qsizetype> &elastic)
 {
     if (m_isTerminal)
         printFramed(rows, elastic);
@@ -107,7 +107,7 @@ void Screen::printTable(const QList<Row> &rows, const QList<qsizetype> &elastic)
         printColumns(rows);
 }
 
-void Screen::printColumns(const QList<Row> &rows)
+void TablePrinter::printColumns(const QList<Row> &rows)
 {
     Widths widths = naturalWidths(rows);
     for (qsizetype &width : widths)
@@ -121,7 +121,7 @@ void Screen::printColumns(const QList<Row> &rows)
     }
 }
 
-void Screen::printFramed(const QList<Row> &rows, const QList<qsizetype> &elastic)
+void TablePrinter::printFramed(const QList<Row> &rows, const QList<qsizetype> &elastic)
 {
     Widths widths = naturalWidths(rows);
     const qsizetype available = terminalWidth() - 3 * widths.size() - 1; // "│ a │ b │"
@@ -144,19 +144,19 @@ void Screen::printFramed(const QList<Row> &rows, const QList<qsizetype> &elastic
     printLine(frameLine(widths, u"\u2514\u2534\u2518"), Style::Faint);
 }
 
-void Screen::printJson(const QJsonObject &object)
+void TablePrinter::printJson(const QJsonObject &object)
 {
     printText(QString::fromUtf8(QJsonDocument(object).toJson()));
 }
 
-void Screen::finish()
+void TablePrinter::finish()
 {
     m_out.flush();
     if (!m_file.flush() || m_out.status() != QTextStream::Ok)
-        throw Problem(u"cannot write to standard output: %1"_s.arg(m_file.errorString()));
+        throw UserError(u"cannot write to standard output: %1"_s.arg(m_file.errorString()));
 }
 
-QString Screen::painted(const QString &text, Style style) const
+QString TablePrinter::painted(const QString &text, Style style) const
 {
     if (!m_colour)
         return text;

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-#ifndef TEXTS_H
-#define TEXTS_H
+#ifndef FORMAT_H
+#define FORMAT_H
 
 #include <tamsel/settingstype.h>
 
@@ -15,4 +15,4 @@ QString layerName(tamsel::SettingsType layer);
 /*! A value for people to read. */
 QString valueText(const QVariant &value);
 
-#endif // TEXTS_H
+#endif // FORMAT_H

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-#include "texts.h"
+#include "format.h"
 
 #include <QtCore/QStringList>
 

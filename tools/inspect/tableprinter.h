@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-#ifndef SCREEN_H
-#define SCREEN_H
+#ifndef TABLEPRINTER_H
+#define TABLEPRINTER_H
 
 #include <QtCore/QFile>
 #include <QtCore/QList>
@@ -25,11 +25,11 @@ struct Row
  * Standard output. A terminal gets frames and colours, and tables that fit into its width. All else
  * gets plain lines with everything in them.
  */
-class Screen
+class TablePrinter
 {
 public:
     /*! Shows no colours if \a colour is \c false, or where the environment asks for none. */
-    explicit Screen(bool colour);
+    explicit TablePrinter(bool colour);
 
     /*! \a text as it is, with its own ends of lines. */
     void printText(const QString &text);
@@ -40,11 +40,11 @@ public:
      */
     void printTable(const QList<Row> &rows, const QList<qsizetype> &elastic);
     void printJson(const QJsonObject &object);
-    /*! Throws a Problem if not everything could be written. */
+    /*! Throws a UserError if not everything could be written. */
     void finish();
 
 private:
-    Q_DISABLE_COPY_MOVE(Screen)
+    Q_DISABLE_COPY_MOVE(TablePrinter)
 
     void printColumns(const QList<Row> &rows);
     void printFramed(const QList<Row> &rows, const QList<qsizetype> &elastic);
@@ -56,4 +56,4 @@ private:
     bool m_colour;
 };
 
-#endif // SCREEN_H
+#endif // TABLEPRINTER_H
