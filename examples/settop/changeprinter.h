@@ -11,22 +11,20 @@ class ConfigurationManager;
 }
 class QTextStream;
 
-/*!
- * Prints a line for each change of a setting, from its construction to its destruction.
- *
- * It runs on the thread that changes the setting; settop has only one.
- */
+// Prints a line for each change of a setting, from its construction to its destruction.
+//
+// It runs on the thread that changes the setting; settop has only one.
 class ChangePrinter final : public tamsel::IConfigurationChangeHandler
 {
 public:
-    /*! Both are borrowed and outlive the printer. */
+    // Both are borrowed and outlive the printer.
     ChangePrinter(tamsel::ConfigurationManager *settings, QTextStream *out);
     ~ChangePrinter() override;
 
     void onValueChanged(tamsel::SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
 
-    /*! How many changes there were so far. */
+    // How many changes there were so far.
     int count() const { return m_count; }
 
 private:

@@ -7,19 +7,15 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/*!
- * Those of \a arguments, the name of the program first, that are neither an option nor the value of
- * one. tamsel::commandLineArgs::parse() ignores them and has to have accepted the line before.
- */
+// Those of arguments, the name of the program first, that are neither an option nor the value of
+// one. tamsel::commandLineArgs::parse() ignores them and has to have accepted the line before.
 QStringList positionalArguments(const QStringList &arguments);
 
-/*! \a directory as a text that file names can be appended to: the library adds no "/". */
+// The directory as a text that file names can be appended to: the library adds no "/".
 QString asPrefix(const QString &directory);
 
-/*!
- * Creates the directory if it is missing. Returns what is wrong if files cannot be made there, an
- * empty text otherwise.
- */
+// Creates the directory if it is missing. Returns what is wrong if files cannot be made there, an
+// empty text otherwise.
 QString prepareStorage(const QString &directory);
 
 #endif // DIRECTORIES_H

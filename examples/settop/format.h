@@ -9,10 +9,10 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/*! The name of a layer, as the library's log messages show it too. */
+// The name of a layer, as the library's log messages show it too.
 QString layerName(tamsel::SettingsType layer);
 
-/*! A value for people to read. */
+// A value for people to read.
 QString valueText(const QVariant &value);
 
 #endif // FORMAT_H

@@ -9,6 +9,31 @@
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
 
+QList<std::pair<QString, QString>> hostSettings()
+{
+    return {
+            {u"Logging"_s, u"jsonLengthLimit"_s},
+            {u"Logging"_s, u"level"_s},
+            {u"Service"_s, u"audio"_s},
+            {u"Service"_s, u"ott_drm"_s},
+            {u"Service"_s, u"playUrl"_s},
+            {u"Service"_s, u"pos"_s},
+            {u"Service"_s, u"subs"_s},
+            {u"Service"_s, u"testSpyUrl"_s},
+            {u"features"_s, u"multiroom"_s},
+            {u"features"_s, u"recording"_s},
+            {u"features"_s, u"timeshift"_s},
+            {u"network"_s, u"server"_s},
+            {u"network"_s, u"timeout"_s},
+            {u"player"_s, u"state"_s},
+            {u"profile"_s, u"name"_s},
+            {u"system"_s, u"memory"_s},
+            {u"system"_s, u"model"_s},
+            {u"ui"_s, u"lang"_s},
+            {u"ui"_s, u"theme"_s},
+    };
+}
+
 QVariantMap rdmValues()
 {
     return {

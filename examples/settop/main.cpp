@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// A host of libtamsel: all eight layers, a logger, two change handlers and the command line.
+// A host of libtamsel: all eight layers, a logger, a change handler and the command line.
 
 #include "changeprinter.h"
 #include "directories.h"
 #include "format.h"
 #include "hostvalues.h"
-#include "settingscatalogue.h"
 #include "settingstable.h"
 #include "settoplogger.h"
 #include "tour.h"
@@ -50,7 +49,7 @@ void createLayers(tamsel::ConfigurationManager &settings, const QVariantMap &com
     setRuntimeValues(settings);
 }
 
-/*! A file that is missing or damaged is no error to the library: its layer holds less. */
+// A file that is missing or damaged is no error to the library: its layer holds less.
 void warnAboutFiles(const tamsel::ConfigurationManager &settings, const QString &defaults,
                     SettopLogger &logger)
 {
@@ -88,7 +87,6 @@ int main(int argc, char **argv)
     logger.takeLevelFrom(&settings);
     settings.setPersistentStoragePath(asPrefix(storage));
     settings.setAssetsPrefix(asPrefix(assets));
-    const SettingsCatalogue catalogue(&settings);
     const ChangePrinter changes(&settings, &out);
 
     out << "Changes while the layers arrive" << Qt::endl;
@@ -96,7 +94,7 @@ int main(int argc, char **argv)
     warnAboutFiles(settings, asPrefix(assets) + "ravona.conf"_L1, logger);
 
     out << "\nEffective settings" << Qt::endl;
-    printTable(out, catalogue.settings());
+    printTable(out, settings);
 
     out << "\nChanges at run time" << Qt::endl;
     changeSettings(settings, changes, out);

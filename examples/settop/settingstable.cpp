@@ -4,6 +4,9 @@
 #include "settingstable.h"
 
 #include "format.h"
+#include "hostvalues.h"
+
+#include <tamsel/configurationmanager.h>
 
 #include <QtCore/QStringList>
 #include <QtCore/QTextStream>
@@ -14,25 +17,33 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString layerNames(const QList<tamsel::SettingsType> &layers)
+// The names of the layers that hold the setting, highest precedence first.
+QStringList layersHolding(const tamsel::ConfigurationManager &settings, const QString &group,
+                          const QString &key)
 {
-    QStringList names;
-    for (const tamsel::SettingsType layer : layers)
-        names.append(layerName(layer));
-    return names.isEmpty() ? u"-"_s : names.join(", "_L1);
+    QStringList result;
+    for (const tamsel::SettingsType layer : tamsel::storagePriority) {
+        if (settings.contains(group, key, layer))
+            result.append(layerName(layer));
+    }
+    return result;
 }
 
-QList<QStringList> rowsOf(const QList<EffectiveSetting> &settings)
+QList<QStringList> rowsOf(const tamsel::ConfigurationManager &settings)
 {
-    QList<QStringList> rows{{u"group"_s, u"key"_s, u"value"_s, u"answered by"_s, u"hides"_s}};
-    for (const EffectiveSetting &setting : settings) {
-        rows.append({setting.group, setting.key, valueText(setting.value), layerName(setting.layer),
-                     layerNames(setting.hidden)});
+    QList<QStringList> rows{{u"group"_s, u"key"_s, u"value"_s, u"origin"_s, u"overridden"_s}};
+    for (const auto &[group, key] : hostSettings()) {
+        QStringList layers = layersHolding(settings, group, key);
+        if (layers.isEmpty())
+            continue;
+        const QString origin = layers.takeFirst();
+        rows.append({group, key, valueText(settings.value(group, key)), origin,
+                     layers.isEmpty() ? u"-"_s : layers.join(", "_L1)});
     }
     return rows;
 }
 
-/*! Of each column, the width of its longest text. */
+// Of each column, the width of its longest text.
 QList<qsizetype> widthsOf(const QList<QStringList> &rows)
 {
     QList<qsizetype> widths(rows.first().size());
@@ -45,7 +56,7 @@ QList<qsizetype> widthsOf(const QList<QStringList> &rows)
 
 } // namespace
 
-void printTable(QTextStream &out, const QList<EffectiveSetting> &settings)
+void printTable(QTextStream &out, const tamsel::ConfigurationManager &settings)
 {
     const QList<QStringList> rows = rowsOf(settings);
     const QList<qsizetype> widths = widthsOf(rows);

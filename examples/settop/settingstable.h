@@ -4,11 +4,12 @@
 #ifndef SETTINGSTABLE_H
 #define SETTINGSTABLE_H
 
-#include "settingscatalogue.h"
-
+namespace tamsel {
+class ConfigurationManager;
+}
 class QTextStream;
 
-/*! Prints a row for each of \a settings, in aligned columns. */
-void printTable(QTextStream &out, const QList<EffectiveSetting> &settings);
+// Prints a row for each setting of this host that a layer holds, in aligned columns.
+void printTable(QTextStream &out, const tamsel::ConfigurationManager &settings);
 
 #endif // SETTINGSTABLE_H

@@ -12,7 +12,7 @@ class ConfigurationManager;
 }
 
 namespace logging {
-/*! The levels of this host. The library declares the type and knows the numbers only. */
+// The levels of this host. The library declares the type and knows the numbers only.
 enum Level : int {
     Critical = 0,
     Error = 1,
@@ -23,20 +23,18 @@ enum Level : int {
 };
 } // namespace logging
 
-/*!
- * Writes messages to standard error, a line each: "[info] text". Those that are less severe than
- * the level in the settings are left out; as long as that is unset, Info is the last one shown.
- *
- * The level is read afresh for every message, so a change of the setting counts at once. Reading
- * settings from inside a log call is safe: a read logs nothing, and the library holds no lock while
- * it logs.
- *
- * Messages may come from any thread.
- */
+// Writes messages to standard error, a line each: "[info] text". Those that are less severe than
+// the level in the settings are left out; as long as that is unset, Info is the last one shown.
+//
+// The level is read afresh for every message, so a change of the setting counts at once. Reading
+// settings from inside a log call is safe: a read logs nothing, and the library holds no lock while
+// it logs.
+//
+// Messages may come from any thread.
 class SettopLogger final : public tamsel::ILogger
 {
 public:
-    /*! Reads the level from \a settings, borrowed, from now on. For start-up: not synchronised. */
+    // Reads the level from settings, borrowed, from now on. For start-up: not synchronised.
     void takeLevelFrom(tamsel::ConfigurationManager *settings);
 
     void error(const QString &message) override;

@@ -21,14 +21,14 @@ void changeSettings(tamsel::ConfigurationManager &settings, const ChangePrinter 
         const int before = changes.count();
         change();
         if (changes.count() == before)
-            out << "  (nobody is told)" << Qt::endl;
+            out << "  (no handler is called)" << Qt::endl;
     };
     const QString ui = u"ui"_s;
     const QString lang = u"lang"_s;
 
     step("write ui/lang into Runtime: the top value changes",
          [&] { settings.setValue(ui, lang, u"fr"_s, SettingsType::Runtime); });
-    step("write ui/lang into CustomConfPersistent: hidden by Runtime",
+    step("write ui/lang into CustomConfPersistent: overridden by Runtime",
          [&] { settings.setValue(ui, lang, u"tr"_s, SettingsType::CustomConfPersistent); });
     step("remove ui/lang from Runtime: uncovers the layer below",
          [&] { settings.removeValue(ui, lang, SettingsType::Runtime); });

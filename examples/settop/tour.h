@@ -11,10 +11,8 @@ namespace tamsel {
 class ConfigurationManager;
 }
 
-/*!
- * Changes settings so that each kind of notification is seen, and those changes that are told to
- * nobody. Leaves the user's language in custom.conf.
- */
+// Changes settings so that each kind of notification is seen, and the changes
+// for which no handler is called. Leaves the user's language in custom.conf.
 void changeSettings(tamsel::ConfigurationManager &settings, const ChangePrinter &changes,
                     QTextStream &out);
 

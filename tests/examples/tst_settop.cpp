@@ -41,7 +41,7 @@ const QString changesOfFirstRun = uR"(Changes while the layers arrive
 
 const QString tableOfFirstRun = uR"(
 Effective settings
-  group     key              value     answered by        hides
+  group     key              value     origin             overridden
   Logging   jsonLengthLimit  200       Runtime            RavonaConfDefault
   Logging   level            info      RavonaConfDefault  -
   Service   audio            en        RavonaConfDefault  -
@@ -83,7 +83,7 @@ const QString changesOfSecondRun = uR"(Changes while the layers arrive
 
 const QString tableOfSecondRun = uR"(
 Effective settings
-  group     key              value     answered by           hides
+  group     key              value     origin                overridden
   Logging   jsonLengthLimit  200       Runtime               RavonaConfDefault
   Logging   level            info      RavonaConfDefault     -
   Service   audio            en        RavonaConfDefault     -
@@ -105,8 +105,8 @@ const QString changesAtRunTime = uR"(
 Changes at run time
 > write ui/lang into Runtime: the top value changes
   Runtime: ui/lang = 'fr'
-> write ui/lang into CustomConfPersistent: hidden by Runtime
-  (nobody is told)
+> write ui/lang into CustomConfPersistent: overridden by Runtime
+  (no handler is called)
 > remove ui/lang from Runtime: uncovers the layer below
   CustomConfPersistent: ui/lang = 'tr'
 > remove player/state from Runtime: no other layer holds it
@@ -119,9 +119,9 @@ Changes at run time
   FeatureKeys: features/multiroom is gone
   RavonaConfDefault: features/recording = 'false'
 > clear FeatureKeys again: a warning, there is no such layer
-  (nobody is told)
+  (no handler is called)
 > write network/timeout into Rdm: an error, it is read-only
-  (nobody is told)
+  (no handler is called)
 )"_s;
 
 QString keptIn(const QString &storage)
@@ -129,7 +129,7 @@ QString keptIn(const QString &storage)
     return u"\nKept for the next run: ui/lang = 'tr' in %1custom.conf\n"_s.arg(storage);
 }
 
-/*! The log of a first run with \a level on the command line, if everything is shown. */
+// The log of a first run with level on the command line, if everything is shown.
 QString wholeLog(int level)
 {
     return uR"([info] Storage: CommandLineArgs initialized
@@ -160,7 +160,7 @@ QString wholeLog(int level)
 )"_s.arg(level);
 }
 
-/*! The lines of \a log that begin with one of \a names in brackets. */
+// The lines of log that begin with one of names in brackets.
 QString linesOf(const QString &log, const QStringList &names)
 {
     QString result;
@@ -202,7 +202,7 @@ private Q_SLOTS:
     void theReadmeShowsWhatIsPrinted();
     void otherContentOfTheStorageSurvives();
     void theCommandLineIsALayer();
-    void settingsOfTheFilesAreShownToo();
+    void onlyTheHostsSettingsAreShown();
     void theLogFollowsTheCommandLine_data();
     void theLogFollowsTheCommandLine();
     void theLogFollowsTheFiles_data();
@@ -222,7 +222,7 @@ private Q_SLOTS:
 
 private:
     QString path(const QString &name) const { return m_directory->filePath(name); }
-    /*! Runs settop in the directory of the test. */
+    // Runs settop in the directory of the test.
     ProgramResult run(const QStringList &arguments) const;
 
     std::unique_ptr<QTemporaryDir> m_directory;
@@ -309,7 +309,7 @@ void tst_Settop::theCommandLineIsALayer()
                                       u"--pos=30"_s, u"--ott_drm"_s, u"--spy"_s, u"u://spy"_s,
                                       u"--log-level"_s, u"1"_s, path(u"storage"_s)});
     const QString table = uR"(
-  group     key              value     answered by        hides
+  group     key              value     origin             overridden
   Logging   jsonLengthLimit  200       Runtime            RavonaConfDefault
   Logging   level            1         CommandLineArgs    RavonaConfDefault
   Service   audio            pl        CommandLineArgs    RavonaConfDefault
@@ -324,7 +324,7 @@ void tst_Settop::theCommandLineIsALayer()
     QCOMPARE(result.end, u"exit 0"_s);
 }
 
-void tst_Settop::settingsOfTheFilesAreShownToo()
+void tst_Settop::onlyTheHostsSettingsAreShown()
 {
     const QString storage = path(u"storage/"_s);
     QVERIFY(QDir().mkpath(storage));
@@ -332,10 +332,10 @@ void tst_Settop::settingsOfTheFilesAreShownToo()
           "[Service]\naudio=en, \"tlh, old\"\n\n[network]\nserver=mine\n\n[zoo]\na/b=1\nkey=\n");
 
     const ProgramResult result = run({storage});
-    // A deeper key cannot be read back, so there is no row for zoo/a/b.
+    // The host does not know the group zoo.
     const QString table = uR"(
 Effective settings
-  group     key              value         answered by           hides
+  group     key              value         origin                overridden
   Logging   jsonLengthLimit  200           Runtime               RavonaConfDefault
   Logging   level            info          RavonaConfDefault     -
   Service   audio            en, tlh, old  CustomConfPersistent  RavonaConfDefault
@@ -351,7 +351,6 @@ Effective settings
   system    model            SB-100        SystemProperties      -
   ui        lang             de            SelviDb               RavonaConfDefault
   ui        theme            operator      Rdm                   RavonaConfDefault
-  zoo       key                            CustomConfPersistent  -
 
 )"_s;
     QVERIFY2(result.output.contains(table), qUtf8Printable(result.output));
@@ -477,7 +476,7 @@ void tst_Settop::otherAssetsMayBeGiven()
     const ProgramResult result = run({u"storage"_s, u"assets"_s});
     const QString table = uR"(
 Effective settings
-  group     key              value     answered by       hides
+  group     key              value     origin            overridden
   Logging   jsonLengthLimit  200       Runtime           -
   features  multiroom        true      FeatureKeys       -
   features  recording        true      FeatureKeys       -

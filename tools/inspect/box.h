@@ -5,8 +5,7 @@
 #define BOX_H
 
 #include "options.h"
-
-#include <settingscatalogue.h>
+#include "settingscatalogue.h"
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/ilogger.h>
@@ -21,7 +20,7 @@
 #include <optional>
 #include <utility>
 
-/*! What one layer has to say about a setting. */
+// What one layer has to say about a setting.
 struct LayerValue
 {
     tamsel::SettingsType layer;
@@ -31,11 +30,11 @@ struct LayerValue
     // the setting gets it; empty for all others.
     QString entry;
 
-    /*! Whether no name gets the entry: QSettings skips empty parts of what it is asked for. */
+    // Whether no name gets the entry: QSettings skips empty parts of what it is asked for.
     bool isLost() const;
 };
 
-/*! A setting as readers see it, and everything that they do not see of it. */
+// A setting as readers see it, and everything that they do not see of it.
 struct Setting
 {
     SettingName name;
@@ -43,23 +42,21 @@ struct Setting
     QList<LayerValue> hidden; // highest layer first, unreadable entries last
 };
 
-/*!
- * The settings of a box, from its files and from what its processes would bring along.
- *
- * The manager tells no value of a layer below the one that answers. So the layers are created from
- * the lowest up, and each is asked for its values while it is the highest.
- */
+// The settings of a box, from its files and from what its processes would bring along.
+//
+// The manager tells no value of a layer below the one that answers. So the layers are created from
+// the lowest up, and each is asked for its values while it is the highest.
 class Box
 {
 public:
-    /*! The box of \a options with the files in \a storage. Throws a UserError. */
+    // The box of options with the files in storage. Throws a UserError.
     Box(const Options &options, const QString &storage);
 
-    /*! All settings that \a options asks for, by group and key. */
+    // All settings that options asks for, by group and key.
     QList<Setting> settings(const Options &options) const;
-    /*! What is known of one setting, which may be nothing. */
+    // What is known of one setting, which may be nothing.
     Setting setting(const SettingName &name) const;
-    /*! The file of the layer \a type; empty if it has none. */
+    // The file of the layer type; empty if it has none.
     QString fileOf(tamsel::SettingsType type) const { return m_files.value(type); }
 
 private:
@@ -67,7 +64,7 @@ private:
 
     using Pair = std::pair<QString, QString>;
 
-    /*! The tool says itself what there is to say. */
+    // The tool says itself what there is to say.
     class NoLogger final : public tamsel::ILogger
     {
         void error(const QString &) override { }

@@ -28,7 +28,7 @@ void SettingsCatalogue::onValueChanged(SettingsType type, const QString &group, 
     remember(group, key);
 }
 
-/*! Layers tell their pairs in order: most stand right behind the one before, and are not searched. */
+// Layers tell their pairs in order: most stand right behind the one before, and are not searched.
 void SettingsCatalogue::remember(const QString &group, const QString &key)
 {
     m_next = std::next(m_pairs.insert(m_next, {group, key}));
@@ -47,7 +47,7 @@ QList<EffectiveSetting> SettingsCatalogue::settings() const
     return result;
 }
 
-/*! Highest precedence first. */
+// Highest precedence first.
 QList<SettingsType> SettingsCatalogue::layersHolding(const QString &group, const QString &key) const
 {
     QList<SettingsType> result;

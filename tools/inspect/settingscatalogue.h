@@ -17,7 +17,7 @@ namespace tamsel {
 class ConfigurationManager;
 }
 
-/*! A setting as readers see it, and where it comes from. */
+// A setting as readers see it, and where it comes from.
 struct EffectiveSetting
 {
     QString group;
@@ -27,36 +27,34 @@ struct EffectiveSetting
     QList<tamsel::SettingsType> hidden; // the lower ones that hold it too, highest first
 };
 
-/*!
- * Knows all settings there are, although the manager lists none: it remembers each pair of group
- * and key that it hears of.
- *
- * Make it before the first layer. A pair is then heard of once some layer brings it, if not for
- * this layer, then for the higher one that hides it. What escapes it: a pair that comes alone,
- * written or as the only news of a layer, with an invalid value; remember() takes it from who knows
- * better.
- *
- * It has no lock and runs on the thread that changes the setting: for programs with one thread.
- */
+// Knows all settings there are, although the manager lists none: it remembers each pair of group
+// and key that it hears of.
+//
+// Make it before the first layer. A pair is then heard of once some layer brings it, if not for
+// this layer, then for the higher one that hides it. What escapes it: a pair that comes alone,
+// written or as the only news of a layer, with an invalid value; remember() takes it from who knows
+// better.
+//
+// It has no lock and runs on the thread that changes the setting: for programs with one thread.
 class SettingsCatalogue final : public tamsel::IConfigurationChangeHandler
 {
 public:
     using Pairs = std::set<std::pair<QString, QString>>;
 
-    /*! \a settings is borrowed and outlives the catalogue. */
+    // settings is borrowed and outlives the catalogue.
     explicit SettingsCatalogue(tamsel::ConfigurationManager *settings);
     ~SettingsCatalogue() override;
 
     void onValueChanged(tamsel::SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
 
-    /*! Knows of the pair from now on. */
+    // Knows of the pair from now on.
     void remember(const QString &group, const QString &key);
 
-    /*! All pairs ever heard of, by group and key, those that no layer can be asked for included. */
+    // All pairs ever heard of, by group and key, those that no layer can be asked for included.
     const Pairs &pairs() const { return m_pairs; }
 
-    /*! What holds now, by group and key. Pairs that no layer holds any more are not among it. */
+    // What holds now, by group and key. Pairs that no layer holds any more are not among it.
     QList<EffectiveSetting> settings() const;
 
 private:
