@@ -36,7 +36,7 @@ QByteArray contentsOf(const QString &fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : "unreadable"_ba;
 }
 
-/*! Every file and directory below \a directory with its bytes, and when it was changed last. */
+// Every file and directory below directory with its bytes, and when it was changed last.
 QStringList inventoryOf(const QString &directory)
 {
     QStringList result;
@@ -61,7 +61,7 @@ QJsonObject objectOf(const QString &text)
     return error.error == QJsonParseError::NoError ? document.object() : QJsonObject();
 }
 
-/*! The JSON of a test, written as it is easiest to read. */
+// The JSON of a test, written as it is easiest to read.
 QJsonObject json(const char *text)
 {
     QJsonParseError error;
@@ -71,7 +71,7 @@ QJsonObject json(const char *text)
     return document.object();
 }
 
-/*! A terminal that a program can write to. It takes little: nobody reads until the program ends. */
+// A terminal that a program can write to. It takes little: nobody reads until the program ends.
 class Terminal
 {
 public:
@@ -211,7 +211,7 @@ ProgramResult tst_Inspect::run(const QStringList &arguments, ProgramSurroundings
     return tamsel::tests::runProgram(QStringLiteral(TAMSEL_INSPECT), arguments, surroundings);
 }
 
-/*! What the tool prints about the whole box, if it is content. */
+// What the tool prints about the whole box, if it is content.
 QString tst_Inspect::table(const QStringList &arguments) const
 {
     const ProgramResult result = run(wholeBox + arguments);
@@ -1014,7 +1014,7 @@ void tst_Inspect::theDocumentsShowRealOutput_data()
     QTest::newRow("docs/inspect.md") << QStringLiteral(TAMSEL_TREE "/docs/inspect.md") << 3;
 }
 
-/*! Each "$ tamsel-inspect ..." of a code block, with what follows it. */
+// Each "$ tamsel-inspect ..." of a code block, with what follows it.
 void tst_Inspect::theDocumentsShowRealOutput()
 {
     QFETCH(const QString, document);

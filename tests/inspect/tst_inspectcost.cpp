@@ -76,7 +76,7 @@ QStringList assignments(const QString &layer)
     return result;
 }
 
-/*! Of this process or of its children that ended, in microseconds. */
+// Of this process or of its children that ended, in microseconds.
 qint64 processorTime(int who)
 {
     rusage usage{};
@@ -85,10 +85,8 @@ qint64 processorTime(int who)
             + usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
 }
 
-/*!
- * The least processor time of several runs, which are numbered: what else the machine does only adds
- * to it.
- */
+// The least processor time of several runs, which are numbered: what else the machine does only adds
+// to it.
 qint64 leastTime(int who, int runs, const std::function<void(int run)> &work)
 {
     qint64 least = std::numeric_limits<qint64>::max();
@@ -109,10 +107,8 @@ private Q_SLOTS:
     void tenThousandSettingsCostUnderTwentyTimesTheirLoading();
 };
 
-/*!
- * Every setting is in all eight layers. The files are loaded with nothing around it; the tool is
- * charged for its start, its command line and its output as well.
- */
+// Every setting is in all eight layers. The files are loaded with nothing around it; the tool is
+// charged for its start, its command line and its output as well.
 void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
 {
     const QTemporaryDir directory;

@@ -19,7 +19,7 @@ using tamsel::SettingsType;
 
 namespace {
 
-/*! Whether hosts write the layer value by value; it cannot be given a map. */
+// Whether hosts write the layer value by value; it cannot be given a map.
 bool isWritten(SettingsType type)
 {
     return type == SettingsType::Runtime || type == SettingsType::SystemProperties;
@@ -34,7 +34,7 @@ void checkDirectory(const QString &directory)
         throw UserError(u"cannot enter %1: permission denied"_s.arg(directory));
 }
 
-/*! A box that was never used has neither of its own files, but the defaults are always shipped. */
+// A box that was never used has neither of its own files, but the defaults are always shipped.
 void checkFile(const QString &fileName, SettingsType type)
 {
     const QFileInfo info(fileName);
@@ -102,7 +102,7 @@ void Box::addWrittenLayer(SettingsType type)
     }
 }
 
-/*! What the host would bring along for the layer \a type. */
+// What the host would bring along for the layer type.
 QVariantMap Box::fixedMap(SettingsType type) const
 {
     const QString fileName = m_files.value(type);
@@ -126,10 +126,8 @@ void Box::addFileLayer(SettingsType type)
     listEntries(type);
 }
 
-/*!
- * Looks at the names in the file itself: the layer lists an entry by the first and the last part of
- * its name, and reads it by what stands in front of the first "/" and behind it.
- */
+// Looks at the names in the file itself: the layer lists an entry by the first and the last part of
+// its name, and reads it by what stands in front of the first "/" and behind it.
 void Box::listEntries(SettingsType type)
 {
     const QString fileName = m_files.value(type);
@@ -150,7 +148,7 @@ void Box::listEntries(SettingsType type)
     }
 }
 
-/*! Of the layer \a type, which is the highest one now: it answers for every pair it holds. */
+// Of the layer type, which is the highest one now: it answers for every pair it holds.
 void Box::takeValues(SettingsType type)
 {
     for (const auto &pair : m_catalogue.pairs()) {

@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/*! A setting before and after; none where no layer answers. */
+// A setting before and after; none where no layer answers.
 struct Change
 {
     std::optional<LayerValue> before;
@@ -34,7 +34,7 @@ bool isVisible(const Change &change)
     return change.before->value != change.after->value;
 }
 
-/*! Only what readers see changing. */
+// Only what readers see changing.
 Changes changesBetween(const QList<Setting> &before, const QList<Setting> &after)
 {
     Changes result;

@@ -9,8 +9,8 @@
 class Box;
 class TablePrinter;
 
-/*! Prints what readers would see change if \a before became \a after. Returns whether anything
- *  would. */
+// Prints what readers would see change if before became after. Returns whether anything
+// would.
 bool printDifference(const Box &before, const Box &after, const Options &options,
                      TablePrinter &printer);
 

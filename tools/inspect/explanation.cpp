@@ -17,7 +17,7 @@ using tamsel::SettingsType;
 
 namespace {
 
-/*! Where one layer stands in the walk. */
+// Where one layer stands in the walk.
 struct Step
 {
     SettingsType layer;
@@ -90,7 +90,7 @@ QString originText(const LayerValue &layerValue)
                             layerValue.file.isEmpty() ? u"--set"_s : escaped(layerValue.file));
 }
 
-/*! What becomes of an entry that is listed as the setting, and is none. */
+// What becomes of an entry that is listed as the setting, and is none.
 QString entryText(const LayerValue &layerValue)
 {
     const QString listed = u"%1 lists the entry %2 as this setting, but it "_s.arg(

@@ -9,8 +9,8 @@
 class Box;
 class TablePrinter;
 
-/*! Prints the walk through all layers for the setting that \a options name. Returns whether a layer
- *  answers. */
+// Prints the walk through all layers for the setting that options name. Returns whether a layer
+// answers.
 bool printExplanation(const Box &box, const Options &options, TablePrinter &printer);
 
 #endif // EXPLANATION_H

@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/*! Those that end a line, move the cursor or turn the direction of what follows. */
+// Those that end a line, move the cursor or turn the direction of what follows.
 bool isUnprintable(QChar character)
 {
     switch (character.category()) {
@@ -60,7 +60,7 @@ QString listText(const QStringList &texts)
     return u'[' + result.join(", "_L1) + u']';
 }
 
-/*! As for qDebug(): good for every type there is. */
+// As for qDebug(): good for every type there is.
 QString debugText(const QVariant &value)
 {
     QString result;
@@ -73,7 +73,7 @@ bool isAscii(const QString &text)
     return std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() < 0x80; });
 }
 
-/*! Letters of some scripts take two columns, accents of their own none. */
+// Letters of some scripts take two columns, accents of their own none.
 int columnsOf(uint character)
 {
     const int width = wcwidth(static_cast<wchar_t>(character));

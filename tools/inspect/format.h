@@ -10,28 +10,28 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/*! The name of a layer, as the library's log messages show it too. */
+// The name of a layer, as the library's log messages show it too.
 QString layerName(tamsel::SettingsType layer);
 
-/*! A value for people to read: texts in quotes, an invalid value as "(invalid)". */
+// A value for people to read: texts in quotes, an invalid value as "(invalid)".
 QString valueText(const QVariant &value);
 
-/*! The name of the value's type; "-" for an invalid value. */
+// The name of the value's type; "-" for an invalid value.
 QString typeText(const QVariant &value);
 
-/*! The value as JSON has it; what JSON does not know becomes a text, an invalid value null. */
+// The value as JSON has it; what JSON does not know becomes a text, an invalid value null.
 QJsonValue jsonValue(const QVariant &value);
 
-/*! The name of the value's type; null for an invalid value. */
+// The name of the value's type; null for an invalid value.
 QJsonValue jsonType(const QVariant &value);
 
-/*! \a text on a single line and unable to steer a terminal: control characters are escaped. */
+// text on a single line and unable to steer a terminal: control characters are escaped.
 QString escaped(const QString &text);
 
-/*! How many columns of a terminal \a text takes. */
+// How many columns of a terminal text takes.
 qsizetype columnsOf(const QString &text);
 
-/*! \a text, or its beginning and "…", in no more than \a columns. */
+// text, or its beginning and "…", in no more than columns.
 QString elided(const QString &text, qsizetype columns);
 
 #endif // FORMAT_H

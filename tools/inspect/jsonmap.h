@@ -8,7 +8,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/*! The settings map, group to QVariantMap, that the JSON file \a fileName holds. Throws a UserError. */
+// The settings map, group to QVariantMap, that the JSON file fileName holds. Throws a UserError.
 QVariantMap readJsonMap(const QString &fileName);
 
 #endif // JSONMAP_H

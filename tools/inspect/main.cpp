@@ -32,7 +32,7 @@ void complain(const QString &text)
     QTextStream(stderr) << "tamsel-inspect: " << escaped(text) << '\n';
 }
 
-/*! Returns the exit code. */
+// Returns the exit code.
 int print(const Options &options, TablePrinter &printer)
 {
     if (!options.answer.isEmpty()) {

@@ -17,10 +17,8 @@ using tamsel::SettingsType;
 
 namespace {
 
-/*!
- * The text that patterns are matched with. Wildcards stop at a "/" as in file names; here they do
- * not, so there is none.
- */
+// The text that patterns are matched with. Wildcards stop at a "/" as in file names; here they do
+// not, so there is none.
 QString matchable(QString text)
 {
     return text.replace(u'/', QChar(1));
@@ -36,7 +34,7 @@ QRegularExpression patternOf(const QString &text)
     return pattern;
 }
 
-/*! The group is what stands in front of the first "/". */
+// The group is what stands in front of the first "/".
 std::optional<SettingName> nameOf(const QString &text)
 {
     const qsizetype slash = text.indexOf(u'/');
@@ -68,7 +66,7 @@ Assignment assignmentOf(const QString &text)
     return {layerOf(text.left(colon), text), *name, text.mid(equals + 1)};
 }
 
-/*! The library appends the names of the files as they are. */
+// The library appends the names of the files as they are.
 QString directoryOf(const QCommandLineParser &parser, const QString &option)
 {
     QString directory = parser.value(option);
@@ -116,7 +114,7 @@ void describe(QCommandLineParser &parser)
     parser.addVersionOption();
 }
 
-/*! One of two would count, and nobody would see which. */
+// One of two would count, and nobody would see which.
 void checkRepetitions(const QCommandLineParser &parser)
 {
     for (const QString &option :

@@ -13,14 +13,14 @@
 
 #include <optional>
 
-/*! A group and a key, as they are given and shown with a "/" between them. */
+// A group and a key, as they are given and shown with a "/" between them.
 struct SettingName
 {
     QString group;
     QString key;
 };
 
-/*! A value for a layer that has no file, from --set. */
+// A value for a layer that has no file, from --set.
 struct Assignment
 {
     tamsel::SettingsType layer;
@@ -28,10 +28,10 @@ struct Assignment
     QString value;
 };
 
-/*! Whether the layer is an INI file. */
+// Whether the layer is an INI file.
 bool isFileLayer(tamsel::SettingsType layer);
 
-/*! The command line. */
+// The command line.
 struct Options
 {
     QString storage; // directories end with "/"
@@ -46,11 +46,11 @@ struct Options
     bool colour = true;
     QString answer; // the text that --help or --version asks for; nothing else is done then
 
-    /*! Whether one of the patterns is that of \a group / \a key, or there is none at all. */
+    // Whether one of the patterns is that of group / key, or there is none at all.
     bool wants(const QString &group, const QString &key) const;
 };
 
-/*! Reads \a arguments, the program's name first. Throws a UserError. */
+// Reads arguments, the program's name first. Throws a UserError.
 Options parseOptions(const QStringList &arguments);
 
 #endif // OPTIONS_H

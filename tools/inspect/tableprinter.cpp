@@ -39,7 +39,7 @@ qsizetype terminalWidth()
     return size.ws_col;
 }
 
-/*! Of each column, the width of its longest text. */
+// Of each column, the width of its longest text.
 Widths naturalWidths(const QList<Row> &rows)
 {
     Widths widths(rows.first().cells.size());
@@ -50,7 +50,7 @@ Widths naturalWidths(const QList<Row> &rows)
     return widths;
 }
 
-/*! Takes from the widest of \a columns until \a available is enough or all are down to \a least. */
+// Takes from the widest of columns until available is enough or all are down to least.
 void shrink(Widths &widths, const QList<qsizetype> &columns, qsizetype available, qsizetype least)
 {
     const auto narrower
@@ -69,7 +69,7 @@ QString padded(const QString &text, qsizetype width)
     return text + QString(std::max<qsizetype>(0, width - columnsOf(text)), u' ');
 }
 
-/*! A horizontal line of a frame; \a corners are its left end, its crossings and its right end. */
+// A horizontal line of a frame; corners are its left end, its crossings and its right end.
 QString frameLine(const Widths &widths, QStringView corners)
 {
     QStringList dashes;

@@ -14,33 +14,29 @@ class QJsonObject;
 
 enum class Style { Plain, Heading, Faint, Good, Alert };
 
-/*! A line of a table. */
+// A line of a table.
 struct Row
 {
     QStringList cells;
     Style style = Style::Plain;
 };
 
-/*!
- * Standard output. A terminal gets frames and colours, and tables that fit into its width. All else
- * gets plain lines with everything in them.
- */
+// Standard output. A terminal gets frames and colours, and tables that fit into its width. All else
+// gets plain lines with everything in them.
 class TablePrinter
 {
 public:
-    /*! Shows no colours if \a colour is \c false, or where the environment asks for none. */
+    // Shows no colours if colour is false, or where the environment asks for none.
     explicit TablePrinter(bool colour);
 
-    /*! \a text as it is, with its own ends of lines. */
+    // text as it is, with its own ends of lines.
     void printText(const QString &text);
     void printLine(const QString &text, Style style = Style::Plain);
-    /*!
-     * The first of \a rows is the heading; all have as many cells as it has. Where the table is too
-     * wide, the columns \a elastic give way before the others.
-     */
+    // The first of rows is the heading; all have as many cells as it has. Where the table is too
+    // wide, the columns elastic give way before the others.
     void printTable(const QList<Row> &rows, const QList<qsizetype> &elastic);
     void printJson(const QJsonObject &object);
-    /*! Throws a UserError if not everything could be written. */
+    // Throws a UserError if not everything could be written.
     void finish();
 
 private:
