@@ -3,10 +3,8 @@
 
 #include "storage/staticmapreader.h"
 
-#include "journal.h"
-#include "recordinghandler.h"
-#include "recordinglogger.h"
 #include "storagetesting.h"
+#include "threads.h"
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QRegularExpression>
@@ -14,44 +12,23 @@
 
 #include <map>
 #include <memory>
-#include <type_traits>
 #include <utility>
 
 using namespace tamsel;
 using namespace tamsel::tests;
 using namespace Qt::StringLiterals;
 
-static_assert(std::is_base_of_v<AbstractStorage, StaticMapReader>);
-static_assert(std::has_virtual_destructor_v<StaticMapReader>);
-static_assert(std::is_nothrow_destructible_v<StaticMapReader>);
-static_assert(!std::is_copy_constructible_v<StaticMapReader>);
-static_assert(!std::is_move_constructible_v<StaticMapReader>);
-static_assert(!std::is_copy_assignable_v<StaticMapReader>);
-static_assert(!std::is_move_assignable_v<StaticMapReader>);
-
 namespace {
 
-/*! A layer over a map, whose log and notifications end up in one journal. */
-struct Layer
-{
-    explicit Layer(const QVariantMap &values)
-        : storage(std::make_unique<StaticMapReader>(SettingsType::Rdm, &handler, &logger, values))
-    {
-    }
+using Layer = RecordedStorage<StaticMapReader, SettingsType::Rdm>;
 
-    Journal journal;
-    RecordingHandler handler{&journal};
-    RecordingLogger logger{&journal};
-    std::unique_ptr<AbstractStorage> storage;
-};
-
-/*! Becomes a map when a test says how. */
+// Becomes a map when a test says how.
 struct Convertible
 {
     int number = 0;
 };
 
-/*! As Convertible, for a test that adds the conversion late. */
+// As Convertible, for a test that adds the conversion late.
 struct LateConvertible
 {
 };
@@ -67,15 +44,9 @@ class tst_StaticMapReader : public QObject
 private Q_SLOTS:
     void init();
 
-    void itKeepsWhatItWasBuiltWith_data();
-    void itKeepsWhatItWasBuiltWith();
-    void anEmptyMapIsAnAvailableEmptyLayer();
-    void itHoldsTheEntriesOfEachGroup();
     void aValueKeepsItsType_data();
     void aValueKeepsItsType();
     void anEntryMayBeInvalid();
-    void namesAreCaseSensitive();
-    void keysAreSortedByGroupAndThenByKey();
     void keysOfAConvertedGroupAreSortedToo();
 
     void whateverConvertsToAMapIsAGroup_data();
@@ -84,15 +55,13 @@ private Q_SLOTS:
     void aTypeThatConvertsIsAGroupEvenWhenTheValueHasNoEntries();
     void whateverDoesNotConvertIsInvisible_data();
     void whateverDoesNotConvertIsInvisible();
-    void everyReadConvertsAfresh();
+    void everyReadConvertsAgain();
     void aConversionMayComeLate();
 
     void aWriteIsRefused_data();
     void aWriteIsRefused();
     void aRemovalIsRefused_data();
     void aRemovalIsRefused();
-    void nobodyIsEverNotified();
-    void aHandlerIsNotNeeded();
 
     void theHostsChangesDoNotReachTheLayer();
     void changesOfAnAnswerDoNotReachTheLayer();
@@ -103,67 +72,6 @@ private Q_SLOTS:
 void tst_StaticMapReader::init()
 {
     QTest::failOnWarning(QRegularExpression(u".*"_s));
-}
-
-void tst_StaticMapReader::itKeepsWhatItWasBuiltWith_data()
-{
-    QTest::addColumn<SettingsType>("type");
-    QTest::newRow("CommandLineArgs") << SettingsType::CommandLineArgs;
-    QTest::newRow("Rdm") << SettingsType::Rdm;
-    QTest::newRow("FeatureKeys") << SettingsType::FeatureKeys;
-}
-
-void tst_StaticMapReader::itKeepsWhatItWasBuiltWith()
-{
-    QFETCH(SettingsType, type);
-    Journal journal;
-    RecordingHandler handler(&journal);
-    RecordingLogger logger(&journal);
-    StaticMapReader storage(type, &handler, &logger, {});
-    QCOMPARE(storage.type(), type);
-    QCOMPARE(storage.logger(), &logger);
-    storage.setValue(u"g"_s, u"k"_s, 1);
-    QCOMPARE(journal.take(), QStringList(u"error: The storage doesn't support writing!"_s));
-}
-
-void tst_StaticMapReader::anEmptyMapIsAnAvailableEmptyLayer()
-{
-    Layer layer({});
-    QVERIFY(layer.storage->isAvailable());
-    QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
-    QVERIFY(!layer.storage->value(u"g"_s, u"k"_s).isValid());
-    QVERIFY(!layer.storage->contains(QString(), QString()));
-    QVERIFY(!layer.storage->value(QString(), QString()).isValid());
-    QCOMPARE(layer.storage->keys(), KeyList());
-    QCOMPARE(layer.journal.take(), QStringList());
-}
-
-void tst_StaticMapReader::itHoldsTheEntriesOfEachGroup()
-{
-    const Layer layer({{u"ui"_s, QVariantMap{{u"lang"_s, u"en"_s}, {u"size"_s, 5}}},
-                       {u"audio"_s, QVariantMap{{u"lang"_s, u"de"_s}}},
-                       {u"empty"_s, QVariantMap()}});
-    const AbstractStorage &storage = *layer.storage;
-    QVERIFY(storage.isAvailable());
-    QCOMPARE(storage.keys(),
-             KeyList({{u"audio"_s, u"lang"_s}, {u"ui"_s, u"lang"_s}, {u"ui"_s, u"size"_s}}));
-    QVERIFY(storage.contains(u"ui"_s, u"lang"_s));
-    QCOMPARE(shown(storage.value(u"ui"_s, u"lang"_s)), shown(u"en"_s));
-    QVERIFY(storage.contains(u"audio"_s, u"lang"_s));
-    QCOMPARE(shown(storage.value(u"audio"_s, u"lang"_s)), shown(u"de"_s));
-    QVERIFY(storage.contains(u"ui"_s, u"size"_s));
-    QCOMPARE(shown(storage.value(u"ui"_s, u"size"_s)), shown(5));
-
-    for (const auto &[group, key] : KeyList({{u"audio"_s, u"size"_s},
-                                             {u"empty"_s, u"lang"_s},
-                                             {u"other"_s, u"lang"_s},
-                                             {u"lang"_s, u"ui"_s},
-                                             {u"ui"_s, u""_s},
-                                             {u""_s, u"lang"_s},
-                                             {u""_s, u"ui/lang"_s}})) {
-        QVERIFY(!storage.contains(group, key));
-        QCOMPARE(shown(storage.value(group, key)), shown(QVariant()));
-    }
 }
 
 void tst_StaticMapReader::aValueKeepsItsType_data()
@@ -185,10 +93,10 @@ void tst_StaticMapReader::aValueKeepsItsType_data()
 
 void tst_StaticMapReader::aValueKeepsItsType()
 {
-    QFETCH(QVariant, value);
+    QFETCH(const QVariant, value);
     const QVariantMap entries{{u"k"_s, value}};
     const QVariantHash hashed{{u"k"_s, value}};
-    const Layer layer({{u"map"_s, entries}, {u"hash"_s, hashed}});
+    const Layer layer(QVariantMap{{u"map"_s, entries}, {u"hash"_s, hashed}});
     for (const QString &group : {u"map"_s, u"hash"_s}) {
         QVERIFY(layer.storage->contains(group, u"k"_s));
         const QVariant read = layer.storage->value(group, u"k"_s);
@@ -200,48 +108,14 @@ void tst_StaticMapReader::aValueKeepsItsType()
 
 void tst_StaticMapReader::anEntryMayBeInvalid()
 {
-    Layer layer({{u"g"_s, QVariantMap{{u"k"_s, QVariant()}}},
-                 {u"h"_s, QVariantHash{{u"k"_s, QVariant()}}}});
+    Layer layer(QVariantMap{{u"g"_s, QVariantMap{{u"k"_s, QVariant()}}},
+                            {u"h"_s, QVariantHash{{u"k"_s, QVariant()}}}});
     for (const QString &group : {u"g"_s, u"h"_s}) {
         QVERIFY(layer.storage->contains(group, u"k"_s));
         QCOMPARE(shown(layer.storage->value(group, u"k"_s)), shown(QVariant()));
         QVERIFY(!layer.storage->contains(group, u"l"_s));
     }
     QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}, {u"h"_s, u"k"_s}}));
-}
-
-void tst_StaticMapReader::namesAreCaseSensitive()
-{
-    const Layer layer(
-            {{u"Upper"_s, QVariantMap{{u"Key"_s, 1}}}, {u"lower"_s, QVariantMap{{u"key"_s, 2}}}});
-    QVERIFY(layer.storage->contains(u"Upper"_s, u"Key"_s));
-    QVERIFY(layer.storage->contains(u"lower"_s, u"key"_s));
-    for (const auto &[group, key] : KeyList({{u"Upper"_s, u"key"_s},
-                                             {u"upper"_s, u"Key"_s},
-                                             {u"lower"_s, u"Key"_s},
-                                             {u"Lower"_s, u"key"_s}})) {
-        QVERIFY(!layer.storage->contains(group, key));
-        QVERIFY(!layer.storage->value(group, key).isValid());
-    }
-}
-
-void tst_StaticMapReader::keysAreSortedByGroupAndThenByKey()
-{
-    // The order is that of UTF-16 code units: upper case before lower case, and a character beyond
-    // U+FFFF (made of surrogates) before U+FF21.
-    const QStringList sorted{u""_s,  u"10"_s, u"9"_s,      u"B"_s,          u"Ba"_s,
-                             u"a"_s, u"b"_s,  u"\u00E4"_s, u"\U0001F600"_s, u"\uFF21"_s};
-    QVariantMap entries;
-    for (const QString &key : sorted)
-        entries.insert(key, 1);
-    QVariantMap values;
-    KeyList expected;
-    for (const QString &group : sorted) {
-        values.insert(group, entries);
-        for (const QString &key : sorted)
-            expected.append({group, key});
-    }
-    QCOMPARE(Layer(values).storage->keys(), expected);
 }
 
 void tst_StaticMapReader::keysOfAConvertedGroupAreSortedToo()
@@ -254,7 +128,7 @@ void tst_StaticMapReader::keysOfAConvertedGroupAreSortedToo()
     }
     entries.insert(u"B"_s, 1);
     expected.prepend({u"g"_s, u"B"_s});
-    QCOMPARE(Layer({{u"g"_s, entries}}).storage->keys(), expected);
+    QCOMPARE(Layer(QVariantMap{{u"g"_s, entries}}).storage->keys(), expected);
 }
 
 void tst_StaticMapReader::whateverConvertsToAMapIsAGroup_data()
@@ -277,9 +151,9 @@ void tst_StaticMapReader::whateverConvertsToAMapIsAGroup_data()
 
 void tst_StaticMapReader::whateverConvertsToAMapIsAGroup()
 {
-    QFETCH(QVariant, group);
-    QFETCH(QVariant, value);
-    Layer layer({{u"g"_s, group}, {u"z"_s, QVariantMap{{u"k"_s, 1}}}});
+    QFETCH(const QVariant, group);
+    QFETCH(const QVariant, value);
+    Layer layer(QVariantMap{{u"g"_s, group}, {u"z"_s, QVariantMap{{u"k"_s, 1}}}});
     QVERIFY(layer.storage->contains(u"g"_s, u"k"_s));
     QVERIFY(!layer.storage->contains(u"g"_s, u"l"_s));
     QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(value));
@@ -299,8 +173,8 @@ void tst_StaticMapReader::aTypeThatConvertsIsAGroupEvenWhenTheValueHasNoEntries_
 
 void tst_StaticMapReader::aTypeThatConvertsIsAGroupEvenWhenTheValueHasNoEntries()
 {
-    QFETCH(QVariant, group);
-    Layer layer({{u"g"_s, group}, {u"z"_s, QVariantMap{{u"k"_s, 1}}}});
+    QFETCH(const QVariant, group);
+    Layer layer(QVariantMap{{u"g"_s, group}, {u"z"_s, QVariantMap{{u"k"_s, 1}}}});
     QVERIFY(layer.storage->isAvailable());
     QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
     QVERIFY(!layer.storage->contains(u"g"_s, QString()));
@@ -328,10 +202,10 @@ void tst_StaticMapReader::whateverDoesNotConvertIsInvisible_data()
 
 void tst_StaticMapReader::whateverDoesNotConvertIsInvisible()
 {
-    QFETCH(QVariant, group);
-    Layer layer({{u"a"_s, QVariantMap{{u"k"_s, 1}}},
-                 {u"g"_s, group},
-                 {u"z"_s, QVariantMap{{u"k"_s, 2}}}});
+    QFETCH(const QVariant, group);
+    Layer layer(QVariantMap{{u"a"_s, QVariantMap{{u"k"_s, 1}}},
+                            {u"g"_s, group},
+                            {u"z"_s, QVariantMap{{u"k"_s, 2}}}});
     QVERIFY(layer.storage->isAvailable());
     QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
     QVERIFY(!layer.storage->contains(u"g"_s, QString()));
@@ -341,7 +215,7 @@ void tst_StaticMapReader::whateverDoesNotConvertIsInvisible()
     QCOMPARE(layer.journal.take(), QStringList());
 }
 
-void tst_StaticMapReader::everyReadConvertsAfresh()
+void tst_StaticMapReader::everyReadConvertsAgain()
 {
     int conversions = 0;
     QVERIFY((QMetaType::registerConverter<Convertible, QVariantMap>(
@@ -353,7 +227,7 @@ void tst_StaticMapReader::everyReadConvertsAfresh()
         QMetaType::unregisterConverterFunction(QMetaType::fromType<Convertible>(),
                                                QMetaType::fromType<QVariantMap>());
     });
-    Layer layer({{u"g"_s, QVariant::fromValue(Convertible{7})}});
+    Layer layer(QVariantMap{{u"g"_s, QVariant::fromValue(Convertible{7})}});
     QCOMPARE(conversions, 0);
     QVERIFY(layer.storage->contains(u"g"_s, u"number"_s));
     QCOMPARE(conversions, 1);
@@ -369,7 +243,7 @@ void tst_StaticMapReader::everyReadConvertsAfresh()
 
 void tst_StaticMapReader::aConversionMayComeLate()
 {
-    Layer layer({{u"g"_s, QVariant::fromValue(LateConvertible())}});
+    Layer layer(QVariantMap{{u"g"_s, QVariant::fromValue(LateConvertible())}});
     QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
     QCOMPARE(layer.storage->keys(), KeyList());
     {
@@ -405,10 +279,10 @@ void tst_StaticMapReader::aWriteIsRefused_data()
 
 void tst_StaticMapReader::aWriteIsRefused()
 {
-    QFETCH(QString, group);
-    QFETCH(QString, key);
-    QFETCH(QVariant, value);
-    Layer layer({{u"g"_s, QVariantMap{{u"k"_s, 1}}}, {u"number"_s, 4}});
+    QFETCH(const QString, group);
+    QFETCH(const QString, key);
+    QFETCH(const QVariant, value);
+    Layer layer(QVariantMap{{u"g"_s, QVariantMap{{u"k"_s, 1}}}, {u"number"_s, 4}});
     const bool held = layer.storage->contains(group, key);
     const QString before = shown(layer.storage->value(group, key));
     layer.storage->setValue(group, key, value);
@@ -432,50 +306,14 @@ void tst_StaticMapReader::aRemovalIsRefused_data()
 
 void tst_StaticMapReader::aRemovalIsRefused()
 {
-    QFETCH(QString, group);
-    QFETCH(QString, key);
-    Layer layer({{u"g"_s, QVariantMap{{u"k"_s, 1}}}, {u"number"_s, 4}});
+    QFETCH(const QString, group);
+    QFETCH(const QString, key);
+    Layer layer(QVariantMap{{u"g"_s, QVariantMap{{u"k"_s, 1}}}, {u"number"_s, 4}});
     layer.storage->remove(group, key);
     QCOMPARE(layer.journal.take(), QStringList(u"error: The storage doesn't support removing!"_s));
     QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(1));
     QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}}));
     QVERIFY(layer.storage->isAvailable());
-}
-
-void tst_StaticMapReader::nobodyIsEverNotified()
-{
-    Journal journal;
-    RecordingHandler handler(&journal);
-    RecordingLogger logger(&journal);
-    QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, 1}}}};
-    std::unique_ptr<AbstractStorage> storage
-            = std::make_unique<StaticMapReader>(SettingsType::Rdm, &handler, &logger, values);
-    QVERIFY(storage->isAvailable());
-    QVERIFY(storage->contains(u"g"_s, u"k"_s));
-    QCOMPARE(shown(storage->value(u"g"_s, u"k"_s)), shown(1));
-    QCOMPARE(storage->keys().size(), 1);
-    values.clear();
-    QCOMPARE(journal.take(), QStringList());
-    storage->setValue(u"g"_s, u"k"_s, 2);
-    storage->remove(u"g"_s, u"k"_s);
-    storage.reset();
-    QCOMPARE(journal.take(),
-             QStringList({u"error: The storage doesn't support writing!"_s,
-                          u"error: The storage doesn't support removing!"_s}));
-}
-
-void tst_StaticMapReader::aHandlerIsNotNeeded()
-{
-    Journal journal;
-    RecordingLogger logger(&journal);
-    StaticMapReader storage(SettingsType::FeatureKeys, nullptr, &logger,
-                            {{u"g"_s, QVariantMap{{u"k"_s, 1}}}});
-    QCOMPARE(shown(storage.value(u"g"_s, u"k"_s)), shown(1));
-    storage.setValue(u"g"_s, u"k"_s, 2);
-    storage.remove(u"g"_s, u"k"_s);
-    QCOMPARE(journal.take(),
-             QStringList({u"error: The storage doesn't support writing!"_s,
-                          u"error: The storage doesn't support removing!"_s}));
 }
 
 void tst_StaticMapReader::theHostsChangesDoNotReachTheLayer()
