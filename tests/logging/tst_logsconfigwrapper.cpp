@@ -3,38 +3,24 @@
 
 #include <tamsel/logsconfigwrapper.h>
 
-#include <tamsel/configurationmanager.h>
-
+#include "datarows.h"
 #include "journal.h"
-#include "recordinghandler.h"
-#include "recordinglogger.h"
+#include "testhost.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QScopeGuard>
-#include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
 
-#include <functional>
 #include <limits>
 #include <type_traits>
 
 // What a host's logging library does: it completes the type that the header only declares.
 namespace logging {
-enum Level : int {
-    Critical = 0,
-    Error = 1,
-    Warning = 2,
-    Info = 3,
-    Debug = 4,
-    Trace = 5,
-};
+enum Level : int { Critical, Error, Warning, Info, Debug, Trace };
 } // namespace logging
 
 using namespace Qt::StringLiterals;
+using namespace tamsel;
 using namespace tamsel::tests;
-using tamsel::ConfigurationManager;
-using tamsel::LogsConfigWrapper;
-using tamsel::SettingsType;
 
 static_assert(sizeof(LogsConfigWrapper) == sizeof(void *));
 static_assert(!std::is_polymorphic_v<LogsConfigWrapper>);
@@ -52,47 +38,60 @@ static_assert(std::is_same_v<decltype(&LogsConfigWrapper::stringLevelToIntLevel)
 
 namespace {
 
-using Setter = std::function<void(LogsConfigWrapper &, SettingsType)>;
-
 const QString group = u"Logging"_s;
 
-/*! A manager on a directory of its own; log and handler write into the journal. */
-class Host
+// A setting of the group, with its accessors.
+struct Setting
 {
-public:
-    Host()
-    {
-        manager.setPersistentStoragePath(path(QString()));
-        manager.setAssetsPrefix(path(QString()));
-    }
-
-    /*! The path of \a file; the prefix of all files for an empty one. */
-    QString path(const QString &file) const { return m_directory.path() + '/'_L1 + file; }
-
-    void initAll()
-    {
-        for (const SettingsType type : tamsel::storagePriority)
-            manager.initStorage(type);
-        journal.take();
-    }
-
-    /*! A layer that holds \a entries in the group "Logging" just as they are. */
-    void initFixed(const QVariantMap &entries, SettingsType type = SettingsType::Rdm)
-    {
-        manager.initStorage(type, {{group, entries}});
-        journal.take();
-    }
-
-private:
-    QTemporaryDir m_directory;
-
-public:
-    Journal journal;
-    RecordingLogger logger{&journal};
-    ConfigurationManager manager{&logger};
+    QString key;
+    QVariant unset; // read where no layer holds the key
+    QVariant (*read)(const LogsConfigWrapper &logs);
+    void (*write)(LogsConfigWrapper &logs, const QVariant &value, SettingsType type); // or null
+    QVariantList values; // to write
 };
 
-/*! Becomes a map, which a test counts. */
+const Setting settings[] = {
+        {u"level"_s,
+         -1,
+         [](const LogsConfigWrapper &logs) { return QVariant(int(logs.level())); },
+         [](LogsConfigWrapper &logs, const QVariant &value, SettingsType type) {
+             logs.setLevel(logging::Level(value.toInt()), type);
+         },
+         {logging::Info, logging::Critical}},
+        {u"jsonLengthLimit"_s,
+         -1,
+         [](const LogsConfigWrapper &logs) { return QVariant(logs.jsonLengthLimit()); },
+         [](LogsConfigWrapper &logs, const QVariant &value, SettingsType type) {
+             logs.setJsonLengthLimit(value.toInt(), type);
+         },
+         {70, -1}},
+        {u"jsonFormattingEnabled"_s,
+         false,
+         [](const LogsConfigWrapper &logs) { return QVariant(logs.jsonFormattingEnabled()); },
+         [](LogsConfigWrapper &logs, const QVariant &value, SettingsType type) {
+             logs.setJsonFormattingEnabled(value.toBool(), type);
+         },
+         {true, false}},
+        {u"imageRequestsEnabled"_s,
+         false,
+         [](const LogsConfigWrapper &logs) { return QVariant(logs.imageRequestsEnabled()); },
+         [](LogsConfigWrapper &logs, const QVariant &value, SettingsType type) {
+             logs.setImageRequestsEnabled(value.toBool(), type);
+         },
+         {true, false}},
+        {u"blacklist"_s,
+         QString(),
+         [](const LogsConfigWrapper &logs) { return QVariant(logs.modulesBlacklist()); },
+         nullptr,
+         {}},
+        {u"whitelist"_s,
+         QString(),
+         [](const LogsConfigWrapper &logs) { return QVariant(logs.modulesWhitelist()); },
+         nullptr,
+         {}},
+};
+
+// A group that shows each lookup in its layer, as it has to be converted.
 struct Convertible
 {
 };
@@ -104,36 +103,20 @@ class tst_LogsConfigWrapper : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void defaultsAnswerWhereNoLayerHoldsTheKeys_data();
-    void defaultsAnswerWhereNoLayerHoldsTheKeys();
-
+    void aStoredValueIsReadAs_data();
+    void aStoredValueIsReadAs();
+    void whatNoLayerHoldsIsReadAsUnset_data();
+    void whatNoLayerHoldsIsReadAsUnset();
     void eachReadAsksTheManagerOnce();
-    void levelIsReadFromNumbersAndNames_data();
-    void levelIsReadFromNumbersAndNames();
-    void jsonLengthLimitConvertsUnchecked_data();
-    void jsonLengthLimitConvertsUnchecked();
-    void switchesConvertUnchecked_data();
-    void switchesConvertUnchecked();
-    void listsAreReadAsTheyAreStored_data();
-    void listsAreReadAsTheyAreStored();
+    void anUnusableLevelOverridesAsWell();
+    void changesAreReadAtOnce();
 
-    void eachAccessorReadsItsOwnKey();
-    void otherSpellingsAreNotRead();
-    void fileIsReadAsText();
-
-    void settersStoreInTheNamedLayerOnly_data();
-    void settersStoreInTheNamedLayerOnly();
-    void settersLogNothingThemselves();
-    void settersAreRefusedByReadOnlyLayers_data();
-    void settersAreRefusedByReadOnlyLayers();
-    void settersDoNothingWithoutTheLayer();
-    void levelOutsideTheRangeIsStoredAndReadAsUnset();
-
-    void uppermostLayerAnswers();
-    void commandLineOutranksTheFiles();
-    void changesAreSeenAtOnce();
-    void wrappersOverOneManagerAgree();
-    void managerOutlivesTheWrapper();
+    void aSetterWritesIntoTheNamedLayerOnly_data() { addTypeRows(writableLayers); }
+    void aSetterWritesIntoTheNamedLayerOnly();
+    void aReadOnlyLayerRefusesEachSetter_data() { addTypeRows(mapLayers); }
+    void aReadOnlyLayerRefusesEachSetter();
+    void aSetterDoesNothingWithoutTheLayer();
+    void aLevelOutsideTheRangeIsStoredAndReadAsUnset();
 
     void levelNamesAreSixAndCaseSensitive();
     void levelTableIsOneObject();
@@ -142,246 +125,101 @@ private Q_SLOTS:
     void levelIsValidWithinTheRange();
 };
 
-void tst_LogsConfigWrapper::defaultsAnswerWhereNoLayerHoldsTheKeys_data()
+void tst_LogsConfigWrapper::aStoredValueIsReadAs_data()
 {
-    QTest::addColumn<bool>("withLayers");
-    QTest::addColumn<QVariantMap>("rdm");
-    QTest::newRow("no layers") << false << QVariantMap();
-    QTest::newRow("empty layers") << true << QVariantMap();
-    QTest::newRow("empty group") << true << QVariantMap{{group, QVariantMap()}};
-    QTest::newRow("group that is no map") << true << QVariantMap{{group, 3}};
-}
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<QVariant>("read");
+    const auto row = [](const QString &key, const QVariant &stored, const QVariant &read) {
+        QTest::addRow("%s %s", qPrintable(key),
+                      stored.canConvert<QString>() && !stored.toString().isEmpty()
+                              ? qPrintable(describe(stored))
+                              : qPrintable(QDebug::toString(stored)))
+                << key << stored << read;
+    };
+    constexpr int highest = std::numeric_limits<int>::max();
+    constexpr int lowest = std::numeric_limits<int>::min();
+    const QVariant nullNumber{QMetaType::fromType<int>()};
 
-void tst_LogsConfigWrapper::defaultsAnswerWhereNoLayerHoldsTheKeys()
-{
-    QFETCH(bool, withLayers);
-    QFETCH(QVariantMap, rdm);
-    Host host;
-    if (withLayers) {
-        host.initAll();
-        host.manager.initStorage(SettingsType::Rdm, rdm);
-        host.journal.take();
+    const auto level = [&row](const QVariant &stored, int read) { row(u"level"_s, stored, read); };
+    for (int number = 0; number <= 5; ++number)
+        level(number, number);
+    for (const int number : {6, -1, highest, lowest})
+        level(number, -1);
+    level(4U, 4);
+    level(4LL, 4);
+    level(4294967298LL, 2); // its lowest 32 bits
+    const QStringList names{u"critical"_s, u"error"_s, u"warning"_s,
+                            u"info"_s,     u"debug"_s, u"trace"_s};
+    for (int number = 0; number < names.size(); ++number)
+        level(names.at(number), number);
+    level("debug"_ba, 4);
+    level(QStringList{u"debug"_s}, 4);
+    for (const int number : {0, 4, 5})
+        level(QString::number(number), number);
+    level(u"6"_s, -1);
+    level(u"-1"_s, -1);
+    // Intentional: what is no number counts as 0, critical.
+    for (const QString &text : {u"Debug"_s, u"Info"_s, u"INFO"_s, u"loud"_s, u"verbose"_s,
+                                u"debug "_s, u"4x"_s, u"4.0"_s, u"0x4"_s, u""_s})
+        level(text, 0);
+    level(QStringList{u"debug"_s, u"trace"_s}, 0);
+    level(QVariantMap{{u"debug"_s, 4}}, 0);
+    level(true, 1);
+    level(false, 0);
+    level(4.4, 4); // rounded
+    level(3.6, 4);
+    level(5.6, -1);
+    level(nullNumber, 0);
+    level(QVariant(), -1);
+
+    const auto limit
+            = [&row](const QVariant &stored, int read) { row(u"jsonLengthLimit"_s, stored, read); };
+    for (const int number : {250, 0, -5, highest})
+        limit(number, number);
+    limit(u"250"_s, 250);
+    for (const QString &text : {u"long"_s, u"debug"_s, u""_s})
+        limit(text, 0);
+    limit(true, 1);
+    limit(2.6, 3);
+    limit(QVariant(), 0); // held, so the default does not count
+
+    for (const QString &key : {u"jsonFormattingEnabled"_s, u"imageRequestsEnabled"_s}) {
+        for (const QVariant &stored : {QVariant(true), QVariant(u"true"_s), QVariant(u"1"_s),
+                                       QVariant(u"no"_s), QVariant(2)})
+            row(key, stored, true);
+        for (const QVariant &stored : {QVariant(false), QVariant(u"false"_s), QVariant(u"FALSE"_s),
+                                       QVariant(u"0"_s), QVariant(u""_s), QVariant(0), QVariant()})
+            row(key, stored, false);
     }
 
+    for (const QString &key : {u"blacklist"_s, u"whitelist"_s}) {
+        for (const QString &text : {u"net, ui"_s, u" net,ui ,,net\t"_s, u"Net;nET"_s, u""_s})
+            row(key, text, text);
+        row(key, 5, u"5"_s);
+        row(key, QStringList{u"net"_s}, u"net"_s);
+        row(key, QStringList{u"net"_s, u"ui"_s}, QString());
+        row(key, QVariant(), QString());
+    }
+}
+
+void tst_LogsConfigWrapper::aStoredValueIsReadAs()
+{
+    QFETCH(const QString, key);
+    QFETCH(const QVariant, stored);
+    QFETCH(const QVariant, read);
+    TestHost host;
+    host.prepare(SettingsType::Rdm, group, {{key, stored}});
+    QVERIFY(host.manager.contains(group, key));
     const LogsConfigWrapper logs(&host.manager);
-    QCOMPARE(int(logs.level()), -1);
-    QCOMPARE(logs.jsonLengthLimit(), -1);
-    QCOMPARE(logs.jsonFormattingEnabled(), false);
-    QCOMPARE(logs.imageRequestsEnabled(), false);
-    QCOMPARE(logs.modulesBlacklist(), QString());
-    QCOMPARE(logs.modulesWhitelist(), QString());
+    for (const Setting &setting : settings) // the others are not affected
+        QCOMPARE(setting.read(logs), setting.key == key ? read : setting.unset);
     QCOMPARE(host.journal.take(), QStringList());
 }
 
-void tst_LogsConfigWrapper::eachReadAsksTheManagerOnce()
+void tst_LogsConfigWrapper::whatNoLayerHoldsIsReadAsUnset_data()
 {
-    // A group that has to be converted shows each look into the layer: whether it holds the key, and
-    // the value. Asked twice, a change in between would mix two values.
-    int looks = 0;
-    QVERIFY((QMetaType::registerConverter<Convertible, QVariantMap>([&looks](const Convertible &) {
-        ++looks;
-        return QVariantMap{{u"level"_s, u"7"_s},
-                           {u"blacklist"_s, u"net"_s},
-                           {u"whitelist"_s, u"ui"_s},
-                           {u"jsonLengthLimit"_s, 70},
-                           {u"jsonFormattingEnabled"_s, true},
-                           {u"imageRequestsEnabled"_s, true}};
-    })));
-    const auto unregister = qScopeGuard([] {
-        QMetaType::unregisterConverterFunction(QMetaType::fromType<Convertible>(),
-                                               QMetaType::fromType<QVariantMap>());
-    });
-    Host host;
-    host.manager.initStorage(SettingsType::Rdm, {{group, QVariant::fromValue(Convertible())}});
-    const LogsConfigWrapper logs(&host.manager);
-    const auto looksOf = [&looks](const auto &read) {
-        looks = 0;
-        static_cast<void>(read());
-        return looks;
-    };
-    QCOMPARE(looksOf([&logs] { return logs.level(); }), 2);
-    QCOMPARE(looksOf([&logs] { return logs.modulesBlacklist(); }), 2);
-    QCOMPARE(looksOf([&logs] { return logs.modulesWhitelist(); }), 2);
-    QCOMPARE(looksOf([&logs] { return logs.jsonLengthLimit(); }), 2);
-    QCOMPARE(looksOf([&logs] { return logs.jsonFormattingEnabled(); }), 2);
-    QCOMPARE(looksOf([&logs] { return logs.imageRequestsEnabled(); }), 2);
-}
-
-void tst_LogsConfigWrapper::levelIsReadFromNumbersAndNames_data()
-{
-    QTest::addColumn<QVariant>("stored");
-    QTest::addColumn<int>("level");
-
-    QTest::newRow("number 0") << QVariant(0) << 0;
-    QTest::newRow("number 1") << QVariant(1) << 1;
-    QTest::newRow("number 2") << QVariant(2) << 2;
-    QTest::newRow("number 3") << QVariant(3) << 3;
-    QTest::newRow("number 4") << QVariant(4) << 4;
-    QTest::newRow("number 5") << QVariant(5) << 5;
-    QTest::newRow("number 6") << QVariant(6) << -1;
-    QTest::newRow("number -1") << QVariant(-1) << -1;
-    QTest::newRow("largest number") << QVariant(std::numeric_limits<int>::max()) << -1;
-    QTest::newRow("smallest number") << QVariant(std::numeric_limits<int>::min()) << -1;
-    QTest::newRow("unsigned number") << QVariant(4U) << 4;
-    QTest::newRow("wide number") << QVariant(4LL) << 4;
-    QTest::newRow("number of more than 32 bits") << QVariant(4294967298LL) << 2;
-
-    QTest::newRow("critical") << QVariant(u"critical"_s) << 0;
-    QTest::newRow("error") << QVariant(u"error"_s) << 1;
-    QTest::newRow("warning") << QVariant(u"warning"_s) << 2;
-    QTest::newRow("info") << QVariant(u"info"_s) << 3;
-    QTest::newRow("debug") << QVariant(u"debug"_s) << 4;
-    QTest::newRow("trace") << QVariant(u"trace"_s) << 5;
-    QTest::newRow("name as bytes") << QVariant("debug"_ba) << 4;
-    QTest::newRow("name in a list of one") << QVariant(QStringList{u"debug"_s}) << 4;
-
-    QTest::newRow("text 0") << QVariant(u"0"_s) << 0;
-    QTest::newRow("text 4") << QVariant(u"4"_s) << 4;
-    QTest::newRow("text 5") << QVariant(u"5"_s) << 5;
-    QTest::newRow("text 6") << QVariant(u"6"_s) << -1;
-    QTest::newRow("text -1") << QVariant(u"-1"_s) << -1;
-
-    // What is no number counts as 0, critical.
-    QTest::newRow("Debug") << QVariant(u"Debug"_s) << 0;
-    QTest::newRow("Info") << QVariant(u"Info"_s) << 0;
-    QTest::newRow("INFO") << QVariant(u"INFO"_s) << 0;
-    QTest::newRow("loud") << QVariant(u"loud"_s) << 0;
-    QTest::newRow("verbose") << QVariant(u"verbose"_s) << 0;
-    QTest::newRow("name with a blank") << QVariant(u"debug "_s) << 0;
-    QTest::newRow("number with letters") << QVariant(u"4x"_s) << 0;
-    QTest::newRow("number with fraction as text") << QVariant(u"4.0"_s) << 0;
-    QTest::newRow("hexadecimal text") << QVariant(u"0x4"_s) << 0;
-    QTest::newRow("empty text") << QVariant(u""_s) << 0;
-    QTest::newRow("null text") << QVariant(QString()) << 0;
-    QTest::newRow("list of two") << QVariant(QStringList{u"debug"_s, u"trace"_s}) << 0;
-    QTest::newRow("map") << QVariant(QVariantMap{{u"debug"_s, 4}}) << 0;
-
-    QTest::newRow("true") << QVariant(true) << 1;
-    QTest::newRow("false") << QVariant(false) << 0;
-    QTest::newRow("fraction, rounded down") << QVariant(4.4) << 4;
-    QTest::newRow("fraction, rounded up") << QVariant(3.6) << 4;
-    QTest::newRow("fraction, rounded out of the range") << QVariant(5.6) << -1;
-    QTest::newRow("null number") << QVariant(QMetaType::fromType<int>()) << 0;
-    QTest::newRow("invalid") << QVariant() << -1;
-}
-
-void tst_LogsConfigWrapper::levelIsReadFromNumbersAndNames()
-{
-    QFETCH(QVariant, stored);
-    QFETCH(int, level);
-    Host host;
-    host.initFixed({{u"level"_s, stored}});
-    QVERIFY(host.manager.contains(group, u"level"_s));
-    QCOMPARE(int(LogsConfigWrapper(&host.manager).level()), level);
-    QCOMPARE(host.journal.take(), QStringList());
-}
-
-void tst_LogsConfigWrapper::jsonLengthLimitConvertsUnchecked_data()
-{
-    QTest::addColumn<QVariant>("stored");
-    QTest::addColumn<int>("limit");
-    QTest::newRow("number") << QVariant(250) << 250;
-    QTest::newRow("zero") << QVariant(0) << 0;
-    QTest::newRow("negative number") << QVariant(-5) << -5;
-    QTest::newRow("largest number")
-            << QVariant(std::numeric_limits<int>::max()) << std::numeric_limits<int>::max();
-    QTest::newRow("number as text") << QVariant(u"250"_s) << 250;
-    QTest::newRow("other text") << QVariant(u"long"_s) << 0;
-    QTest::newRow("level name") << QVariant(u"debug"_s) << 0;
-    QTest::newRow("empty text") << QVariant(u""_s) << 0;
-    QTest::newRow("true") << QVariant(true) << 1;
-    QTest::newRow("fraction") << QVariant(2.6) << 3;
-    QTest::newRow("invalid") << QVariant() << 0; // held, so the default does not count
-}
-
-void tst_LogsConfigWrapper::jsonLengthLimitConvertsUnchecked()
-{
-    QFETCH(QVariant, stored);
-    QFETCH(int, limit);
-    Host host;
-    host.initFixed({{u"jsonLengthLimit"_s, stored}});
-    QCOMPARE(LogsConfigWrapper(&host.manager).jsonLengthLimit(), limit);
-}
-
-void tst_LogsConfigWrapper::switchesConvertUnchecked_data()
-{
-    QTest::addColumn<QVariant>("stored");
-    QTest::addColumn<bool>("enabled");
-    QTest::newRow("true") << QVariant(true) << true;
-    QTest::newRow("false") << QVariant(false) << false;
-    QTest::newRow("text true") << QVariant(u"true"_s) << true;
-    QTest::newRow("text false") << QVariant(u"false"_s) << false;
-    QTest::newRow("text FALSE") << QVariant(u"FALSE"_s) << false;
-    QTest::newRow("text 1") << QVariant(u"1"_s) << true;
-    QTest::newRow("text 0") << QVariant(u"0"_s) << false;
-    QTest::newRow("text no") << QVariant(u"no"_s) << true;
-    QTest::newRow("empty text") << QVariant(u""_s) << false;
-    QTest::newRow("number 2") << QVariant(2) << true;
-    QTest::newRow("number 0") << QVariant(0) << false;
-    QTest::newRow("invalid") << QVariant() << false;
-}
-
-void tst_LogsConfigWrapper::switchesConvertUnchecked()
-{
-    QFETCH(QVariant, stored);
-    QFETCH(bool, enabled);
-    Host host;
-    host.initFixed({{u"jsonFormattingEnabled"_s, stored}, {u"imageRequestsEnabled"_s, stored}});
-    const LogsConfigWrapper logs(&host.manager);
-    QCOMPARE(logs.jsonFormattingEnabled(), enabled);
-    QCOMPARE(logs.imageRequestsEnabled(), enabled);
-}
-
-void tst_LogsConfigWrapper::listsAreReadAsTheyAreStored_data()
-{
-    QTest::addColumn<QVariant>("stored");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("comma and blank") << QVariant(u"net, ui"_s) << u"net, ui"_s;
-    QTest::newRow("blanks around, gap, twice the same")
-            << QVariant(u" net,ui ,,net\t"_s) << u" net,ui ,,net\t"_s;
-    QTest::newRow("upper and lower case") << QVariant(u"Net;nET"_s) << u"Net;nET"_s;
-    QTest::newRow("empty text") << QVariant(u""_s) << QString();
-    QTest::newRow("number") << QVariant(5) << u"5"_s;
-    QTest::newRow("list of one") << QVariant(QStringList{u"net"_s}) << u"net"_s;
-    QTest::newRow("list of two") << QVariant(QStringList{u"net"_s, u"ui"_s}) << QString();
-    QTest::newRow("invalid") << QVariant() << QString();
-}
-
-void tst_LogsConfigWrapper::listsAreReadAsTheyAreStored()
-{
-    QFETCH(QVariant, stored);
-    QFETCH(QString, text);
-    Host host;
-    host.initFixed({{u"blacklist"_s, stored}, {u"whitelist"_s, stored}});
-    const LogsConfigWrapper logs(&host.manager);
-    QCOMPARE(logs.modulesBlacklist(), text);
-    QCOMPARE(logs.modulesWhitelist(), text);
-}
-
-void tst_LogsConfigWrapper::eachAccessorReadsItsOwnKey()
-{
-    Host host;
-    host.initFixed({{u"level"_s, 4},
-                    {u"blacklist"_s, u"the blacklist"_s},
-                    {u"whitelist"_s, u"the whitelist"_s},
-                    {u"jsonLengthLimit"_s, 70},
-                    {u"jsonFormattingEnabled"_s, true},
-                    {u"imageRequestsEnabled"_s, false}});
-    const LogsConfigWrapper logs(&host.manager);
-    QCOMPARE(logs.level(), logging::Debug);
-    QCOMPARE(logs.modulesBlacklist(), u"the blacklist"_s);
-    QCOMPARE(logs.modulesWhitelist(), u"the whitelist"_s);
-    QCOMPARE(logs.jsonLengthLimit(), 70);
-    QCOMPARE(logs.jsonFormattingEnabled(), true);
-    QCOMPARE(logs.imageRequestsEnabled(), false);
-
-    host.initFixed({{u"jsonFormattingEnabled"_s, false}, {u"imageRequestsEnabled"_s, true}});
-    QCOMPARE(logs.jsonFormattingEnabled(), false);
-    QCOMPARE(logs.imageRequestsEnabled(), true);
-}
-
-void tst_LogsConfigWrapper::otherSpellingsAreNotRead()
-{
+    QTest::addColumn<QVariantMap>("rdm");
     const QVariantMap entries{{u"level"_s, 4},
                               {u"blacklist"_s, u"the blacklist"_s},
                               {u"whitelist"_s, u"the whitelist"_s},
@@ -391,307 +229,151 @@ void tst_LogsConfigWrapper::otherSpellingsAreNotRead()
     QVariantMap capitals;
     for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
         capitals.insert(entry.key().toUpper(), entry.value());
+    QTest::newRow("empty layers") << QVariantMap();
+    QTest::newRow("empty group") << groupMap(group, {});
+    QTest::newRow("group that is no map") << QVariantMap{{group, 3}};
+    QTest::newRow("group in lower case") << groupMap(u"logging"_s, entries);
+    QTest::newRow("abbreviated group") << groupMap(u"Log"_s, entries);
+    QTest::newRow("no group") << groupMap(QString(), entries);
+    QTest::newRow("keys in capitals") << groupMap(group, capitals);
+}
 
-    Host host;
-    host.manager.initStorage(SettingsType::Rdm,
-                             {{u"logging"_s, entries},
-                              {u"Log"_s, entries},
-                              {QString(), entries},
-                              {group, capitals}});
+void tst_LogsConfigWrapper::whatNoLayerHoldsIsReadAsUnset()
+{
+    QFETCH(const QVariantMap, rdm);
+    TestHost host;
     const LogsConfigWrapper logs(&host.manager);
-    QCOMPARE(int(logs.level()), -1);
-    QCOMPARE(logs.modulesBlacklist(), QString());
-    QCOMPARE(logs.modulesWhitelist(), QString());
-    QCOMPARE(logs.jsonLengthLimit(), -1);
-    QCOMPARE(logs.jsonFormattingEnabled(), false);
-    QCOMPARE(logs.imageRequestsEnabled(), false);
-}
-
-void tst_LogsConfigWrapper::fileIsReadAsText()
-{
-    Host host;
-    QFile file(host.path(u"ravona.conf"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("[Logging]\n"
-               "level=warning\n"
-               "blacklist=\"net, ui\"\n"
-               "whitelist=core\n"
-               "jsonLengthLimit=1024\n"
-               "jsonFormattingEnabled=true\n"
-               "imageRequestsEnabled=1\n");
-    file.close();
-
-    host.manager.initStorage(SettingsType::RavonaConfDefault);
-    const LogsConfigWrapper logs(&host.manager);
-    QCOMPARE(logs.level(), logging::Warning);
-    QCOMPARE(logs.modulesBlacklist(), u"net, ui"_s);
-    QCOMPARE(logs.modulesWhitelist(), u"core"_s);
-    QCOMPARE(logs.jsonLengthLimit(), 1024);
-    QCOMPARE(logs.jsonFormattingEnabled(), true);
-    QCOMPARE(logs.imageRequestsEnabled(), true);
-}
-
-void tst_LogsConfigWrapper::settersStoreInTheNamedLayerOnly_data()
-{
-    QTest::addColumn<Setter>("set");
-    QTest::addColumn<SettingsType>("type");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("stored");
-
-    const struct
-    {
-        SettingsType type;
-        const char *name;
-    } layers[] = {
-            {SettingsType::Runtime, "Runtime"},
-            {SettingsType::SystemProperties, "SystemProperties"},
-            {SettingsType::CustomConfPersistent, "CustomConfPersistent"},
-            {SettingsType::SelviDb, "SelviDb"},
-            {SettingsType::RavonaConfDefault, "RavonaConfDefault"},
-    };
-    const struct
-    {
-        const char *name;
-        Setter set;
-        QString key;
-        QString stored;
-    } setters[] = {
-            {"level",
-             [](LogsConfigWrapper &logs, SettingsType type) { logs.setLevel(logging::Info, type); },
-             u"level"_s, u"int(3)"_s},
-            {"critical level",
-             [](LogsConfigWrapper &logs, SettingsType type) {
-                 logs.setLevel(logging::Critical, type);
-             },
-             u"level"_s, u"int(0)"_s},
-            {"limit",
-             [](LogsConfigWrapper &logs, SettingsType type) { logs.setJsonLengthLimit(70, type); },
-             u"jsonLengthLimit"_s, u"int(70)"_s},
-            {"no limit",
-             [](LogsConfigWrapper &logs, SettingsType type) { logs.setJsonLengthLimit(-1, type); },
-             u"jsonLengthLimit"_s, u"int(-1)"_s},
-            {"formatting on",
-             [](LogsConfigWrapper &logs, SettingsType type) {
-                 logs.setJsonFormattingEnabled(true, type);
-             },
-             u"jsonFormattingEnabled"_s, u"bool(true)"_s},
-            {"formatting off",
-             [](LogsConfigWrapper &logs, SettingsType type) {
-                 logs.setJsonFormattingEnabled(false, type);
-             },
-             u"jsonFormattingEnabled"_s, u"bool(false)"_s},
-            {"images on",
-             [](LogsConfigWrapper &logs, SettingsType type) {
-                 logs.setImageRequestsEnabled(true, type);
-             },
-             u"imageRequestsEnabled"_s, u"bool(true)"_s},
-            {"images off",
-             [](LogsConfigWrapper &logs, SettingsType type) {
-                 logs.setImageRequestsEnabled(false, type);
-             },
-             u"imageRequestsEnabled"_s, u"bool(false)"_s},
-    };
-    for (const auto &setter : setters) {
-        for (const auto &layer : layers) {
-            QTest::addRow("%s in %s", setter.name, layer.name)
-                    << setter.set << layer.type << setter.key << setter.stored;
-        }
-    }
-}
-
-void tst_LogsConfigWrapper::settersStoreInTheNamedLayerOnly()
-{
-    QFETCH(Setter, set);
-    QFETCH(SettingsType, type);
-    QFETCH(QString, key);
-    QFETCH(QString, stored);
-    Host host;
-    host.initAll();
-    Journal changes;
-    RecordingHandler handler(&changes);
-    host.manager.appendConfigurationHandler(&handler);
-
-    LogsConfigWrapper logs(&host.manager);
-    set(logs, type);
-
-    const QString typeKey = QVariant::fromValue(type).toString();
-    QCOMPARE(changes.take(),
-             QStringList(u"handler: %1 Logging/%2 = %3"_s.arg(typeKey, key, stored)));
-    QList<SettingsType> holders;
-    for (const SettingsType layer : tamsel::storagePriority) {
-        if (host.manager.contains(group, key, layer))
-            holders.append(layer);
-    }
-    QCOMPARE(holders, QList<SettingsType>{type});
-    QCOMPARE(describe(host.manager.value(group, key)), stored);
-
-    set(logs, type);
-    QCOMPARE(changes.take(), QStringList()); // an equal value is not written again
-}
-
-void tst_LogsConfigWrapper::settersLogNothingThemselves()
-{
-    Host host;
-    host.initAll();
-    LogsConfigWrapper logs(&host.manager);
-    logs.setLevel(logging::Trace, SettingsType::Runtime);
-    logs.setJsonLengthLimit(70, SettingsType::Runtime);
-    logs.setJsonFormattingEnabled(true, SettingsType::Runtime);
-    logs.setImageRequestsEnabled(true, SettingsType::Runtime);
-    // These are the manager's.
-    const QStringList expected{
-            u"debug: Top value changed Runtime: Logging/level = '5'"_s,
-            u"debug: Top value changed Runtime: Logging/jsonLengthLimit = '70'"_s,
-            u"debug: Top value changed Runtime: Logging/jsonFormattingEnabled = 'true'"_s,
-            u"debug: Top value changed Runtime: Logging/imageRequestsEnabled = 'true'"_s};
-    QCOMPARE(host.journal.take(), expected);
-}
-
-void tst_LogsConfigWrapper::settersAreRefusedByReadOnlyLayers_data()
-{
-    QTest::addColumn<SettingsType>("type");
-    QTest::newRow("CommandLineArgs") << SettingsType::CommandLineArgs;
-    QTest::newRow("Rdm") << SettingsType::Rdm;
-    QTest::newRow("FeatureKeys") << SettingsType::FeatureKeys;
-}
-
-void tst_LogsConfigWrapper::settersAreRefusedByReadOnlyLayers()
-{
-    QFETCH(SettingsType, type);
-    Host host;
-    host.initFixed({{u"level"_s, u"debug"_s}}, type);
-    LogsConfigWrapper logs(&host.manager);
-    const QStringList refusal{u"error: The storage doesn't support writing!"_s};
-
-    logs.setLevel(logging::Error, type);
-    QCOMPARE(host.journal.take(), refusal);
-    logs.setJsonLengthLimit(70, type);
-    QCOMPARE(host.journal.take(), refusal);
-    logs.setJsonFormattingEnabled(true, type);
-    QCOMPARE(host.journal.take(), refusal);
-    logs.setImageRequestsEnabled(true, type);
-    QCOMPARE(host.journal.take(), refusal);
-
-    QCOMPARE(logs.level(), logging::Debug);
-    QCOMPARE(logs.jsonLengthLimit(), -1);
-    QCOMPARE(logs.jsonFormattingEnabled(), false);
-    QCOMPARE(logs.imageRequestsEnabled(), false);
-}
-
-void tst_LogsConfigWrapper::settersDoNothingWithoutTheLayer()
-{
-    Host host;
-    host.manager.initStorage(SettingsType::SystemProperties);
+    for (const Setting &setting : settings)
+        QCOMPARE(setting.read(logs), setting.unset);
+    host.prepareAll();
+    host.manager.initStorage(SettingsType::Rdm, rdm);
     host.journal.take();
-    LogsConfigWrapper logs(&host.manager);
-
-    logs.setLevel(logging::Error, SettingsType::Runtime);
-    logs.setJsonLengthLimit(70, SettingsType::Runtime);
-    logs.setJsonFormattingEnabled(true, SettingsType::Runtime);
-    logs.setImageRequestsEnabled(true, SettingsType::Runtime);
-
+    for (const Setting &setting : settings)
+        QCOMPARE(setting.read(logs), setting.unset);
     QCOMPARE(host.journal.take(), QStringList());
-    QCOMPARE(int(logs.level()), -1);
-    QCOMPARE(logs.jsonLengthLimit(), -1);
-    QCOMPARE(logs.jsonFormattingEnabled(), false);
-    QCOMPARE(logs.imageRequestsEnabled(), false);
 }
 
-void tst_LogsConfigWrapper::levelOutsideTheRangeIsStoredAndReadAsUnset()
+void tst_LogsConfigWrapper::eachReadAsksTheManagerOnce()
 {
-    Host host;
-    host.manager.initStorage(SettingsType::Runtime);
-    LogsConfigWrapper logs(&host.manager);
-    logs.setLevel(logging::Level(9), SettingsType::Runtime);
-    QCOMPARE(describe(host.manager.value(group, u"level"_s)), u"int(9)"_s);
-    QCOMPARE(int(logs.level()), -1);
-    logs.setLevel(logging::Level(-1), SettingsType::Runtime);
-    QCOMPARE(describe(host.manager.value(group, u"level"_s)), u"int(-1)"_s);
-    QCOMPARE(int(logs.level()), -1);
-}
-
-void tst_LogsConfigWrapper::uppermostLayerAnswers()
-{
-    Host host;
-    LogsConfigWrapper logs(&host.manager);
-    for (const SettingsType type : tamsel::storagePriority) {
-        const int limit = 100 + tamsel::priorityOf(type);
-        host.manager.initStorage(type, {{group, QVariantMap{{u"jsonLengthLimit"_s, limit}}}});
-        if (!host.manager.contains(group, u"jsonLengthLimit"_s, type))
-            logs.setJsonLengthLimit(limit, type);
+    // Asked twice, a change in between would mix two values. The manager's own lookups are two:
+    // whether the layer holds the key, and the value.
+    int lookups = 0;
+    QVERIFY((
+            QMetaType::registerConverter<Convertible, QVariantMap>([&lookups](const Convertible &) {
+                ++lookups;
+                QVariantMap entries;
+                for (const Setting &setting : settings)
+                    entries.insert(setting.key, u"7"_s);
+                return entries;
+            })));
+    const auto unregister = qScopeGuard([] {
+        QMetaType::unregisterConverterFunction(QMetaType::fromType<Convertible>(),
+                                               QMetaType::fromType<QVariantMap>());
+    });
+    TestHost host;
+    host.manager.initStorage(SettingsType::Rdm, {{group, QVariant::fromValue(Convertible())}});
+    const LogsConfigWrapper logs(&host.manager);
+    for (const Setting &setting : settings) {
+        lookups = 0;
+        (void)setting.read(logs);
+        QCOMPARE(lookups, 2);
     }
-
-    for (int rank = 0; rank < 8; ++rank) {
-        QCOMPARE(logs.jsonLengthLimit(), 100 + rank);
-        host.manager.clearStorage(tamsel::storagePriority.at(rank));
-    }
-    QCOMPARE(logs.jsonLengthLimit(), -1);
 }
 
-void tst_LogsConfigWrapper::commandLineOutranksTheFiles()
+void tst_LogsConfigWrapper::anUnusableLevelOverridesAsWell()
 {
-    Host host;
-    LogsConfigWrapper logs(&host.manager);
-    host.manager.initStorage(SettingsType::RavonaConfDefault);
-    logs.setLevel(logging::Trace, SettingsType::RavonaConfDefault);
-    host.manager.initStorage(SettingsType::CustomConfPersistent);
-    host.manager.setValue(group, u"level"_s, u"debug"_s, SettingsType::CustomConfPersistent);
+    TestHost host;
+    const LogsConfigWrapper logs(&host.manager);
+    host.prepare(SettingsType::RavonaConfDefault, group, {{u"level"_s, u"debug"_s}});
     QCOMPARE(logs.level(), logging::Debug);
-
-    host.initFixed({{u"level"_s, 3}}, SettingsType::CommandLineArgs);
+    host.prepare(SettingsType::CommandLineArgs, group, {{u"level"_s, 3}});
     QCOMPARE(logs.level(), logging::Info);
-
-    // What the uppermost layer holds counts, usable or not.
-    host.initFixed({{u"level"_s, 6}}, SettingsType::CommandLineArgs);
+    host.prepare(SettingsType::CommandLineArgs, group, {{u"level"_s, 6}});
     QCOMPARE(int(logs.level()), -1);
-    host.initFixed({{u"level"_s, QVariant()}}, SettingsType::CommandLineArgs);
+    host.prepare(SettingsType::CommandLineArgs, group, {{u"level"_s, QVariant()}});
     QCOMPARE(int(logs.level()), -1);
 }
 
-void tst_LogsConfigWrapper::changesAreSeenAtOnce()
+void tst_LogsConfigWrapper::changesAreReadAtOnce()
 {
-    Host host;
+    TestHost host;
     const LogsConfigWrapper logs(&host.manager);
     QCOMPARE(int(logs.level()), -1);
-    host.manager.initStorage(SettingsType::Runtime);
-    host.manager.setValue(group, u"level"_s, u"trace"_s, SettingsType::Runtime);
+    host.prepare(SettingsType::Runtime, group, {{u"level"_s, u"trace"_s}});
     QCOMPARE(logs.level(), logging::Trace);
-    host.manager.setValue(group, u"level"_s, 1, SettingsType::Runtime);
+    LogsConfigWrapper(&host.manager).setLevel(logging::Error, SettingsType::Runtime);
     QCOMPARE(logs.level(), logging::Error);
     host.manager.removeValue(group, u"level"_s, SettingsType::Runtime);
     QCOMPARE(int(logs.level()), -1);
 }
 
-void tst_LogsConfigWrapper::wrappersOverOneManagerAgree()
+void tst_LogsConfigWrapper::aSetterWritesIntoTheNamedLayerOnly()
 {
-    Host host;
-    host.manager.initStorage(SettingsType::Runtime);
-    LogsConfigWrapper writer(&host.manager);
-    const LogsConfigWrapper reader(&host.manager);
-    writer.setLevel(logging::Info, SettingsType::Runtime);
-    writer.setJsonLengthLimit(70, SettingsType::Runtime);
-    writer.setJsonFormattingEnabled(true, SettingsType::Runtime);
-    writer.setImageRequestsEnabled(true, SettingsType::Runtime);
-    QCOMPARE(reader.level(), logging::Info);
-    QCOMPARE(reader.jsonLengthLimit(), 70);
-    QCOMPARE(reader.jsonFormattingEnabled(), true);
-    QCOMPARE(reader.imageRequestsEnabled(), true);
+    QFETCH(const SettingsType, type);
+    const QString name = QLatin1StringView(keyOf(type));
+    for (const Setting &setting : settings) {
+        for (const QVariant &value : setting.values) {
+            TestHost host;
+            host.prepareAll();
+            LogsConfigWrapper logs(&host.manager);
+            setting.write(logs, value, type);
+            // The line is the manager's, the wrapper logs nothing itself.
+            const QString message = u"Top value changed %1: Logging/%2 = '%3'"_s.arg(
+                    name, setting.key, value.toString());
+            const QString line = u"handler: %1 Logging/%2 = %3"_s.arg(
+                    name, setting.key, describe(host.manager.value(group, setting.key)));
+            QCOMPARE(host.journal.take(), changeLine(type, message) + QStringList(line));
+            QCOMPARE(host.manager.value(group, setting.key).metaType(), setting.unset.metaType());
+            QCOMPARE(setting.read(logs), value);
+            for (const SettingsType layer : storagePriority)
+                QCOMPARE(host.manager.contains(group, setting.key, layer), layer == type);
 
-    Host other;
-    QCOMPARE(int(LogsConfigWrapper(&other.manager).level()), -1);
+            setting.write(logs, value, type);
+            QCOMPARE(host.journal.take(), QStringList()); // an equal value is not written again
+        }
+    }
 }
 
-void tst_LogsConfigWrapper::managerOutlivesTheWrapper()
+void tst_LogsConfigWrapper::aReadOnlyLayerRefusesEachSetter()
 {
-    Host host;
-    host.manager.initStorage(SettingsType::Runtime);
-    {
-        LogsConfigWrapper logs(&host.manager);
-        logs.setJsonLengthLimit(70, SettingsType::Runtime);
-        host.journal.take();
+    QFETCH(const SettingsType, type);
+    TestHost host;
+    host.prepare(type);
+    LogsConfigWrapper logs(&host.manager);
+    for (const Setting &setting : settings) {
+        for (const QVariant &value : setting.values) {
+            setting.write(logs, value, type);
+            QCOMPARE(host.journal.take(),
+                     QStringList(u"error: The storage doesn't support writing!"_s));
+            QCOMPARE(setting.read(logs), setting.unset);
+        }
+    }
+}
+
+void tst_LogsConfigWrapper::aSetterDoesNothingWithoutTheLayer()
+{
+    TestHost host;
+    host.prepare(SettingsType::SystemProperties);
+    LogsConfigWrapper logs(&host.manager);
+    for (const Setting &setting : settings) {
+        for (const QVariant &value : setting.values) {
+            setting.write(logs, value, SettingsType::Runtime);
+            QCOMPARE(setting.read(logs), setting.unset);
+        }
     }
     QCOMPARE(host.journal.take(), QStringList());
-    QCOMPARE(host.manager.value(group, u"jsonLengthLimit"_s), QVariant(70));
+}
+
+void tst_LogsConfigWrapper::aLevelOutsideTheRangeIsStoredAndReadAsUnset()
+{
+    TestHost host;
+    host.prepare(SettingsType::Runtime);
+    LogsConfigWrapper logs(&host.manager);
+    for (const int number : {9, -1}) {
+        logs.setLevel(logging::Level(number), SettingsType::Runtime);
+        QCOMPARE(host.manager.value(group, u"level"_s), QVariant(number));
+        QCOMPARE(int(logs.level()), -1);
+    }
 }
 
 void tst_LogsConfigWrapper::levelNamesAreSixAndCaseSensitive()
@@ -707,9 +389,8 @@ void tst_LogsConfigWrapper::levelNamesAreSixAndCaseSensitive()
 
 void tst_LogsConfigWrapper::levelTableIsOneObject()
 {
-    const QHash<QString, int> &first = LogsConfigWrapper::stringLevelToIntLevel();
-    const QHash<QString, int> &second = LogsConfigWrapper::stringLevelToIntLevel();
-    QCOMPARE(&first, &second);
+    QCOMPARE(&LogsConfigWrapper::stringLevelToIntLevel(),
+             &LogsConfigWrapper::stringLevelToIntLevel());
 }
 
 void tst_LogsConfigWrapper::levelsRangeFromCriticalToTrace()
@@ -722,25 +403,18 @@ void tst_LogsConfigWrapper::levelIsValidWithinTheRange_data()
 {
     QTest::addColumn<int>("level");
     QTest::addColumn<bool>("valid");
-    QTest::newRow("-1") << -1 << false;
-    QTest::newRow("0") << 0 << true;
-    QTest::newRow("1") << 1 << true;
-    QTest::newRow("2") << 2 << true;
-    QTest::newRow("3") << 3 << true;
-    QTest::newRow("4") << 4 << true;
-    QTest::newRow("5") << 5 << true;
-    QTest::newRow("6") << 6 << false;
-    QTest::newRow("smallest") << std::numeric_limits<int>::min() << false;
-    QTest::newRow("largest") << std::numeric_limits<int>::max() << false;
+    for (int level = -1; level <= 6; ++level)
+        QTest::addRow("%d", level) << level << (level != -1 && level != 6);
+    QTest::newRow("lowest") << std::numeric_limits<int>::min() << false;
+    QTest::newRow("highest") << std::numeric_limits<int>::max() << false;
 }
 
 void tst_LogsConfigWrapper::levelIsValidWithinTheRange()
 {
-    QFETCH(int, level);
-    QFETCH(bool, valid);
+    QFETCH(const int, level);
+    QFETCH(const bool, valid);
     QCOMPARE(LogsConfigWrapper::isLevelValid(level), valid);
 }
 
 QTEST_GUILESS_MAIN(tst_LogsConfigWrapper)
-
 #include "tst_logsconfigwrapper.moc"
