@@ -893,6 +893,7 @@ void tst_QtSettingsIniStorage::aFileThatCannotBeReadIsUnavailable()
                  QStringList("error: unable to write value 2 (g/k) to "_L1 + path
                              + ", file is not writable"_L1));
     }
+    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner));
     QCOMPARE(readFile(path), QByteArray("[g]\nk=1\n"));
 }
 
