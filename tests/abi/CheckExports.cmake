@@ -1,11 +1,11 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-# cmake -D NM=<nm> -D LIBRARY=<library> -D EXPORTS=<list> [-D ACCEPT=ON] -P CheckExports.cmake
+# cmake -D NM=<nm> -D LIBRARY=<library> -D SYMBOLS=<Debian's symbols file> -P CheckExports.cmake
 #
-# Compares the symbols that LIBRARY exports with the list, or writes the list anew with ACCEPT. Names
-# only, demangled and each one once: addresses, symbol types (a vtable is weak with g++, not so with
-# clang++) and the variants of a constructor are the compiler's business.
+# Compares the symbols that LIBRARY exports with those listed. Names only, demangled and each one once:
+# addresses, symbol types (a vtable is weak with g++, not so with clang++) and the variants of a
+# constructor are the compiler's business.
 
 execute_process(COMMAND ${NM} -D -C --defined-only ${LIBRARY}
     OUTPUT_VARIABLE output
@@ -16,15 +16,12 @@ string(REPLACE "\n" ";" actual "${names}")
 list(REMOVE_DUPLICATES actual)
 list(SORT actual)
 
-if(ACCEPT)
-    file(STRINGS ${EXPORTS} comments REGEX "^#")
-    list(JOIN comments "\n" comments)
-    list(JOIN actual "\n" names)
-    file(WRITE ${EXPORTS} "${comments}\n${names}\n")
-    return()
+file(STRINGS ${SYMBOLS} expected REGEX "@Base\" ")
+list(TRANSFORM expected REPLACE "^ \\(c\\+\\+\\)\"(.*)@Base\" .*$" "\\1")
+if(NOT expected)
+    message(FATAL_ERROR "${SYMBOLS} lists no symbol")
 endif()
 
-file(STRINGS ${EXPORTS} expected REGEX "^[^#]")
 set(missing ${expected})
 list(REMOVE_ITEM missing ${actual})
 set(added ${actual})
@@ -40,7 +37,7 @@ endforeach()
 foreach(name IN LISTS added)
     string(APPEND diff "+${name}\n")
 endforeach()
-message("${LIBRARY} does not export what ${EXPORTS} lists:\n\n${diff}\n"
+message("${LIBRARY} does not export what ${SYMBOLS} lists:\n\n${diff}\n"
     "A name that is gone breaks the programs that are linked with the library. If the change is meant,\n"
-    "build the target tamsel_accept_exports, and commit the list with the change.\n")
+    "change the list with it: a line for each new name has the version that brings it.\n")
 message(FATAL_ERROR "The exported symbols differ")
