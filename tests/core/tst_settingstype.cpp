@@ -3,16 +3,15 @@
 
 #include <tamsel/settingstype.h>
 
-#include <testhost.h>
+#include "layers.h"
+#include "threads.h"
 
 #include <QtCore/QMetaEnum>
 #include <QtCore/QMetaObject>
-#include <QtCore/QSemaphore>
 #include <QtCore/QVariant>
 #include <QtTest/QTest>
 
 #include <limits>
-#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -21,6 +20,7 @@ using tamsel::priorityOf;
 using tamsel::SettingsType;
 using tamsel::storagePriority;
 using tamsel::tests::keyOf;
+using tamsel::tests::runTogether;
 
 static_assert(std::is_same_v<std::underlying_type_t<SettingsType>, int>);
 static_assert(!std::is_convertible_v<SettingsType, int>, "a scoped enumeration");
@@ -47,7 +47,6 @@ private Q_SLOTS:
 
     void namespaceMetaObjectHoldsTheEnumeratorAndNothingElse();
     void enumeratorIsScopedAndHasNoAlias();
-    void enumeratorListsKeysInTheOrderOfTheirNumbers();
     void layersKeepTheirNumbers_data();
     void layersKeepTheirNumbers();
     void keyOfAnotherSpellingIsUnknown();
@@ -85,17 +84,9 @@ void tst_SettingsType::firstRequestsOfSeveralThreadsGiveOneId()
 
     constexpr int threadCount = 8;
     std::vector<int> ids(threadCount);
-    std::vector<std::thread> threads;
-    QSemaphore start;
-    for (int &id : ids) {
-        threads.emplace_back([&id, &start] {
-            start.acquire();
-            id = qMetaTypeId<SettingsType>();
-        });
-    }
-    start.release(threadCount);
-    for (std::thread &thread : threads)
-        thread.join();
+    runTogether(threadCount, [&ids](int thread) {
+        ids.at(static_cast<std::size_t>(thread)) = qMetaTypeId<SettingsType>();
+    });
 
     QVERIFY(type.isRegistered());
     QVERIFY(ids.front() >= QMetaType::User);
@@ -126,20 +117,7 @@ void tst_SettingsType::enumeratorIsScopedAndHasNoAlias()
     QCOMPARE(layers.scope(), "tamsel");
     QVERIFY(layers.isScoped());
     QVERIFY(!layers.isFlag());
-}
-
-void tst_SettingsType::enumeratorListsKeysInTheOrderOfTheirNumbers()
-{
-    const QMetaEnum layers = layerEnum();
-    QStringList keys;
-    for (int i = 0; i < layers.keyCount(); ++i)
-        keys.append(QString::fromLatin1(layers.key(i)) + '='_L1 + QString::number(layers.value(i)));
-
-    const QStringList expected{
-            u"CommandLineArgs=0"_s,   u"CustomConfPersistent=1"_s, u"Rdm=2"_s,
-            u"RavonaConfDefault=3"_s, u"SystemProperties=4"_s,     u"Runtime=5"_s,
-            u"SelviDb=6"_s,           u"FeatureKeys=7"_s};
-    QCOMPARE(keys, expected);
+    QCOMPARE(layers.keyCount(), 8);
 }
 
 void tst_SettingsType::layersKeepTheirNumbers_data()
@@ -158,10 +136,12 @@ void tst_SettingsType::layersKeepTheirNumbers_data()
 
 void tst_SettingsType::layersKeepTheirNumbers()
 {
-    QFETCH(SettingsType, type);
-    QFETCH(int, number);
+    QFETCH(const SettingsType, type);
+    QFETCH(const int, number);
     QCOMPARE(static_cast<int>(type), number);
     QCOMPARE(layerEnum().keyToValue(QTest::currentDataTag()), number);
+    QCOMPARE(layerEnum().key(number), QTest::currentDataTag()); // in the order of the numbers
+    QCOMPARE(layerEnum().value(number), number);
     QCOMPARE(keyOf(type), QTest::currentDataTag());
 }
 
@@ -227,18 +207,9 @@ void tst_SettingsType::streamedAsSigned32BitNumber_data()
 {
     QTest::addColumn<SettingsType>("type");
     QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("CommandLineArgs")
-            << SettingsType::CommandLineArgs << QByteArray::fromHex("00000000");
-    QTest::newRow("CustomConfPersistent")
-            << SettingsType::CustomConfPersistent << QByteArray::fromHex("00000001");
-    QTest::newRow("Rdm") << SettingsType::Rdm << QByteArray::fromHex("00000002");
-    QTest::newRow("RavonaConfDefault")
-            << SettingsType::RavonaConfDefault << QByteArray::fromHex("00000003");
-    QTest::newRow("SystemProperties")
-            << SettingsType::SystemProperties << QByteArray::fromHex("00000004");
+    QTest::newRow("lowest layer") << SettingsType(0) << QByteArray::fromHex("00000000");
     QTest::newRow("Runtime") << SettingsType::Runtime << QByteArray::fromHex("00000005");
-    QTest::newRow("SelviDb") << SettingsType::SelviDb << QByteArray::fromHex("00000006");
-    QTest::newRow("FeatureKeys") << SettingsType::FeatureKeys << QByteArray::fromHex("00000007");
+    QTest::newRow("highest layer") << SettingsType(7) << QByteArray::fromHex("00000007");
     QTest::newRow("outside, 9") << SettingsType(9) << QByteArray::fromHex("00000009");
     QTest::newRow("outside, -2") << SettingsType(-2) << QByteArray::fromHex("fffffffe");
     QTest::newRow("outside, largest")
@@ -247,8 +218,8 @@ void tst_SettingsType::streamedAsSigned32BitNumber_data()
 
 void tst_SettingsType::streamedAsSigned32BitNumber()
 {
-    QFETCH(SettingsType, type);
-    QFETCH(QByteArray, bytes);
+    QFETCH(const SettingsType, type);
+    QFETCH(const QByteArray, bytes);
     const auto metaType = QMetaType::fromType<SettingsType>();
     QVERIFY(metaType.hasRegisteredDataStreamOperators());
 
@@ -307,27 +278,18 @@ void tst_SettingsType::debugOutputNamesTheValue_data()
 {
     QTest::addColumn<SettingsType>("type");
     QTest::addColumn<QString>("text");
-    QTest::newRow("CommandLineArgs")
-            << SettingsType::CommandLineArgs << u"tamsel::SettingsType::CommandLineArgs"_s;
-    QTest::newRow("CustomConfPersistent") << SettingsType::CustomConfPersistent
-                                          << u"tamsel::SettingsType::CustomConfPersistent"_s;
-    QTest::newRow("Rdm") << SettingsType::Rdm << u"tamsel::SettingsType::Rdm"_s;
-    QTest::newRow("RavonaConfDefault")
-            << SettingsType::RavonaConfDefault << u"tamsel::SettingsType::RavonaConfDefault"_s;
-    QTest::newRow("SystemProperties")
-            << SettingsType::SystemProperties << u"tamsel::SettingsType::SystemProperties"_s;
-    QTest::newRow("Runtime") << SettingsType::Runtime << u"tamsel::SettingsType::Runtime"_s;
-    QTest::newRow("SelviDb") << SettingsType::SelviDb << u"tamsel::SettingsType::SelviDb"_s;
-    QTest::newRow("FeatureKeys") << SettingsType::FeatureKeys
-                                 << u"tamsel::SettingsType::FeatureKeys"_s;
+    for (const SettingsType type : storagePriority) {
+        const auto key = QLatin1StringView(keyOf(type));
+        QTest::newRow(keyOf(type)) << type << u"tamsel::SettingsType::%1"_s.arg(key);
+    }
     QTest::newRow("outside, 8") << SettingsType(8) << u"tamsel::SettingsType(8)"_s;
     QTest::newRow("outside, -1") << SettingsType(-1) << u"tamsel::SettingsType(-1)"_s;
 }
 
 void tst_SettingsType::debugOutputNamesTheValue()
 {
-    QFETCH(SettingsType, type);
-    QFETCH(QString, text);
+    QFETCH(const SettingsType, type);
+    QFETCH(const QString, text);
 
     QString byOperator;
     QDebug(&byOperator).nospace() << type;
@@ -369,8 +331,8 @@ void tst_SettingsType::variantConverts_data()
 
 void tst_SettingsType::variantConverts()
 {
-    QFETCH(SettingsType, type);
-    QFETCH(int, number);
+    QFETCH(const SettingsType, type);
+    QFETCH(const int, number);
     const QString name = QString::fromLatin1(QTest::currentDataTag());
 
     const QVariant variant = QVariant::fromValue(type);
@@ -405,14 +367,10 @@ void tst_SettingsType::priorityIsThePositionInThePrecedence_data()
 {
     QTest::addColumn<SettingsType>("type");
     QTest::addColumn<int>("position");
-    QTest::newRow("Runtime") << SettingsType::Runtime << 0;
-    QTest::newRow("Rdm") << SettingsType::Rdm << 1;
-    QTest::newRow("FeatureKeys") << SettingsType::FeatureKeys << 2;
-    QTest::newRow("SystemProperties") << SettingsType::SystemProperties << 3;
-    QTest::newRow("CommandLineArgs") << SettingsType::CommandLineArgs << 4;
-    QTest::newRow("CustomConfPersistent") << SettingsType::CustomConfPersistent << 5;
-    QTest::newRow("SelviDb") << SettingsType::SelviDb << 6;
-    QTest::newRow("RavonaConfDefault") << SettingsType::RavonaConfDefault << 7;
+    for (int position = 0; position < storagePriority.size(); ++position) {
+        const SettingsType type = storagePriority.at(position);
+        QTest::newRow(keyOf(type)) << type << position;
+    }
     QTest::newRow("outside, 8") << SettingsType(8) << -1;
     QTest::newRow("outside, -1") << SettingsType(-1) << -1;
     QTest::newRow("outside, 261") << SettingsType(261) << -1; // Runtime in its lowest byte
@@ -420,11 +378,10 @@ void tst_SettingsType::priorityIsThePositionInThePrecedence_data()
 
 void tst_SettingsType::priorityIsThePositionInThePrecedence()
 {
-    QFETCH(SettingsType, type);
-    QFETCH(int, position);
+    QFETCH(const SettingsType, type);
+    QFETCH(const int, position);
     QCOMPARE(priorityOf(type), position);
 }
 
 QTEST_GUILESS_MAIN(tst_SettingsType)
-
 #include "tst_settingstype.moc"
