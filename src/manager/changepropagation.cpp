@@ -5,20 +5,25 @@
 
 #include "configurationmanager_p.h"
 
+#include "../core/spinlocker.h"
+#include "../storage/lookupstorage.h"
+
 #include <tamsel/ilogger.h>
 
 #include <QtCore/QMetaEnum>
-#include <QtCore/QMutexLocker>
 #include <QtCore/QScopeGuard>
 #include <QtCore/QStringBuilder>
 
 #include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace tamsel {
 
 namespace {
+
+constexpr int lowestRank = std::numeric_limits<int>::max();
 
 using LogOperation = void (ILogger::*)(const QString &message);
 
@@ -61,69 +66,78 @@ QLatin1StringView typeName(SettingsType type)
     return QLatin1StringView(metaEnum.valueToKey(static_cast<Number>(type)));
 }
 
-/*! Called by the layers after each change of their own, and by the registry. */
+// Called by the layers after each change of their own, and by the registry.
 void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QString &group,
                                                  const QString &key, const QVariant &value)
 {
     // A handler may change the variable behind the reference.
     const QVariant reported = value; // NOLINT(performance-unnecessary-copy-initialization)
-    QSharedPointer<AbstractStorage> top = sharedTopStorage(group, key);
+    const bool isRemoval = !reported.isValid();
+    const Origin origin = findOrigin(group, key, isRemoval ? priorityOf(type) : lowestRank);
 
-    if (!top) {
+    if (!origin.isHeld) {
         if (isLogged(type))
             logForType(type, "Parameter removed from all storages: "_L1 % group % ':'_L1 % key);
         notifyHandlers(type, group, key, reported);
         return;
     }
-
-    const SettingsType topType = top->type();
-    if (reported.isValid()) {
-        top.reset(); // a logger or a handler may clear that layer, and then it has to die
-        if (topType != type)
-            return; // hidden by a higher layer
+    if (!isRemoval) {
+        if (origin.type != type)
+            return; // overridden
         if (isLogged(type))
             logForType(type, topValueChanged(type, group, key, reported.toString()));
         notifyHandlers(type, group, key, reported);
         return;
     }
-
-    // A removal. It is visible only where it uncovers the value of a lower layer, and that value is
+    // A removal changes the effective value only where it uncovers that of a lower layer, which is
     // passed on as text, whatever its type.
-    if (priorityOf(topType) <= priorityOf(type))
+    if (priorityOf(origin.type) <= priorityOf(type))
         return;
-    const QString uncovered = top->value(group, key).toString();
-    top.reset(); // as above
+    const QString uncovered = origin.value.toString();
     if (isLogged(type))
-        logForType(type, topValueChanged(topType, group, key, uncovered));
-    notifyHandlers(topType, group, key, uncovered);
+        logForType(type, topValueChanged(origin.type, group, key, uncovered));
+    notifyHandlers(origin.type, group, key, uncovered);
+}
+
+// The layer that holds the key and, if its rank is below `rank`, its value. A layer of the library's own
+// says both in one step: no other thread comes between them. Any other is asked for the value after the
+// lock has been released. No layer is kept alive by the result: the logger or a handler may clear it.
+ConfigurationManagerPrivate::Origin
+ConfigurationManagerPrivate::findOrigin(const QString &group, const QString &key, int rank) const
+{
+    Origin origin;
+    QSharedPointer<AbstractStorage> asked; // counted: another thread may clear the layer meanwhile
+    const LookupKey wanted(group, key);
+    {
+        const SpinLocker locker(&mutex);
+        for (const auto &storage : storages) {
+            const bool isBelow = rank < priorityOf(storage->type());
+            const LookupStorage *own = isBelow ? toLookupStorage(*storage) : nullptr;
+            origin.isHeld
+                    = own ? own->lookup(wanted, &origin.value) : storage->contains(group, key);
+            if (!origin.isHeld)
+                continue;
+            origin.type = storage->type();
+            if (isBelow && !own)
+                asked = storage;
+            break;
+        }
+    }
+    if (asked)
+        origin.value = asked->value(group, key);
+    return origin;
 }
 
 /*! The layer that answers for the pair, or null; uncounted, as findStorage(). */
 AbstractStorage *ConfigurationManagerPrivate::topStorage(const QString &group,
                                                          const QString &key) const
 {
-    const QMutexLocker locker(&mutex);
-    const qsizetype index = indexOfTopStorage(group, key);
-    return index < 0 ? nullptr : storages.at(index).data();
-}
-
-/*! As topStorage(), with a reference counted: another thread may clear that layer meanwhile. */
-QSharedPointer<AbstractStorage>
-ConfigurationManagerPrivate::sharedTopStorage(const QString &group, const QString &key) const
-{
-    const QMutexLocker locker(&mutex);
-    return storages.value(indexOfTopStorage(group, key));
-}
-
-/*! The place in `storages` of the layer that answers, or -1. The caller holds `mutex`. */
-qsizetype ConfigurationManagerPrivate::indexOfTopStorage(const QString &group,
-                                                         const QString &key) const
-{
-    for (qsizetype i = 0; i < storages.size(); ++i) {
-        if (storages.at(i)->contains(group, key))
-            return i;
+    const SpinLocker locker(&mutex);
+    for (const auto &storage : storages) {
+        if (storage->contains(group, key))
+            return storage.data();
     }
-    return -1;
+    return nullptr;
 }
 
 /*!
@@ -133,12 +147,24 @@ qsizetype ConfigurationManagerPrivate::indexOfTopStorage(const QString &group,
 bool ConfigurationManagerPrivate::isHidden(const QString &group, const QString &key,
                                            SettingsType type) const
 {
-    const QMutexLocker locker(&mutex);
+    const SpinLocker locker(&mutex);
     for (const auto &storage : storages) {
         if (storage->type() == type)
             break;
         if (storage->contains(group, key))
             return priorityOf(storage->type()) < priorityOf(type);
+    }
+    return false;
+}
+
+// Whether the effective value of the key comes from the layer `type`.
+bool ConfigurationManagerPrivate::isOrigin(SettingsType type, const QString &group,
+                                           const QString &key) const
+{
+    const SpinLocker locker(&mutex);
+    for (const auto &storage : storages) {
+        if (storage->contains(group, key))
+            return storage->type() == type;
     }
     return false;
 }

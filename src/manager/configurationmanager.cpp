@@ -5,7 +5,8 @@
 
 #include "configurationmanager_p.h"
 
-#include <QtCore/QMutexLocker>
+#include "../core/spinlocker.h"
+#include "../storage/lookupstorage.h"
 
 using namespace Qt::StringLiterals;
 
@@ -27,7 +28,7 @@ ConfigurationManagerPrivate::~ConfigurationManagerPrivate() = default;
  *  rules of ConfigurationManager. */
 AbstractStorage *ConfigurationManagerPrivate::findStorage(SettingsType type) const
 {
-    const QMutexLocker locker(&mutex);
+    const SpinLocker locker(&mutex);
     const qsizetype index = indexOfStorage(type);
     return index < 0 ? nullptr : storages.at(index).data();
 }
@@ -73,9 +74,13 @@ QVariant ConfigurationManager::value(const QString &group, const QString &key,
                                      const QVariant &defaultValue) const
 {
     QVariant result = defaultValue;
-    const QMutexLocker locker(&d->mutex);
+    const LookupKey wanted(group, key);
+    const SpinLocker locker(&d->mutex);
     for (const auto &storage : std::as_const(d->storages)) {
-        if (storage->contains(group, key)) {
+        if (const LookupStorage *own = toLookupStorage(*storage)) {
+            if (own->lookup(wanted, &result))
+                break;
+        } else if (storage->contains(group, key)) {
             result = storage->value(group, key);
             break;
         }

@@ -41,9 +41,8 @@ public:
     void onValueChanged(SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
     AbstractStorage *topStorage(const QString &group, const QString &key) const;
-    QSharedPointer<AbstractStorage> sharedTopStorage(const QString &group,
-                                                     const QString &key) const;
     bool isHidden(const QString &group, const QString &key, SettingsType type) const;
+    bool isOrigin(SettingsType type, const QString &group, const QString &key) const;
     static bool isLogged(SettingsType type);
     void logForType(SettingsType type, const QString &message) const;
     void notifyHandlers(SettingsType type, const QString &group, const QString &key,
@@ -64,8 +63,15 @@ public:
     quint64 nextHandlerTicket = 0;
 
 private:
+    struct Origin
+    {
+        bool isHeld = false;
+        SettingsType type{}; // the layer, if the key is held
+        QVariant value;
+    };
+
+    Origin findOrigin(const QString &group, const QString &key, int rank) const;
     qsizetype indexOfStorage(SettingsType type) const;
-    qsizetype indexOfTopStorage(const QString &group, const QString &key) const;
     QSharedPointer<AbstractStorage> sharedStorage(SettingsType type) const;
     void insertStorage(const QSharedPointer<AbstractStorage> &storage);
     void replaceStorage(const QSharedPointer<AbstractStorage> &previous,

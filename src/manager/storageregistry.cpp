@@ -5,13 +5,13 @@
 
 #include "configurationmanager_p.h"
 
+#include "../core/spinlocker.h"
 #include "../storage/dynamicmapstorage.h"
 #include "../storage/qtsettingsinistorage.h"
 #include "../storage/staticmapreader.h"
 
 #include <tamsel/ilogger.h>
 
-#include <QtCore/QMutexLocker>
 #include <QtCore/QStringBuilder>
 
 #include <algorithm>
@@ -142,7 +142,7 @@ void ConfigurationManagerPrivate::clearStorage(SettingsType type)
     }
     const KeyList keys = storage->keys();
     {
-        const QMutexLocker locker(&mutex);
+        const SpinLocker locker(&mutex);
         storages.removeIf([type](const auto &other) { return other->type() == type; });
     }
     storage.reset(); // dies with the lock free: a file layer writes its file now
@@ -180,8 +180,7 @@ void ConfigurationManagerPrivate::replaceStorage(const QSharedPointer<AbstractSt
         if (!previouslyHeld.contains(pair))
             return false;
         const auto &[group, key] = pair;
-        const auto top = sharedTopStorage(group, key);
-        return top && top->type() == type
+        return isOrigin(type, group, key)
                 && previous->value(group, key) == storage->value(group, key);
     });
 
@@ -195,7 +194,7 @@ void ConfigurationManagerPrivate::replaceStorage(const QSharedPointer<AbstractSt
 /*! The layer \a type with a reference counted, or null. */
 QSharedPointer<AbstractStorage> ConfigurationManagerPrivate::sharedStorage(SettingsType type) const
 {
-    const QMutexLocker locker(&mutex);
+    const SpinLocker locker(&mutex);
     return storages.value(indexOfStorage(type));
 }
 
@@ -206,7 +205,7 @@ void ConfigurationManagerPrivate::placeStorage(const QSharedPointer<AbstractStor
     const auto isItsPlace = [type, rank = priorityOf(type)](const auto &other) {
         return other->type() == type || rank < priorityOf(other->type());
     };
-    const QMutexLocker locker(&mutex);
+    const SpinLocker locker(&mutex);
     const auto place = std::find_if(storages.cbegin(), storages.cend(), isItsPlace);
     if (place != storages.cend() && (*place)->type() == type)
         storages.replace(std::distance(storages.cbegin(), place), storage);

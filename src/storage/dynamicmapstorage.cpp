@@ -3,13 +3,13 @@
 
 #include "dynamicmapstorage.h"
 
-#include <QtCore/QMutexLocker>
+#include "../core/spinlocker.h"
 
 namespace tamsel {
 
 DynamicMapStorage::DynamicMapStorage(SettingsType type, IConfigurationChangeHandler *handler,
                                      ILogger *logger)
-    : AbstractStorage(type, handler, logger)
+    : LookupStorage(type, handler, logger)
 {
 }
 
@@ -22,19 +22,29 @@ bool DynamicMapStorage::isAvailable() const
 
 bool DynamicMapStorage::contains(const QString &group, const QString &key) const
 {
-    const QMutexLocker locker(&m_mutex);
+    const SpinLocker locker(&m_mutex);
     const auto entries = m_values.constFind(group);
     return entries != m_values.cend() && entries->contains(key);
 }
 
 QVariant DynamicMapStorage::value(const QString &group, const QString &key) const
 {
-    const QMutexLocker locker(&m_mutex);
-    const auto entries = m_values.constFind(group);
+    QVariant result;
+    lookup({group, key}, &result);
+    return result;
+}
+
+bool DynamicMapStorage::lookup(const LookupKey &key, QVariant *value) const
+{
+    const SpinLocker locker(&m_mutex);
+    const auto entries = m_values.constFind(key.group());
     if (entries == m_values.cend())
-        return {};
-    const auto entry = entries->constFind(key);
-    return entry != entries->cend() ? *entry : QVariant();
+        return false;
+    const auto entry = entries->constFind(key.key());
+    if (entry == entries->cend())
+        return false;
+    *value = *entry;
+    return true;
 }
 
 void DynamicMapStorage::setValue(const QString &group, const QString &key, const QVariant &value)
@@ -52,7 +62,7 @@ void DynamicMapStorage::remove(const QString &group, const QString &key)
 KeyList DynamicMapStorage::keys() const
 {
     KeyList result;
-    const QMutexLocker locker(&m_mutex);
+    const SpinLocker locker(&m_mutex);
     for (auto group = m_values.cbegin(); group != m_values.cend(); ++group) {
         for (auto entry = group->cbegin(); entry != group->cend(); ++entry)
             result.append({group.key(), entry.key()});
@@ -63,7 +73,7 @@ KeyList DynamicMapStorage::keys() const
 /*! Whether the value differed from the stored one and was written. */
 bool DynamicMapStorage::store(const QString &group, const QString &key, const QVariant &value)
 {
-    const QMutexLocker locker(&m_mutex);
+    const SpinLocker locker(&m_mutex);
     QVariantMap &entries = m_values[group]; // an equal value is in a group that exists
     const auto entry = entries.find(key);
     if (entry == entries.end())
@@ -78,7 +88,7 @@ bool DynamicMapStorage::store(const QString &group, const QString &key, const QV
 /*! Whether the pair was there. */
 bool DynamicMapStorage::erase(const QString &group, const QString &key)
 {
-    const QMutexLocker locker(&m_mutex);
+    const SpinLocker locker(&m_mutex);
     const auto entries = m_values.find(group);
     return entries != m_values.end() && entries->remove(key) > 0;
 }

@@ -4,7 +4,7 @@
 #ifndef TAMSEL_DYNAMICMAPSTORAGE_H
 #define TAMSEL_DYNAMICMAPSTORAGE_H
 
-#include <tamsel/abstractstorage.h>
+#include "lookupstorage.h"
 
 #include <QtCore/QMap>
 #include <QtCore/QMutex>
@@ -18,7 +18,7 @@ namespace tamsel {
  * Each operation is atomic under the storage's own lock. A change is reported after the lock has
  * been released, so a handler may come back; another thread's write may slip in between.
  */
-class DynamicMapStorage : public AbstractStorage
+class DynamicMapStorage : public LookupStorage
 {
 public:
     DynamicMapStorage(SettingsType type, IConfigurationChangeHandler *handler, ILogger *logger);
@@ -27,6 +27,7 @@ public:
     bool isAvailable() const override;
     bool contains(const QString &group, const QString &key) const override;
     QVariant value(const QString &group, const QString &key) const override;
+    bool lookup(const LookupKey &key, QVariant *value) const override;
     /*! A value equal to the stored one is neither written nor reported. */
     void setValue(const QString &group, const QString &key, const QVariant &value) override;
     /*! Reports the removal of a pair that was there, and nothing else. */

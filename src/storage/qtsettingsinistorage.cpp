@@ -10,7 +10,8 @@
 #include <QtCore/QEvent>
 #include <QtCore/QSettings>
 #include <QtCore/QThread>
-#include <QtCore/QVarLengthArray>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -18,23 +19,27 @@ namespace tamsel {
 
 namespace {
 
-/*! "group/key", without the heap unless it is unusually long: every read makes one. */
-class FullKey
+// What QSettings is to answer for a key that it does not hold. No file can hold one: a file that names
+// the type gives an object without the address.
+struct NotHeld
 {
-public:
-    FullKey(const QString &group, const QString &key)
-    {
-        m_text.reserve(group.size() + 1 + key.size());
-        m_text.append(group.cbegin(), group.size());
-        m_text.append(u'/');
-        m_text.append(key.cbegin(), key.size());
-    }
-    // NOLINTNEXTLINE(google-explicit-constructor): passed where QSettings takes a view
-    operator QAnyStringView() const { return QStringView(m_text.cbegin(), m_text.cend()); }
-
-private:
-    QVarLengthArray<QChar, 128> m_text;
+    const void *address = nullptr;
 };
+
+constexpr char notHeldAddress = 0;
+
+const QVariant &notHeld()
+{
+    // Intentional: never deleted. A manager that is a static object may still be read at the end.
+    static const auto *const variant = new QVariant(QVariant::fromValue(NotHeld{&notHeldAddress}));
+    return *variant;
+}
+
+bool isNotHeld(const QVariant &value)
+{
+    return value.metaType() == QMetaType::fromType<NotHeld>()
+            && static_cast<const NotHeld *>(value.constData())->address == &notHeldAddress;
+}
 
 } // namespace
 
@@ -90,7 +95,7 @@ private:
 
 QtSettingsIniStorage::QtSettingsIniStorage(SettingsType type, IConfigurationChangeHandler *handler,
                                            ILogger *logger, const QString &fileName)
-    : AbstractStorage(type, handler, logger), m_settings(std::make_unique<Settings>(fileName))
+    : LookupStorage(type, handler, logger), m_settings(std::make_unique<Settings>(fileName))
 {
 }
 
@@ -103,12 +108,21 @@ bool QtSettingsIniStorage::isAvailable() const
 
 bool QtSettingsIniStorage::contains(const QString &group, const QString &key) const
 {
-    return m_settings->contains(FullKey(group, key));
+    return m_settings->contains(LookupKey(group, key).full());
 }
 
 QVariant QtSettingsIniStorage::value(const QString &group, const QString &key) const
 {
-    return m_settings->value(FullKey(group, key));
+    return m_settings->value(LookupKey(group, key).full());
+}
+
+bool QtSettingsIniStorage::lookup(const LookupKey &key, QVariant *value) const
+{
+    QVariant found = m_settings->value(key.full(), notHeld());
+    if (isNotHeld(found))
+        return false;
+    *value = std::move(found);
+    return true;
 }
 
 void QtSettingsIniStorage::setValue(const QString &group, const QString &key, const QVariant &value)
@@ -120,7 +134,7 @@ void QtSettingsIniStorage::setValue(const QString &group, const QString &key, co
     }
     if (this->value(group, key) == value)
         return;
-    m_settings->setValue(FullKey(group, key), value);
+    m_settings->setValue(LookupKey(group, key).full(), value);
     m_settings->requestFlush();
     notify(group, key, value);
 }
@@ -132,7 +146,7 @@ void QtSettingsIniStorage::remove(const QString &group, const QString &key)
                 u"unable to remove value %1/%2 from %3"_s.arg(group, key, m_settings->fileName()));
         return;
     }
-    m_settings->remove(FullKey(group, key));
+    m_settings->remove(LookupKey(group, key).full());
     m_settings->requestFlush();
     // Kept as it is: unlike in memory, removing an absent key is reported.
     notify(group, key, QVariant());

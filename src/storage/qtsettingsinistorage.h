@@ -4,7 +4,7 @@
 #ifndef TAMSEL_QTSETTINGSINISTORAGE_H
 #define TAMSEL_QTSETTINGSINISTORAGE_H
 
-#include <tamsel/abstractstorage.h>
+#include "lookupstorage.h"
 
 #include <memory>
 
@@ -18,7 +18,7 @@ namespace tamsel {
  * the latest when the storage dies. The consistency of a single call is that of QSettings too; two
  * threads that write the same pair may both report it.
  */
-class QtSettingsIniStorage : public AbstractStorage
+class QtSettingsIniStorage : public LookupStorage
 {
 public:
     QtSettingsIniStorage(SettingsType type, IConfigurationChangeHandler *handler, ILogger *logger,
@@ -28,6 +28,7 @@ public:
     bool isAvailable() const override;
     bool contains(const QString &group, const QString &key) const override;
     QVariant value(const QString &group, const QString &key) const override;
+    bool lookup(const LookupKey &key, QVariant *value) const override;
     /*! Logs an error if the file is not writable, also for a value that would not change. */
     void setValue(const QString &group, const QString &key, const QVariant &value) override;
     /*! Takes the keys below the pair with it, as QSettings does, and always reports the removal. */

@@ -7,19 +7,24 @@ namespace tamsel {
 
 namespace {
 
-/*!
- * The entries of a group. A variant that holds a QVariantMap is read in place, without a copy; one
- * that merely converts is converted afresh on every read, nothing is cached.
- */
+// The map in `group`, in place; null if it holds something else.
+const QVariantMap *asMap(const QVariant &group)
+{
+    if (group.metaType() != QMetaType::fromType<QVariantMap>())
+        return nullptr;
+    return static_cast<const QVariantMap *>(group.constData());
+}
+
+// The entries of a group. A QVariantMap is read in place, without a copy. What merely converts to one
+// is converted again for every question; nothing is cached.
 class GroupEntries
 {
 public:
     explicit GroupEntries(const QVariant &group)
     {
         const auto mapType = QMetaType::fromType<QVariantMap>();
-        if (group.metaType() == mapType) {
-            m_entries = static_cast<const QVariantMap *>(group.constData());
-        } else if (QMetaType::canConvert(group.metaType(), mapType)) {
+        m_entries = asMap(group);
+        if (!m_entries && QMetaType::canConvert(group.metaType(), mapType)) {
             m_converted = group.toMap();
             m_entries = &m_converted;
         }
@@ -38,7 +43,7 @@ private:
 
 StaticMapReader::StaticMapReader(SettingsType type, IConfigurationChangeHandler *handler,
                                  ILogger *logger, const QVariantMap &values)
-    : AbstractStorage(type, handler, logger), m_values(values)
+    : LookupStorage(type, handler, logger), m_values(values)
 {
 }
 
@@ -68,6 +73,25 @@ QVariant StaticMapReader::value(const QString &group, const QString &key) const
         return {};
     const auto entry = entries->constFind(key);
     return entry != entries->cend() ? *entry : QVariant();
+}
+
+bool StaticMapReader::lookup(const LookupKey &key, QVariant *value) const
+{
+    const auto found = m_values.constFind(key.group());
+    if (found == m_values.cend())
+        return false;
+    if (const QVariantMap *entries = asMap(*found)) {
+        const auto entry = entries->constFind(key.key());
+        if (entry == entries->cend())
+            return false;
+        *value = *entry;
+        return true;
+    }
+    // Intentional: converted once for each of the two questions, which the host can count.
+    if (!contains(key.group(), key.key()))
+        return false;
+    *value = this->value(key.group(), key.key());
+    return true;
 }
 
 KeyList StaticMapReader::keys() const

@@ -4,7 +4,7 @@
 #ifndef TAMSEL_STATICMAPREADER_H
 #define TAMSEL_STATICMAPREADER_H
 
-#include <tamsel/abstractstorage.h>
+#include "lookupstorage.h"
 
 namespace tamsel {
 
@@ -16,7 +16,7 @@ namespace tamsel {
  * changes, so any number of threads may read without a lock. Writes and removals are refused by the
  * base.
  */
-class StaticMapReader : public AbstractStorage
+class StaticMapReader : public LookupStorage
 {
 public:
     StaticMapReader(SettingsType type, IConfigurationChangeHandler *handler, ILogger *logger,
@@ -26,6 +26,7 @@ public:
     bool isAvailable() const override;
     bool contains(const QString &group, const QString &key) const override;
     QVariant value(const QString &group, const QString &key) const override;
+    bool lookup(const LookupKey &key, QVariant *value) const override;
     /*! Sorted by group, then by key. */
     KeyList keys() const override;
 

@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_LOOKUPSTORAGE_H
+#define TAMSEL_LOOKUPSTORAGE_H
+
+#include <tamsel/abstractstorage.h>
+
+#include <QtCore/QStringView>
+#include <QtCore/QVarLengthArray>
+
+namespace tamsel {
+
+// The group and the key that a lookup is for. Borrows both.
+class LookupKey
+{
+public:
+    LookupKey(const QString &group, const QString &key) : m_group(group), m_key(key) { }
+
+    const QString &group() const { return m_group; }
+    const QString &key() const { return m_key; }
+
+    // "group/key", as the file layers need it. Built for the first of them, without the heap unless it
+    // is unusually long.
+    QStringView full() const;
+
+private:
+    Q_DISABLE_COPY_MOVE(LookupKey)
+
+    const QString &m_group;
+    const QString &m_key;
+    mutable QVarLengthArray<QChar, 128> m_full;
+};
+
+// The base of the library's own storages. It adds the one thing that the slots of AbstractStorage
+// cannot say: that the layer holds a key, and which value, in one step. Between contains() and value()
+// another thread may remove the key.
+class LookupStorage : public AbstractStorage
+{
+public:
+    using AbstractStorage::AbstractStorage;
+
+    // Whether the layer holds the key. If so, *value becomes its value; otherwise it stays.
+    virtual bool lookup(const LookupKey &key, QVariant *value) const = 0;
+};
+
+// `storage`, if it is one of the library's own; null for any other AbstractStorage.
+const LookupStorage *toLookupStorage(const AbstractStorage &storage);
+
+} // namespace tamsel
+
+#endif // TAMSEL_LOOKUPSTORAGE_H

@@ -1,0 +1,206 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// What the library's own storages answer in one step, and that any other is asked through its slots.
+
+#include "managerprivate.h"
+
+#include <files.h>
+
+#include <storage/dynamicmapstorage.h>
+#include <storage/lookupstorage.h>
+#include <storage/qtsettingsinistorage.h>
+#include <storage/staticmapreader.h>
+
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QTest>
+
+#include <memory>
+
+using namespace tamsel;
+using namespace tamsel::tests;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Becomes a map, and counts how often.
+struct Convertible
+{
+    static inline int conversions = 0;
+};
+
+enum class Kind { FixedMap, ConvertedMap, Memory, File };
+
+} // namespace
+
+class tst_LookupStorage : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void aLookupSaysWhetherAndWhat_data();
+    void aLookupSaysWhetherAndWhat();
+    void aFileCannotHoldWhatIsNotHeld();
+    void aLongKeyIsFound();
+    void aDerivedStorageIsAskedThroughItsSlots();
+    void aGroupIsConvertedForEachQuestion();
+
+private:
+    static std::unique_ptr<LookupStorage> make(Kind kind, const QString &path);
+};
+
+void tst_LookupStorage::initTestCase()
+{
+    QMetaType::registerConverter<Convertible, QVariantMap>([](const Convertible &) {
+        ++Convertible::conversions;
+        return QVariantMap{{u"text"_s, u"a"_s}, {u"invalid"_s, QVariant()}};
+    });
+}
+
+// Holds g/text = "a" and an invalid value for g/invalid.
+std::unique_ptr<LookupStorage> tst_LookupStorage::make(Kind kind, const QString &path)
+{
+    const QVariantMap entries{{u"text"_s, u"a"_s}, {u"invalid"_s, QVariant()}};
+    switch (kind) {
+    case Kind::FixedMap:
+        return std::make_unique<StaticMapReader>(SettingsType::Rdm, nullptr, nullptr,
+                                                 QVariantMap{{u"g"_s, entries}});
+    case Kind::ConvertedMap:
+        return std::make_unique<StaticMapReader>(
+                SettingsType::Rdm, nullptr, nullptr,
+                QVariantMap{{u"g"_s, QVariant::fromValue(Convertible())}});
+    case Kind::Memory: {
+        auto storage = std::make_unique<DynamicMapStorage>(SettingsType::Runtime, nullptr, nullptr);
+        storage->setValue(u"g"_s, u"text"_s, u"a"_s);
+        storage->setValue(u"g"_s, u"invalid"_s, QVariant());
+        return storage;
+    }
+    case Kind::File:
+        if (!writeFile(path, "[g]\ntext=a\ninvalid=@Invalid()\n"))
+            qFatal("cannot write a file");
+        return std::make_unique<QtSettingsIniStorage>(SettingsType::SelviDb, nullptr, nullptr,
+                                                      path);
+    }
+    return nullptr;
+}
+
+void tst_LookupStorage::aLookupSaysWhetherAndWhat_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::newRow("fixed map") << int(Kind::FixedMap);
+    QTest::newRow("converted map") << int(Kind::ConvertedMap);
+    QTest::newRow("memory") << int(Kind::Memory);
+    QTest::newRow("file") << int(Kind::File);
+}
+
+void tst_LookupStorage::aLookupSaysWhetherAndWhat()
+{
+    QFETCH(const int, kind);
+    const QTemporaryDir folder;
+    const auto storage = make(Kind(kind), folder.filePath(u"a.conf"_s));
+    QCOMPARE(toLookupStorage(*storage), storage.get());
+
+    QVariant value = 5;
+    QVERIFY(storage->lookup({u"g"_s, u"text"_s}, &value));
+    QCOMPARE(describe(value), describe(u"a"_s));
+    QVERIFY(storage->lookup({u"g"_s, u"invalid"_s}, &value));
+    QCOMPARE(describe(value), describe(QVariant()));
+
+    value = 5;
+    QVERIFY(!storage->lookup({u"g"_s, u"other"_s}, &value));
+    QVERIFY(!storage->lookup({u"other"_s, u"text"_s}, &value));
+    QVERIFY(!storage->lookup({u"h"_s, u"text"_s}, &value));
+    QVERIFY(!storage->lookup({QString(), QString()}, &value));
+    QVERIFY(!storage->lookup({u""_s, u"text"_s}, &value));
+    QCOMPARE(describe(value), describe(5));
+}
+
+void tst_LookupStorage::aFileCannotHoldWhatIsNotHeld()
+{
+    // The type that stands for "not held" has a name by which a file can ask for an object.
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"a.conf"_s);
+    QVERIFY(writeFile(path,
+                      "[g]\nk=@Variant(\\0\\0\\x4\\0\\0\\0\\0\\0\\x30"
+                      "tamsel::(anonymous namespace)::NotHeld)\n"));
+    const QtSettingsIniStorage storage(SettingsType::SelviDb, nullptr, nullptr, path);
+    QVariant value;
+    QVERIFY(!storage.lookup({u"g"_s, u"other"_s}, &value)); // now the type is known
+    QCOMPARE(storage.lookup({u"g"_s, u"k"_s}, &value), storage.contains(u"g"_s, u"k"_s));
+    QVERIFY(storage.lookup({u"g"_s, u"k"_s}, &value));
+}
+
+void tst_LookupStorage::aLongKeyIsFound()
+{
+    const QTemporaryDir folder;
+    const QString group(300, u'g');
+    const QString key(300, u'k');
+    QtSettingsIniStorage storage(SettingsType::SelviDb, nullptr, nullptr,
+                                 folder.filePath(u"a.conf"_s));
+    storage.setValue(group, key, 5);
+    const LookupKey both(group, key);
+    QCOMPARE(both.full(), QString(group + u'/' + key));
+    QCOMPARE(both.full(), QString(group + u'/' + key)); // not appended once more
+    QVariant value;
+    QVERIFY(storage.lookup(both, &value));
+    QCOMPARE(value, QVariant(5));
+}
+
+void tst_LookupStorage::aDerivedStorageIsAskedThroughItsSlots()
+{
+    class Derived final : public DynamicMapStorage
+    {
+    public:
+        using DynamicMapStorage::DynamicMapStorage;
+        bool contains(const QString &, const QString &) const override { return true; }
+        QVariant value(const QString &, const QString &) const override { return u"derived"_s; }
+    };
+    TestHost host;
+    const auto layer = QSharedPointer<Derived>::create(SettingsType::Runtime,
+                                                       &privateOf(host.manager), &host.logger);
+    QCOMPARE(toLookupStorage(*layer), nullptr);
+    privateOf(host.manager).registerStorage(layer);
+    QCOMPARE(host.manager.value(u"g"_s, u"k"_s), QVariant(u"derived"_s));
+}
+
+void tst_LookupStorage::aGroupIsConvertedForEachQuestion()
+{
+    // A host can count the conversions: one to know whether the key is held, one for its value.
+    TestHost host;
+    const QVariantMap map{{u"g"_s, QVariant::fromValue(Convertible())}};
+    host.manager.initStorage(SettingsType::Runtime);
+    host.manager.initStorage(SettingsType::FeatureKeys, map);
+    const auto conversions = [](const auto &operation) {
+        const int before = Convertible::conversions;
+        operation();
+        return Convertible::conversions - before;
+    };
+    ConfigurationManager &manager = host.manager;
+    QCOMPARE(conversions([&] { (void)manager.value(u"g"_s, u"text"_s); }), 2);
+    QCOMPARE(conversions([&] { (void)manager.value(u"g"_s, u"other"_s); }), 1);
+    QCOMPARE(conversions([&] { (void)manager.value(u"h"_s, u"text"_s); }), 0);
+    QCOMPARE(conversions([&] { (void)manager.contains(u"g"_s, u"text"_s); }), 1);
+
+    // A write above does not look below, a removal there does, and one below only asks who holds it.
+    const auto write = [&] { manager.setValue(u"g"_s, u"text"_s, 1, SettingsType::Runtime); };
+    const auto remove = [&] { manager.removeValue(u"g"_s, u"text"_s, SettingsType::Runtime); };
+    QCOMPARE(conversions(write), 0);
+    QCOMPARE(conversions(remove), 2);
+    manager.initStorage(SettingsType::SystemProperties);
+    manager.setValue(u"g"_s, u"text"_s, 1, SettingsType::SystemProperties);
+    QCOMPARE(conversions([&] {
+                 manager.removeValue(u"g"_s, u"text"_s, SettingsType::SystemProperties);
+             }),
+             1);
+
+    // Two keys: listed once, then each one's value is read for the message and for the handlers.
+    manager.clearStorage(SettingsType::FeatureKeys);
+    QCOMPARE(conversions([&] { manager.initStorage(SettingsType::Rdm, map); }), 1 + 2 + 2);
+    // Both lists; who holds each key and its two values.
+    QCOMPARE(conversions([&] { manager.initStorage(SettingsType::Rdm, map); }), 2 + 2 * 3);
+}
+
+QTEST_GUILESS_MAIN(tst_LookupStorage)
+
+#include "tst_lookupstorage.moc"
