@@ -1,27 +1,9 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-# awk -v out=DIR -v top=DIR/ -f extract.awk DOCUMENT...: takes the code blocks out of Markdown documents,
-# each for the check that its language or the comment in the line above it asks for:
-#
-#   cpp        the body of a function of its own, which is run; `settings`, `logger` and `handler` are there
-#   cpp        <!-- goes on -->             in the function of the block before
-#   cpp        <!-- next process -->        the same, with the files of before read anew and no layer left
-#   cpp        <!-- declarations -->        outside of functions, for the blocks behind it
-#   cpp        <!-- arguments: A B -->      run in a process started with these arguments
-#   cpp        <!-- compile only -->        not run
-#   text       what the cpp block before it prints
-#   ini        read by QSettings, and written by it to the same text
-#   ini        <!-- written: NAME -->       a file that the cpp block before it leaves
-#   sh         its syntax, and that the files and presets it names exist
-#   sh         <!-- run -->                 that, and run beside the installed library
-#   cmake      configured and built with the installed library, as the program `app`
-#   any        <!-- file: PROJECT/NAME -->  a file of a project; a project with a CMakeLists.txt is built,
-#                                           run, and what it prints compared with its file "output"
-#   any        <!-- checked by TEST -->     left to that test of the suite
-#
-# Whatever is left over is listed as unchecked, and fails tst_documents. So does an indented fence, which
-# nobody looks into.
+# awk -v out=DIR -v top=DIR/ -f extract.awk DOCUMENT...: extracts the code blocks of Markdown documents,
+# each for the check that its language, or the comment in the line above it, selects: see README.md.
+# Blocks without a check, and indented fences, fail tst_documents.
 #
 # DIR gets blocks.cpp for tst_documents, commands/ and cmake/ with a file for each block, and projects/.
 
