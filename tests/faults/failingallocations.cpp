@@ -1,38 +1,18 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Stands in for the allocation functions of the whole program, those of Qt and of the C and C++
-// libraries included: a definition in the program comes before all others.
-
 #include "failingallocations.h"
+
+#include <replaceallocator.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <cstdlib>
 #include <new>
-
-// NOLINTBEGIN(cppcoreguidelines-macro-usage)
-#ifdef TAMSEL_ADDRESS_SANITIZER
-#    define TAMSEL_REAL(function) __interceptor_##function
-#else
-#    define TAMSEL_REAL(function) __libc_##function
-#endif
-// NOLINTEND(cppcoreguidelines-macro-usage)
-
-extern "C" {
-void *TAMSEL_REAL(malloc)(size_t size);
-void *TAMSEL_REAL(calloc)(size_t count, size_t size);
-void *TAMSEL_REAL(realloc)(void *block, size_t size);
-void *TAMSEL_REAL(memalign)(size_t alignment, size_t size);
-void TAMSEL_REAL(free)(void *block);
-}
 
 namespace tamsel::tests {
 
 namespace {
-
-// Nothing here may allocate, and all of it has to work before any constructor has run.
 
 thread_local int untilFailure = 0; // 0: none is to fail
 thread_local AllocationFault::Extent extentOfFailure = AllocationFault::OnlyOne;
@@ -85,22 +65,6 @@ void strike(void *block)
     }
 }
 
-void *allocate(size_t size)
-{
-    return hasToFail() ? nullptr : record(TAMSEL_REAL(malloc)(size));
-}
-
-void *allocateAligned(size_t alignment, size_t size)
-{
-    return hasToFail() ? nullptr : record(TAMSEL_REAL(memalign)(alignment, size));
-}
-
-void release(void *block)
-{
-    strike(block);
-    TAMSEL_REAL(free)(block);
-}
-
 void *orThrow(void *block)
 {
     if (!block)
@@ -109,6 +73,35 @@ void *orThrow(void *block)
 }
 
 } // namespace
+
+void *allocate(std::size_t size) noexcept
+{
+    return hasToFail() ? nullptr : record(TAMSEL_REAL(malloc)(size));
+}
+
+void *allocateZeroed(std::size_t count, std::size_t size) noexcept
+{
+    return hasToFail() ? nullptr : record(TAMSEL_REAL(calloc)(count, size));
+}
+
+void *allocateAligned(std::size_t alignment, std::size_t size) noexcept
+{
+    return hasToFail() ? nullptr : record(TAMSEL_REAL(memalign)(alignment, size));
+}
+
+void *reallocate(void *block, std::size_t size) noexcept
+{
+    if (hasToFail())
+        return nullptr;
+    strike(block);
+    return record(TAMSEL_REAL(realloc)(block, size));
+}
+
+void release(void *block) noexcept
+{
+    strike(block);
+    TAMSEL_REAL(free)(block);
+}
 
 AllocationFault::AllocationFault(int number, Extent extent)
 {
@@ -149,38 +142,8 @@ int AllocationLedger::alive() const
 
 using namespace tamsel::tests;
 
+// The sanitizer has operators of its own, which do not call malloc().
 #define TAMSEL_REPLACED __attribute__((visibility("default")))
-
-extern "C" {
-TAMSEL_REPLACED void *malloc(size_t size) noexcept
-{
-    return allocate(size);
-}
-TAMSEL_REPLACED void *calloc(size_t count, size_t size) noexcept
-{
-    return hasToFail() ? nullptr : record(TAMSEL_REAL(calloc)(count, size));
-}
-TAMSEL_REPLACED void *realloc(void *block, size_t size) noexcept
-{
-    if (hasToFail())
-        return nullptr;
-    strike(block);
-    return record(TAMSEL_REAL(realloc)(block, size));
-}
-TAMSEL_REPLACED void *aligned_alloc(size_t alignment, size_t size) noexcept
-{
-    return allocateAligned(alignment, size);
-}
-TAMSEL_REPLACED int posix_memalign(void **block, size_t alignment, size_t size) noexcept
-{
-    *block = allocateAligned(alignment, size);
-    return *block ? 0 : ENOMEM;
-}
-TAMSEL_REPLACED void free(void *block) noexcept
-{
-    release(block);
-}
-}
 
 TAMSEL_REPLACED void *operator new(size_t size)
 {

@@ -3,27 +3,23 @@
 
 #include "countingallocator.h"
 
+#include <replaceallocator.h>
+
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
-#include <cstddef>
 #include <cstring>
 #include <iterator>
 #include <limits>
 #include <memory>
 
-// The C library's own entrances, which it keeps for replacements such as these.
-extern "C" {
-void *__libc_malloc(std::size_t size); // NOLINT(bugprone-reserved-identifier,cert-dcl*)
-void __libc_free(void *block); // NOLINT(bugprone-reserved-identifier,cert-dcl*)
-}
+namespace tamsel::tests {
 
 namespace {
 
 std::atomic<qsizetype> liveBlocks = 0;
 std::atomic<qsizetype> liveBytes = 0;
 
-/*! Stands in front of every block. */
+// In front of every block.
 struct alignas(std::max_align_t) Header
 {
     std::size_t size; // as it was asked for
@@ -35,11 +31,14 @@ Header *headerOf(void *block)
     return std::prev(static_cast<Header *>(block));
 }
 
-void *allocate(std::size_t size, std::size_t alignment)
+} // namespace
+
+void *allocateAligned(std::size_t alignment, std::size_t size) noexcept
 {
+    alignment = std::max(alignment, alignof(std::max_align_t));
     const std::size_t overhead = sizeof(Header) + alignment;
     const bool possible = size <= std::numeric_limits<std::size_t>::max() - overhead;
-    void *const allocation = possible ? __libc_malloc(size + overhead) : nullptr;
+    void *const allocation = possible ? TAMSEL_REAL(malloc)(size + overhead) : nullptr;
     if (!allocation) {
         errno = ENOMEM;
         return nullptr;
@@ -53,75 +52,42 @@ void *allocate(std::size_t size, std::size_t alignment)
     return block;
 }
 
-} // namespace
-
-// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name,cppcoreguidelines-no-malloc)
-#pragma GCC visibility push(default) // or the other libraries would not find them
-extern "C" {
-
-void *malloc(std::size_t size)
+void *allocate(std::size_t size) noexcept
 {
-    return allocate(size, alignof(std::max_align_t));
+    return allocateAligned(alignof(std::max_align_t), size);
 }
 
-void *memalign(std::size_t alignment, std::size_t size)
-{
-    return allocate(size, std::max(alignment, alignof(std::max_align_t)));
-}
-
-void *aligned_alloc(std::size_t alignment, std::size_t size)
-{
-    return memalign(alignment, size);
-}
-
-int posix_memalign(void **block, std::size_t alignment, std::size_t size)
-{
-    *block = memalign(alignment, size);
-    return *block ? 0 : ENOMEM;
-}
-
-void *calloc(std::size_t count, std::size_t size)
+void *allocateZeroed(std::size_t count, std::size_t size) noexcept
 {
     if (size > 0 && count > std::numeric_limits<std::size_t>::max() / size) {
         errno = ENOMEM;
         return nullptr;
     }
-    void *const block = allocate(count * size, alignof(std::max_align_t));
+    void *const block = allocate(count * size);
     if (block)
         std::memset(block, 0, count * size);
     return block;
 }
 
-void free(void *block)
+void release(void *block) noexcept
 {
     if (!block)
         return;
     const Header header = *headerOf(block);
     --liveBlocks;
     liveBytes -= static_cast<qsizetype>(header.size);
-    __libc_free(header.allocation);
+    TAMSEL_REAL(free)(header.allocation);
 }
 
-void *realloc(void *block, std::size_t size)
+void *reallocate(void *block, std::size_t size) noexcept
 {
-    void *const moved = allocate(size, alignof(std::max_align_t));
+    void *const moved = allocate(size);
     if (block && moved) {
         std::memcpy(moved, block, std::min(size, headerOf(block)->size));
-        free(block);
+        release(block);
     }
     return moved;
 }
-
-std::size_t malloc_usable_size(void *block)
-{
-    return block ? headerOf(block)->size : 0;
-}
-
-} // extern "C"
-#pragma GCC visibility pop
-// NOLINTEND(readability-inconsistent-declaration-parameter-name,cppcoreguidelines-no-malloc)
-
-namespace tamsel::tests {
 
 Heap Heap::now()
 {
@@ -129,3 +95,8 @@ Heap Heap::now()
 }
 
 } // namespace tamsel::tests
+
+extern "C" __attribute__((visibility("default"))) std::size_t malloc_usable_size(void *block)
+{
+    return block ? tamsel::tests::headerOf(block)->size : 0;
+}
