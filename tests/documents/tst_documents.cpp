@@ -152,5 +152,4 @@ int main(int argc, char *argv[])
     tst_Documents test;
     return QTest::qExec(&test, argc, argv);
 }
-
 #include "tst_documents.moc"

@@ -611,5 +611,4 @@ void tst_Settop::badArgumentsEndItBeforeAnythingIsMade()
 }
 
 QTEST_GUILESS_MAIN(tst_Settop)
-
 #include "tst_settop.moc"

@@ -7,6 +7,7 @@
 #include "journal.h"
 #include "recordinghandler.h"
 #include "recordinglogger.h"
+#include "skip.h"
 #include "tinydisk.h"
 
 #include <tamsel/configurationmanager.h>
@@ -106,14 +107,12 @@ bool noticesFullDisk(const TinyDisk &disk, qsizetype size)
 
 } // namespace
 
-// QSKIP leaves out a variable argument, which clang does not take for C++17.
 // NOLINTNEXTLINE(cppcoreguidelines-macro-usage): it returns from the test
 #define SKIP_WITHOUT(disk) \
     do { \
         if (!(disk).isMounted()) { \
             const QString reason = u"cannot mount a file system here: "_s + (disk).error(); \
-            QTest::qSkip(qPrintable(reason), __FILE__, __LINE__); \
-            return; \
+            SKIP_TEST(qPrintable(reason)); \
         } \
     } while (false)
 

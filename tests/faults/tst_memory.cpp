@@ -9,9 +9,9 @@
 #include "faultrun.h"
 #include "managerprivate.h"
 
-#include <storage/dynamicmapstorage.h>
-#include <storage/qtsettingsinistorage.h>
-#include <storage/staticmapreader.h>
+#include "storage/dynamicmapstorage.h"
+#include "storage/qtsettingsinistorage.h"
+#include "storage/staticmapreader.h"
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/ilogger.h>

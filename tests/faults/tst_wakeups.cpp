@@ -7,7 +7,7 @@
 
 #include "faultrun.h"
 
-#include <testhost.h>
+#include "testhost.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>

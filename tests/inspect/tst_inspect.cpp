@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "program.h"
+#include "skip.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
@@ -679,7 +680,7 @@ void tst_Inspect::aTerminalGetsFramesAndColours()
 {
     const Terminal terminal(120);
     if (terminal.name().isEmpty())
-        QSKIP("there are no terminals here", "");
+        SKIP_TEST("there are no terminals here");
     write(u"box/custom.conf"_s, "[ui]\na\\x=1\nlang=en\n");
     ProgramSurroundings colourful;
     colourful.environment.insert(u"TERM"_s, u"xterm"_s);
@@ -720,7 +721,7 @@ void tst_Inspect::aTerminalWithoutColours()
 
     const Terminal terminal(100);
     if (terminal.name().isEmpty())
-        QSKIP("there are no terminals here", "");
+        SKIP_TEST("there are no terminals here");
     ProgramSurroundings surroundings;
     surroundings.environment.remove(u"NO_COLOR"_s);
     surroundings.environment.insert(variable, value);
@@ -785,7 +786,7 @@ void tst_Inspect::theWidthFollowsTheTerminal()
     write(u"box/custom.conf"_s, "[ui]\nlang=\"日本語日本語日本語\"\n");
     const Terminal terminal(static_cast<ushort>(columns));
     if (terminal.name().isEmpty())
-        QSKIP("there are no terminals here", "");
+        SKIP_TEST("there are no terminals here");
     QCOMPARE(onTerminal(terminal, {u"--no-color"_s, u"ui/lang"_s}), table);
 }
 
@@ -915,7 +916,7 @@ void tst_Inspect::damagedFilesAreTrouble()
 void tst_Inspect::aDirectoryThatMayNotBeEnteredIsTrouble()
 {
     if (geteuid() == 0)
-        QSKIP("root may enter every directory", "");
+        SKIP_TEST("root may enter every directory");
     QVERIFY(QFile::setPermissions(path(u"box"_s), QFile::ReadOwner | QFile::WriteOwner));
     const ProgramResult result = run(wholeBox);
     QVERIFY(QFile::setPermissions(path(u"box"_s),
@@ -943,7 +944,7 @@ void tst_Inspect::outputThatIsLostIsTrouble()
 
     QVERIFY(QDir().mkpath(path(u"other"_s)));
     if (!QFile::exists(u"/dev/full"_s))
-        QSKIP("there is no device that is always full", "");
+        SKIP_TEST("there is no device that is always full");
     ProgramSurroundings surroundings;
     surroundings.outputFile = u"/dev/full"_s;
     const ProgramResult result = run(wholeBox + options, surroundings);
@@ -1036,5 +1037,4 @@ void tst_Inspect::theDocumentsShowRealOutput()
 }
 
 QTEST_GUILESS_MAIN(tst_Inspect)
-
 #include "tst_inspect.moc"

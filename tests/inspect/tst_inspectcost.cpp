@@ -158,5 +158,4 @@ void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
 }
 
 QTEST_GUILESS_MAIN(tst_InspectCost)
-
 #include "tst_inspectcost.moc"

@@ -6,9 +6,9 @@
 
 #include "operation.h"
 
-#include <journal.h>
-#include <recordinghandler.h>
-#include <recordinglogger.h>
+#include "journal.h"
+#include "recordinghandler.h"
+#include "recordinglogger.h"
 
 #include <tamsel/settingstype.h>
 

@@ -5,8 +5,8 @@
 
 #include "alphabet.h"
 
-#include <journal.h>
-#include <testhost.h>
+#include "journal.h"
+#include "testhost.h"
 
 #include <QtCore/QStringBuilder>
 #include <QtCore/QStringList>

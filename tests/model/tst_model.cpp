@@ -203,5 +203,4 @@ void tst_Model::managerAndModelSayTheSame()
 }
 
 QTEST_GUILESS_MAIN(tst_Model)
-
 #include "tst_model.moc"

@@ -7,6 +7,7 @@
 #include <QtCore/QSemaphore>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -31,7 +32,7 @@ template <typename Work> void runTogether(int count, const Work &work)
 }
 
 // As above, with a function for each thread.
-template <typename Body> void runTogether(const std::vector<Body> &bodies)
+inline void runTogether(const std::vector<std::function<void()>> &bodies)
 {
     runTogether(static_cast<int>(bodies.size()),
                 [&bodies](int i) { bodies[static_cast<std::size_t>(i)](); });

@@ -144,5 +144,4 @@ void tst_IdleHeap::aFixedMapIsSharedWithTheHost()
 }
 
 QTEST_GUILESS_MAIN(tst_IdleHeap)
-
 #include "tst_idleheap.moc"
