@@ -93,6 +93,8 @@ private Q_SLOTS:
     void aLaterPathServesTheNextLayer_data();
     void aLaterPathServesTheNextLayer();
 
+    void aGroupMayHoldAHundredThousandKeys();
+
     void destructionSaysNothing();
     void destructionWritesChangedFiles_data();
     void destructionWritesChangedFiles();
@@ -370,6 +372,28 @@ void tst_ConfigurationManager::aLaterPathServesTheNextLayer()
     host.manager.clearStorage(type);
     QCOMPARE(readFile(host.folder.filePath(file)), "[ui]\nlang=en\n");
     QVERIFY(readFile(host.filePath(type)).isNull());
+}
+
+void tst_ConfigurationManager::aGroupMayHoldAHundredThousandKeys()
+{
+    constexpr int count = 100'000;
+    QVariantMap entries;
+    for (int i = 0; i < count; ++i)
+        entries.insert(QString::number(i), i);
+    TestHost host;
+    host.manager.initStorage(SettingsType::FeatureKeys, groupMap(u"g"_s, entries));
+    QCOMPARE(host.journal.take().size(), count + 1);
+
+    entries.insert(u"0"_s, u"changed"_s);
+    entries.remove(u"1"_s);
+    host.manager.initStorage(SettingsType::FeatureKeys, groupMap(u"g"_s, entries));
+    QCOMPARE(host.journal.take(),
+             QStringList({u"info: Storage: FeatureKeys reinitialized"_s,
+                          u"handler: FeatureKeys g/1 = invalid"_s,
+                          u"handler: FeatureKeys g/0 = QString(changed)"_s}));
+
+    host.manager.clearStorage(SettingsType::FeatureKeys);
+    QCOMPARE(host.journal.take().size(), count);
 }
 
 void tst_ConfigurationManager::destructionSaysNothing()
