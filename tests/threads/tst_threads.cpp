@@ -4,13 +4,13 @@
 // What several threads may do at the same time. What happens is compared here as far as it can be
 // seen from outside; whether it was more than luck is for the thread sanitizer to say.
 
-#include <journal.h>
-#include <recordinghandler.h>
-#include <recordinglogger.h>
-#include <testhost.h>
+#include "journal.h"
+#include "recordinghandler.h"
+#include "recordinglogger.h"
+#include "testhost.h"
+#include "threads.h"
 
 #include <tamsel/configurationmanager.h>
-#include <tamsel/ilogger.h>
 #include <tamsel/logsconfigwrapper.h>
 #include <tamsel/settingstype.h>
 
@@ -42,24 +42,6 @@ constexpr int replacements = 1000;
 constexpr int rounds = 50;
 
 using Body = std::function<void()>;
-
-/*! Runs the bodies at the same time, each on a thread of its own, and waits for them to end. */
-void runTogether(const std::vector<Body> &bodies)
-{
-    std::atomic<std::size_t> missing = bodies.size();
-    std::vector<std::thread> threads;
-    threads.reserve(bodies.size());
-    for (const Body &body : bodies) {
-        threads.emplace_back([&missing, &body] {
-            --missing;
-            while (missing > 0)
-                std::this_thread::yield();
-            body();
-        });
-    }
-    for (std::thread &thread : threads)
-        thread.join();
-}
 
 /*! Lets threads wait for something to happen on another one. */
 class Signal
@@ -106,20 +88,6 @@ public:
 
 private:
     std::atomic<bool> m_armed = false;
-};
-
-class BlockingLogger final : public ILogger
-{
-public:
-    explicit BlockingLogger(Barrier *barrier) : m_barrier(barrier) { } // borrowed
-
-    void error(const QString &) override { m_barrier->pass(); }
-    void warning(const QString &) override { m_barrier->pass(); }
-    void info(const QString &) override { m_barrier->pass(); }
-    void debug(const QString &) override { m_barrier->pass(); }
-
-private:
-    Barrier *const m_barrier;
 };
 
 /*! A text that shows whether it is a mixture of two: "Runtime's 7 7 7 7 7 7 7 7". */
@@ -545,7 +513,8 @@ void tst_Threads::nobodyWaitsForTheLogger()
 
     const QTemporaryDir folder;
     Barrier barrier;
-    BlockingLogger logger(&barrier);
+    RecordingLogger logger;
+    logger.reaction = [&barrier](const QString &) { barrier.pass(); };
     ConfigurationManager manager(&logger);
     manager.initStorage(SettingsType::Rdm, wholeMap(u"Rdm"_s, 0));
     manager.initStorage(SettingsType::Runtime);
@@ -612,5 +581,4 @@ void tst_Threads::tablesAreThereForEveryThread()
 }
 
 QTEST_GUILESS_MAIN(tst_Threads)
-
 #include "tst_threads.moc"
