@@ -21,7 +21,7 @@ namespace tamsel::tests {
 
 using Pair = std::pair<QString, QString>;
 
-/*! The contents of an INI file, and what is to be found in it. */
+// The contents of an INI file, and what is to be found in it.
 struct IniFile
 {
     QByteArray text;
@@ -29,7 +29,7 @@ struct IniFile
     bool wellFormed = true;
 };
 
-/*! The eight layers by rank, then two values outside the enumeration. */
+// The eight layers by rank, then two values outside the enumeration.
 const std::vector<SettingsType> &layerAlphabet();
 const std::vector<Pair> &pairAlphabet();
 const std::vector<QVariant> &valueAlphabet();

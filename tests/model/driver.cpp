@@ -21,7 +21,7 @@ namespace tamsel::tests {
 
 namespace {
 
-/*! Empty for a layer without a file. */
+// Empty for a layer without a file.
 QString fileNameOf(SettingsType type)
 {
     switch (type) {
@@ -36,7 +36,7 @@ QString fileNameOf(SettingsType type)
     }
 }
 
-/*! In memory where there is such a place: QSettings waits for the disk whenever it writes a file. */
+// In memory where there is such a place: QSettings waits for the disk whenever it writes a file.
 QString temporaryTemplate()
 {
     const QString memory = u"/dev/shm"_s;
@@ -44,12 +44,10 @@ QString temporaryTemplate()
     return place + u"/tst_model-XXXXXX"_s;
 }
 
-/*!
- * QSettings remembers some of the files that were closed in this process and does not read them
- * again while size and time stay the same: whether values still have their types or are text again
- * would depend on how many files were open and how long they were. Another time makes it read the
- * file, as a new process does.
- */
+// QSettings remembers some of the files that were closed in this process and does not read them
+// again while size and time stay the same: whether values still have their types or are text again
+// would depend on how many files were open and how long they were. Another time makes it read the
+// file, as a new process does.
 void makeLookChanged(const QString &fileName)
 {
     static qint64 seconds = 1'000'000'000; // long ago: no file is really written then
@@ -207,7 +205,7 @@ template <typename Manager> QString Driver<Manager>::path(Place place) const
     return m_root + "file/"_L1;
 }
 
-/*! Sets the prefix from which the file of \a type is made. */
+// Sets the prefix from which the file of type is made.
 template <typename Manager> void Driver<Manager>::goTo(SettingsType type, Place place)
 {
     if (type == SettingsType::RavonaConfDefault) {
@@ -234,10 +232,8 @@ void Driver<Manager>::initStorage(SettingsType type, const QVariantMap &values)
     m_manager.initStorage(type, values);
 }
 
-/*!
- * Delivers only where nobody has the file open: when QSettings looks at an open file again, and how
- * it mixes what it finds there with changes of its own, is up to QSettings.
- */
+// Delivers only where nobody has the file open: when QSettings looks at an open file again, and how
+// it mixes what it finds there with changes of its own, is up to QSettings.
 template <typename Manager> void Driver<Manager>::deliverFile(const Operation &operation)
 {
     const SettingsType type = layerAlphabet().at(operation.layer);

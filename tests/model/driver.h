@@ -21,17 +21,15 @@
 
 namespace tamsel::tests {
 
-/*!
- * Carries operations out on a ConfigurationManager or on a Model, with a logger and with one handler
- * of each role. All of it is written down in one journal, the answers included.
- */
+// Carries operations out on a ConfigurationManager or on a Model, with a logger and with one handler
+// of each role. All of it is written down in one journal, the answers included.
 template <typename Manager> class Driver
 {
 public:
-    /*! \a root ends with "/" and is prepared by makePlaces(). */
+    // root ends with "/" and is prepared by makePlaces().
     explicit Driver(const QString &root);
 
-    /*! What was heard and answered, in order. */
+    // What was heard and answered, in order.
     QStringList apply(const Operation &operation);
 
 private:
@@ -54,13 +52,11 @@ private:
     Manager m_manager{&m_logger};
 };
 
-/*! Creates in \a root what the places stand for. */
+// Creates in root what the places stand for.
 bool makePlaces(const QString &root);
 
-/*!
- * Carries \a sequence out on both a manager, in a temporary directory of its own, and the model. The
- * first operation about which they disagree and what each had to say, or an empty text.
- */
+// Carries sequence out on both a manager, in a temporary directory of its own, and the model. The
+// first operation about which they disagree and what each had to say, or an empty text.
 QString firstDifference(const Sequence &sequence);
 
 } // namespace tamsel::tests

@@ -43,14 +43,14 @@ bool isAmong(const Pair &pair, const std::vector<Pair> &pairs)
     return std::find(pairs.begin(), pairs.end(), pair) != pairs.end();
 }
 
-/*! The key of a pair in an INI file: QSettings drops every "/" that separates nothing. */
+// The key of a pair in an INI file: QSettings drops every "/" that separates nothing.
 QString fullKeyOf(const Pair &pair)
 {
     const QString path = pair.first + u'/' + pair.second;
     return path.split(u'/', Qt::SkipEmptyParts).join(u'/');
 }
 
-/*! What is left of a value once it has been text in an INI file. */
+// What is left of a value once it has been text in an INI file.
 QVariant readBack(const QVariant &value)
 {
     if (!value.isValid())
@@ -62,10 +62,8 @@ QVariant readBack(const QVariant &value)
 
 } // namespace
 
-/*!
- * A file as QSettings keeps it in memory while a layer has it open: values keep their types until
- * the last layer lets go of the file. A layer that replaces another one on the same file shares it.
- */
+// A file as QSettings keeps it in memory while a layer has it open: values keep their types until
+// the last layer lets go of the file. A layer that replaces another one on the same file shares it.
 class ModelFile
 {
 public:
@@ -73,7 +71,7 @@ public:
     int users = 0;
     bool wellFormed = true; // of the file on the disk
 
-    /*! Writes changes back, which mends a malformed file. */
+    // Writes changes back, which mends a malformed file.
     void flush()
     {
         const bool removed = std::any_of(m_saved.begin(), m_saved.end(), [this](const auto &entry) {
@@ -96,7 +94,7 @@ public:
         m_written.insert(fullKey);
     }
 
-    /*! Takes everything below the key with it. */
+    // Takes everything below the key with it.
     void remove(const QString &fullKey)
     {
         for (auto entry = entries.begin(); entry != entries.end();) {
@@ -123,7 +121,7 @@ public:
     virtual bool contains(const Pair &pair) const = 0;
     virtual QVariant value(const Pair &pair) const = 0;
     virtual std::vector<Pair> keys() const = 0;
-    /*! Whether there is a change to report. */
+    // Whether there is a change to report.
     virtual bool write(const Pair &pair, const QVariant &value, ILogger *logger) = 0;
     virtual bool remove(const Pair &pair, ILogger *logger) = 0;
 };
@@ -488,10 +486,8 @@ void Model::report(SettingsType type, const ModelLayer &layer, const std::vector
         tellHandlers(type, pair, layer.value(pair));
 }
 
-/*!
- * A layer holds another value for a pair, or with an invalid \a value, none any more. Handlers hear
- * of a copy: they may overwrite the caller's variable.
- */
+// A layer holds another value for a pair, or with an invalid value, none any more. Handlers hear
+// of a copy: they may overwrite the caller's variable.
 void Model::changed(SettingsType type, const Pair &pair, QVariant value)
 {
     const auto top = std::find_if(m_layers.begin(), m_layers.end(), [&pair](const auto &layer) {
@@ -538,7 +534,7 @@ void Model::log(SettingsType type, const QString &message) const
     }
 }
 
-/*! Those registered now, but none that is withdrawn meanwhile. */
+// Those registered now, but none that is withdrawn meanwhile.
 void Model::tellHandlers(SettingsType type, const Pair &pair, const QVariant &value) const
 {
     const std::vector<Registration> now = m_registrations;

@@ -26,11 +26,9 @@ namespace tamsel::tests {
 class ModelFile;
 class ModelLayer;
 
-/*!
- * A second, slow and simple ConfigurationManager for one thread: it has the same operations and is
- * expected to say the same to the logger and to the handlers, in the same order. Its files exist in
- * memory only.
- */
+// A second, slow and simple ConfigurationManager for one thread: it has the same operations and is
+// expected to say the same to the logger and to the handlers, in the same order. Its files exist in
+// memory only.
 class Model
 {
 public:
@@ -54,9 +52,9 @@ public:
     bool appendConfigurationHandler(IConfigurationChangeHandler *handler);
     bool removeConfigurationHandler(IConfigurationChangeHandler *handler);
 
-    /*! From now on no file whose name starts with \a prefix can be written or exists. */
+    // From now on no file whose name starts with prefix can be written or exists.
     void forbidWriting(const QString &prefix);
-    /*! Puts a file in the place of \a fileName, which no layer may have open. */
+    // Puts a file in the place of fileName, which no layer may have open.
     void replaceFile(const QString &fileName, const IniFile &file);
 
 private:

@@ -41,7 +41,7 @@ constexpr std::array<Action, 32> actionWeights{
 
 constexpr std::size_t maxEntries = 6;
 
-/*! Rarely one of the two that do not exist. */
+// Rarely one of the two that do not exist.
 std::size_t layer(unsigned char random)
 {
     return random < 250 ? random % 8 : 8 + random % 2;
@@ -191,7 +191,7 @@ bool OperationReader::atEnd() const
     return m_left == 0;
 }
 
-/*! Reads the same fields for every action: one changed byte changes one thing. */
+// Reads the same fields for every action: one changed byte changes one thing.
 Operation OperationReader::next()
 {
     Operation operation;
@@ -228,7 +228,7 @@ std::size_t OperationReader::below(std::size_t count)
     return byte() % count;
 }
 
-/*! Prefers small numbers: layers are to meet over the same pairs. */
+// Prefers small numbers: layers are to meet over the same pairs.
 std::size_t OperationReader::skewed(std::size_t count)
 {
     const std::size_t random = byte();

@@ -28,18 +28,18 @@ enum class Action {
     DeliverFile, // somebody else puts a file into a place, and a layer is created from it
 };
 
-/*! What a group of the map given to initStorage() is. */
+// What a group of the map given to initStorage() is.
 enum class Shape { Map, Hash, NotAMap };
 
-/*! The handlers differ in what they do when they are called, besides writing it down. */
+// The handlers differ in what they do when they are called, besides writing it down.
 enum class Role { Records, Reads, Writes, Leaves, TogglesAnother };
 constexpr std::size_t roleCount = 5;
 
-/*! Where the files are: two directories, and a "directory" that is a regular file. */
+// Where the files are: two directories, and a "directory" that is a regular file.
 enum class Place { First, Second, Unwritable };
 constexpr std::size_t placeCount = 3;
 
-/*! Numbers are indices into the lists of alphabet.h. */
+// Numbers are indices into the lists of alphabet.h.
 struct Entry
 {
     std::size_t pair = 0;
@@ -47,7 +47,7 @@ struct Entry
     Shape shape = Shape::Map; // of the whole group; its last entry decides
 };
 
-/*! One call, with the arguments that its action looks at. */
+// One call, with the arguments that its action looks at.
 struct Operation
 {
     Action action = Action::Value;
@@ -62,16 +62,14 @@ struct Operation
 
 using Sequence = std::vector<Operation>;
 
-/*! The call as it would be written in a program. */
+// The call as it would be written in a program.
 QString describe(const Operation &operation);
 
-/*! The map that an operation InitStorage passes. */
+// The map that an operation InitStorage passes.
 QVariantMap toMap(const std::vector<Entry> &entries);
 
-/*!
- * Makes operations from any bytes, for generators that know nothing better. At the end of the bytes
- * it goes on with zeros.
- */
+// Makes operations from any bytes, for generators that know nothing better. At the end of the bytes
+// it goes on with zeros.
 class OperationReader
 {
 public:

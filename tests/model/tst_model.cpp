@@ -27,7 +27,7 @@ namespace tamsel::tests {
 
 namespace {
 
-/*! Reduces one argument of an operation: fewer entries, or an element earlier in its alphabet. */
+// Reduces one argument of an operation: fewer entries, or an element earlier in its alphabet.
 rc::Seq<Operation> simplerOperations(const Operation &operation)
 {
     const auto with = [operation](auto Operation::*field) {
@@ -97,7 +97,7 @@ int numberFromEnvironment(const char *name, int defaultNumber)
 
 } // namespace
 
-/*! Found by RapidCheck, which prints counterexamples with it. */
+// Found by RapidCheck, which prints counterexamples with it.
 void showValue(const Sequence &sequence, std::ostream &stream)
 {
     for (const Operation &operation : sequence)
@@ -123,7 +123,7 @@ private:
     QStringList m_lines;
 };
 
-/*! What the model has to say to some sequences, always the same ones. */
+// What the model has to say to some sequences, always the same ones.
 void tst_Model::initTestCase()
 {
     for (std::uint64_t seed = 0; seed < 200; ++seed) {

@@ -14,11 +14,9 @@ namespace tamsel::tests {
 
 class Journal;
 
-/*!
- * A layer that holds what a test puts into it and writes every call that it gets into a journal:
- * "name: contains g/k", "name: keys", and "name: dies" in the end. Writes and removals are only
- * written down: they change nothing and are not reported.
- */
+// A layer that holds what a test puts into it and writes every call that it gets into a journal:
+// "name: contains g/k", "name: keys", and "name: dies" in the end. Writes and removals are only
+// written down: they change nothing and are not reported.
 class FakeStorage final : public AbstractStorage
 {
 public:
@@ -26,9 +24,9 @@ public:
                 const QString &name);
     ~FakeStorage() override;
 
-    /*! Holds \a value from now on. keys() lists the pair once for each time it was put. */
+    // Holds value from now on. keys() lists the pair once for each time it was put.
     void put(const QString &group, const QString &key, const QVariant &value);
-    /*! keys() lists the pair though the layer does not hold it, as an INI layer does for a/x/c. */
+    // keys() lists the pair though the layer does not hold it, as an INI layer does for a/x/c.
     void list(const QString &group, const QString &key);
     using AbstractStorage::notify;
 
@@ -40,7 +38,7 @@ public:
     KeyList keys() const override;
 
     bool available = true;
-    /*! What to append to each line, asked at the time of the call; may be empty. */
+    // What to append to each line, asked at the time of the call; may be empty.
     std::function<QString()> note;
 
 private:

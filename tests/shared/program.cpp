@@ -16,13 +16,13 @@ namespace {
 
 constexpr int patience = 120'000; // milliseconds; emulated programs are slow
 
-/*! The command in front of the program, empty where the programs run as they are. */
+// The command in front of the program, empty where the programs run as they are.
 QStringList emulator()
 {
     return QStringLiteral(TAMSEL_TESTS_EMULATOR).split(u'|', Qt::SkipEmptyParts);
 }
 
-/*! A program that aborts, as some shall, is not to leave a file in its directory. */
+// A program that aborts, as some shall, is not to leave a file in its directory.
 void leaveNoCoreBehind()
 {
     const rlimit none{0, 0};
@@ -36,7 +36,7 @@ QString endOf(const QProcess &process)
     return how.arg(process.exitCode());
 }
 
-/*! An emulator announces on the program's standard error that a signal ends the program. */
+// An emulator announces on the program's standard error that a signal ends the program.
 QString withoutEmulatorsRemarks(QString errors)
 {
     static const QRegularExpression remark(u"^qemu: uncaught target signal .*\n"_s,

@@ -12,7 +12,7 @@ QT_FORWARD_DECLARE_CLASS(QProcess)
 
 namespace tamsel::tests {
 
-/*! What became of a program that was run to its end. */
+// What became of a program that was run to its end.
 struct ProgramResult
 {
     QString end; // "exit 0", "signal 6", or what kept it from running
@@ -20,7 +20,7 @@ struct ProgramResult
     QString errors; // standard error
 };
 
-/*! How to run a program, where it is not as usual. */
+// How to run a program, where it is not as usual.
 struct ProgramSurroundings
 {
     ProgramSurroundings();
@@ -30,14 +30,12 @@ struct ProgramSurroundings
     QProcessEnvironment environment; // a UTF-8 locale, and Qt's messages as they are by default
 };
 
-/*!
- * Runs \a program and waits for its end; under CMAKE_CROSSCOMPILING_EMULATOR where this tree is
- * built with one. What the emulator itself says is left out.
- */
+// Runs program and waits for its end; under CMAKE_CROSSCOMPILING_EMULATOR where this tree is
+// built with one. What the emulator itself says is left out.
 ProgramResult runProgram(const QString &program, const QStringList &arguments,
                          const ProgramSurroundings &surroundings = {});
 
-/*! Starts \a program as runProgram() does, and does not wait. */
+// Starts program as runProgram() does, and does not wait.
 void startProgram(QProcess *process, const QString &program, const QStringList &arguments,
                   const ProgramSurroundings &surroundings = {});
 

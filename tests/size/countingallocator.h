@@ -8,10 +8,8 @@
 
 namespace tamsel::tests {
 
-/*!
- * What the whole process has on the heap now. A program that links this file takes malloc() and its
- * kin from it, the shared libraries included; they count and pass on to the C library.
- */
+// What the whole process has on the heap now. A program that links this file takes malloc() and its
+// kin from it, the shared libraries included; they count and pass on to the C library.
 struct Heap
 {
     qsizetype blocks = 0;

@@ -25,7 +25,7 @@ void show(const QString &part, const Heap &heap)
 
 } // namespace
 
-/*! What a manager that nobody uses holds on the heap. */
+// What a manager that nobody uses holds on the heap.
 class tst_IdleHeap : public QObject
 {
     Q_OBJECT
@@ -46,7 +46,7 @@ private:
     RecordingLogger m_logger{&m_journal};
 };
 
-/*! A manager without layers, whose files are absent; names of equal length cost the same. */
+// A manager without layers, whose files are absent; names of equal length cost the same.
 std::unique_ptr<ConfigurationManager> tst_IdleHeap::newManager(const QString &directory)
 {
     auto manager = std::make_unique<ConfigurationManager>(&m_logger);
@@ -62,7 +62,7 @@ void tst_IdleHeap::initStorage(ConfigurationManager &manager, SettingsType type,
     m_journal.take(); // the logger's lines are not the manager's
 }
 
-/*! All eight layers, empty but for \a rdm. */
+// All eight layers, empty but for rdm.
 std::unique_ptr<ConfigurationManager> tst_IdleHeap::idleManager(const QString &directory,
                                                                 const QVariantMap &rdm)
 {
