@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-#include "datarows.h"
-#include "testhost.h"
+// What clearing a layer changes, logs and notifies.
 
-#include <tamsel/abstractstorage.h>
+#include "datarows.h"
+#include "journalrows.h"
 
 #include <QtTest/QTest>
 
@@ -12,273 +12,112 @@ using namespace tamsel;
 using namespace tamsel::tests;
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QString cleared(SettingsType type)
-{
-    return "info: Storage: "_L1 % QLatin1StringView(keyOf(type)) % " cleared"_L1;
-}
-
-} // namespace
-
 class tst_LayerClearing : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void clearingAMissingLayerIsAWarning_data();
-    void clearingAMissingLayerIsAWarning();
-    void clearingAnUnknownTypeWarnsWithoutAName_data();
-    void clearingAnUnknownTypeWarnsWithoutAName();
-    void clearingAnEmptyLayerOnlyLogsIt_data();
-    void clearingAnEmptyLayerOnlyLogsIt();
-    void aClearedLayerIsGone_data();
-    void aClearedLayerIsGone();
-    void otherLayersStay_data();
-    void otherLayersStay();
-    void aLayerCreatedAgainIsNew_data();
-    void aLayerCreatedAgainIsNew();
-
-    void pairsThatNobodyElseHoldsAreReportedOneByOne_data();
-    void pairsThatNobodyElseHoldsAreReportedOneByOne();
-    void pairsAreReportedInTheOrderOfTheLayer();
-    void theLayerBelowIsUncoveredAsText_data();
-    void theLayerBelowIsUncoveredAsText();
-    void hiddenPairsAreNotReported();
-    void everyPairIsDecidedOnItsOwn();
-    void pairsThatAFileListsTwiceAreReportedTwice();
-    void userTextIsLoggedAsItIs();
+    void missingLayers_data();
+    void missingLayers() { runRow(); }
+    void clearedLayers_data();
+    void clearedLayers() { runRow(); }
+    void theirKeys_data();
+    void theirKeys() { runRow(); }
 
     void theFileIsWrittenBeforeTheClearingIsLogged_data();
     void theFileIsWrittenBeforeTheClearingIsLogged();
 };
 
-void tst_LayerClearing::clearingAMissingLayerIsAWarning_data()
+void tst_LayerClearing::missingLayers_data()
 {
-    addTypeRows(storagePriority);
+    Rows row;
+    const auto warning = uR"(
+        warning: Unable to remove storage SELF. Storage does not exist )";
+    row("never created", storagePriority, {otherLayers(u"k"_s)}, {clear(SELF)}, warning);
+    row("cleared", storagePriority, {layer(SELF), clear(SELF)}, {clear(SELF)}, warning);
+    row("unknown", unknownTypes, {everyLayer(u"k"_s)}, {clear(SELF), holders(u"k"_s)}, uR"(
+        warning: Unable to remove storage . Storage does not exist
+        held g/k: Runtime Rdm FeatureKeys SystemProperties CommandLineArgs CustomConfPersistent SelviDb RavonaConfDefault )");
 }
 
-void tst_LayerClearing::clearingAMissingLayerIsAWarning()
+void tst_LayerClearing::clearedLayers_data()
 {
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority) {
-        if (other != type)
-            host.prepare(other, u"g"_s, {{u"k"_s, 1}});
+    Rows row;
+
+    row("empty, and created again", storagePriority, {layer(SELF)}, {clear(SELF), init(SELF)}, uR"(
+        info: Storage: SELF cleared
+        info: Storage: SELF initialized )");
+
+    row("gone for reads, writes and removals", storagePriority,
+        {layer(SELF, {{u"k"_s, 1}}), clear(SELF)},
+        {available(), set(SELF, u"k"_s, 2), remove(SELF, u"k"_s), read(u"k"_s), holders(u"k"_s)},
+        uR"(
+        available: none
+        read g/k: missing
+        held g/k: by no layer )");
+
+    for (const SettingsType type : storagePriority) {
+        row(QByteArray("the others stay: ") + keyOf(type), type, {everyLayer(u"k"_s), clear(SELF)},
+            {holders(u"k"_s)}, QString("held g/k: "_L1 + namesBut(type)));
     }
-    const QStringList warning{u"warning: Unable to remove storage %1. Storage does not exist"_s.arg(
-            QLatin1StringView(keyOf(type)))};
-    host.manager.clearStorage(type);
-    QCOMPARE(host.journal.take(), warning);
-
-    host.prepare(type);
-    host.manager.clearStorage(type);
-    host.journal.take();
-    host.manager.clearStorage(type);
-    QCOMPARE(host.journal.take(), warning);
 }
 
-void tst_LayerClearing::clearingAnUnknownTypeWarnsWithoutAName_data()
+void tst_LayerClearing::theirKeys_data()
 {
-    addUnknownTypeRows();
-}
+    Rows row;
 
-void tst_LayerClearing::clearingAnUnknownTypeWarnsWithoutAName()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority)
-        host.prepare(other, u"g"_s, {{u"k"_s, 1}});
-    host.manager.clearStorage(type);
-    QCOMPARE(host.journal.take(),
-             QStringList(u"warning: Unable to remove storage . Storage does not exist"_s));
-    for (const SettingsType other : storagePriority)
-        QVERIFY2(host.manager.contains(u"g"_s, u"k"_s, other), keyOf(other));
-}
+    row("held by no other layer", storagePriority,
+        {append(u"second"_s), layer(SELF, {{u"a"_s, 1}, {u"b"_s, 2}})}, {clear(SELF)}, uR"(
+        info: Storage: SELF cleared
+        log: Parameter removed from all storages: g:a
+        handler: SELF g/a = invalid
+        second: SELF g/a = invalid
+        log: Parameter removed from all storages: g:b
+        handler: SELF g/b = invalid
+        second: SELF g/b = invalid )");
 
-void tst_LayerClearing::clearingAnEmptyLayerOnlyLogsIt_data()
-{
-    addTypeRows(storagePriority);
-}
+    row("in the order of the layer", Runtime,
+        {layer(Runtime), set(Runtime, u"z"_s, 1), set(Runtime, u"X"_s, 1), set(Runtime, u"y"_s, 1)},
+        {clear(Runtime)}, uR"(
+        info: Storage: Runtime cleared
+        debug: Parameter removed from all storages: g:X
+        handler: Runtime g/X = invalid
+        debug: Parameter removed from all storages: g:y
+        handler: Runtime g/y = invalid
+        debug: Parameter removed from all storages: g:z
+        handler: Runtime g/z = invalid )");
 
-void tst_LayerClearing::clearingAnEmptyLayerOnlyLogsIt()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(type);
-    host.manager.clearStorage(type);
-    QCOMPARE(host.journal.take(), QStringList(cleared(type)));
-}
+    row("held by the lowest layer", storagePriority.first(storagePriority.size() - 1),
+        {layer(RavonaConfDefault, {{u"k"_s, 5}}), layer(SELF, {{u"k"_s, 6}})}, {clear(SELF)}, uR"(
+        info: Storage: SELF cleared
+        log: Top value changed RavonaConfDefault: g/k = '5'
+        handler: RavonaConfDefault g/k = QString(5) )");
 
-void tst_LayerClearing::aClearedLayerIsGone_data()
-{
-    addTypeRows(storagePriority);
-}
+    row("overridden, by an invalid value too", SelviDb,
+        {layer(Runtime, {{u"a"_s, 1}, {u"b"_s, QVariant()}}),
+         layer(SelviDb, {{u"a"_s, 2}, {u"b"_s, 2}})},
+        {clear(SelviDb)}, uR"(
+        info: Storage: SelviDb cleared )");
 
-void tst_LayerClearing::aClearedLayerIsGone()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(type, u"g"_s, {{u"k"_s, 1}});
-    host.manager.clearStorage(type);
-    host.journal.take();
-    QVERIFY(!host.manager.storageAvailable(type));
-    QVERIFY(!host.manager.contains(u"g"_s, u"k"_s));
-    QVERIFY(!host.manager.contains(u"g"_s, u"k"_s, type));
-    host.manager.setValue(u"g"_s, u"k"_s, 2, type);
-    host.manager.removeValue(u"g"_s, u"k"_s, type);
-    QVERIFY(!host.manager.contains(u"g"_s, u"k"_s));
-    QCOMPARE(host.journal.take(), QStringList());
-}
+    row("each decided on its own", SystemProperties,
+        {layer(Runtime, {{u"overridden"_s, 1}}),
+         layer(SystemProperties, {{u"alone"_s, 2}, {u"held below"_s, 2}, {u"overridden"_s, 2}}),
+         layer(SelviDb, {{u"held below"_s, 0.5}, {u"overridden"_s, 0.5}})},
+        {clear(SystemProperties)}, uR"(
+        info: Storage: SystemProperties cleared
+        info: Parameter removed from all storages: g:alone
+        handler: SystemProperties g/alone = invalid
+        info: Top value changed SelviDb: g/held below = '0.5'
+        handler: SelviDb g/held below = QString(0.5) )");
 
-void tst_LayerClearing::otherLayersStay_data()
-{
-    addTypeRows(storagePriority);
-}
-
-void tst_LayerClearing::otherLayersStay()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority)
-        host.prepare(other, u"g"_s, {{u"k"_s, 1}});
-    host.manager.clearStorage(type);
-    for (const SettingsType other : storagePriority)
-        QCOMPARE(host.manager.contains(u"g"_s, u"k"_s, other), other != type);
-}
-
-void tst_LayerClearing::aLayerCreatedAgainIsNew_data()
-{
-    addTypeRows(storagePriority);
-}
-
-void tst_LayerClearing::aLayerCreatedAgainIsNew()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(type);
-    host.manager.clearStorage(type);
-    host.journal.take();
-    host.manager.initStorage(type);
-    QCOMPARE(host.journal.take(),
-             QStringList(u"info: Storage: %1 initialized"_s.arg(QLatin1StringView(keyOf(type)))));
-}
-
-void tst_LayerClearing::pairsThatNobodyElseHoldsAreReportedOneByOne_data()
-{
-    addTypeRows(storagePriority);
-}
-
-void tst_LayerClearing::pairsThatNobodyElseHoldsAreReportedOneByOne()
-{
-    QFETCH(const SettingsType, type);
-    const QString name = QLatin1StringView(keyOf(type));
-    TestHost host;
-    RecordingHandler second(&host.journal, u"second"_s);
-    host.manager.appendConfigurationHandler(&second);
-    host.prepare(type, u"g"_s, {{u"a"_s, 1}, {u"b"_s, 2}});
-    host.manager.clearStorage(type);
-    QCOMPARE(host.journal.take(),
-             QStringList(cleared(type))
-                     + changeLine(type, u"Parameter removed from all storages: g:a"_s)
-                     + QStringList({u"handler: %1 g/a = invalid"_s.arg(name),
-                                    u"second: %1 g/a = invalid"_s.arg(name)})
-                     + changeLine(type, u"Parameter removed from all storages: g:b"_s)
-                     + QStringList({u"handler: %1 g/b = invalid"_s.arg(name),
-                                    u"second: %1 g/b = invalid"_s.arg(name)}));
-}
-
-void tst_LayerClearing::pairsAreReportedInTheOrderOfTheLayer()
-{
-    TestHost host;
-    host.prepare(SettingsType::Runtime);
-    const KeyList pairs{{u"b"_s, u"y"_s}, {u"a"_s, u"z"_s}, {u"b"_s, u"X"_s}, {u"B"_s, u"k"_s}};
-    for (const auto &[group, key] : pairs)
-        host.manager.setValue(group, key, 1, SettingsType::Runtime);
-    host.journal.take();
-    host.manager.clearStorage(SettingsType::Runtime);
-    QCOMPARE(host.journal.take(),
-             QStringList({u"info: Storage: Runtime cleared"_s,
-                          u"debug: Parameter removed from all storages: B:k"_s,
-                          u"handler: Runtime B/k = invalid"_s,
-                          u"debug: Parameter removed from all storages: a:z"_s,
-                          u"handler: Runtime a/z = invalid"_s,
-                          u"debug: Parameter removed from all storages: b:X"_s,
-                          u"handler: Runtime b/X = invalid"_s,
-                          u"debug: Parameter removed from all storages: b:y"_s,
-                          u"handler: Runtime b/y = invalid"_s}));
-}
-
-void tst_LayerClearing::theLayerBelowIsUncoveredAsText_data()
-{
-    addTypeRows(storagePriority.first(storagePriority.size() - 1)); // nothing is below the last
-}
-
-void tst_LayerClearing::theLayerBelowIsUncoveredAsText()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(SettingsType::RavonaConfDefault, u"g"_s, {{u"k"_s, 5}});
-    host.prepare(type, u"g"_s, {{u"k"_s, 6}});
-    host.manager.clearStorage(type);
-    QCOMPARE(host.journal.take(),
-             QStringList(cleared(type))
-                     + changeLine(type, u"Top value changed RavonaConfDefault: g/k = '5'"_s)
-                     + QStringList(u"handler: RavonaConfDefault g/k = QString(5)"_s));
-}
-
-void tst_LayerClearing::hiddenPairsAreNotReported()
-{
-    TestHost host;
-    host.prepare(SettingsType::Runtime, u"g"_s, {{u"a"_s, 1}, {u"b"_s, QVariant()}});
-    host.prepare(SettingsType::SelviDb, u"g"_s, {{u"a"_s, 2}, {u"b"_s, 2}});
-    host.manager.clearStorage(SettingsType::SelviDb);
-    QCOMPARE(host.journal.take(), QStringList(u"info: Storage: SelviDb cleared"_s));
-}
-
-void tst_LayerClearing::everyPairIsDecidedOnItsOwn()
-{
-    TestHost host;
-    host.prepare(SettingsType::Runtime, u"g"_s, {{u"hidden"_s, 1}});
-    host.prepare(SettingsType::SystemProperties, u"g"_s,
-                 {{u"alone"_s, 2}, {u"covering"_s, 2}, {u"hidden"_s, 2}});
-    host.prepare(SettingsType::SelviDb, u"g"_s, {{u"covering"_s, 0.5}, {u"hidden"_s, 0.5}});
-    host.manager.clearStorage(SettingsType::SystemProperties);
-    QCOMPARE(host.journal.take(),
-             QStringList({u"info: Storage: SystemProperties cleared"_s,
-                          u"info: Parameter removed from all storages: g:alone"_s,
-                          u"handler: SystemProperties g/alone = invalid"_s,
-                          u"info: Top value changed SelviDb: g/covering = '0.5'"_s,
-                          u"handler: SelviDb g/covering = QString(0.5)"_s}));
-}
-
-void tst_LayerClearing::pairsThatAFileListsTwiceAreReportedTwice()
-{
-    // Kept as it is: a/x/c and a/y/c are both listed as (a, c).
-    TestHost host;
-    QVERIFY(writeFile(host.filePath(SettingsType::SelviDb), "[a]\nx\\c=1\ny\\c=3\n"));
-    host.prepare(SettingsType::SelviDb);
-    host.manager.clearStorage(SettingsType::SelviDb);
-    QCOMPARE(host.journal.take(),
-             QStringList({u"info: Storage: SelviDb cleared"_s,
-                          u"debug: Parameter removed from all storages: a:c"_s,
-                          u"handler: SelviDb a/c = invalid"_s,
-                          u"debug: Parameter removed from all storages: a:c"_s,
-                          u"handler: SelviDb a/c = invalid"_s}));
-}
-
-void tst_LayerClearing::userTextIsLoggedAsItIs()
-{
-    TestHost host;
-    host.prepare(SettingsType::SystemProperties, u"%1"_s, {{u"%2"_s, u"%3 %4"_s}});
-    host.prepare(SettingsType::Rdm, u"%1"_s, {{u"%2"_s, 1}, {u"%3"_s, 1}});
-    host.manager.clearStorage(SettingsType::Rdm);
-    QCOMPARE(host.journal.take(),
-             QStringList({u"info: Storage: Rdm cleared"_s,
-                          u"info: Top value changed SystemProperties: %1/%2 = '%3 %4'"_s,
-                          u"handler: SystemProperties %1/%2 = QString(%3 %4)"_s,
-                          u"info: Parameter removed from all storages: %1:%3"_s,
-                          u"handler: Rdm %1/%3 = invalid"_s}));
+    // Intentional: a/x/c and a/y/c are both listed as a/c.
+    row("listed twice by a file", SelviDb, {file(SelviDb, "[a]\nx\\c=1\ny\\c=3\n"), init(SelviDb)},
+        {clear(SelviDb)}, uR"(
+        info: Storage: SelviDb cleared
+        debug: Parameter removed from all storages: a:c
+        handler: SelviDb a/c = invalid
+        debug: Parameter removed from all storages: a:c
+        handler: SelviDb a/c = invalid )");
 }
 
 void tst_LayerClearing::theFileIsWrittenBeforeTheClearingIsLogged_data()
@@ -288,33 +127,16 @@ void tst_LayerClearing::theFileIsWrittenBeforeTheClearingIsLogged_data()
 
 void tst_LayerClearing::theFileIsWrittenBeforeTheClearingIsLogged()
 {
-    class FileLogger final : public ILogger
-    {
-    public:
-        void error(const QString &) override { }
-        void warning(const QString &) override { }
-        void info(const QString &message) override
-        {
-            lines.append(message % ": "_L1 % QLatin1StringView(readFile(path)));
-        }
-        void debug(const QString &) override { }
-
-        QString path;
-        QStringList lines;
-    } logger;
     QFETCH(const SettingsType, type);
-    const TestHost host;
-    logger.path = host.filePath(type);
-    ConfigurationManager manager(&logger);
-    manager.setPersistentStoragePath(host.manager.persistentStoragePath());
-    manager.setAssetsPrefix(host.assetsPrefix());
-    manager.initStorage(type);
-    manager.setValue(u"g"_s, u"a"_s, 1, type);
-    manager.clearStorage(type);
-    const QString name = QLatin1StringView(keyOf(type));
-    QCOMPARE(logger.lines,
-             QStringList({u"Storage: %1 initialized: "_s.arg(name),
-                          u"Storage: %1 cleared: [g]\na=1\n"_s.arg(name)}));
+    TestHost host;
+    host.prepare(type, u"g"_s, {{u"a"_s, 1}});
+    QByteArray contents;
+    host.logger.reaction = [&](const QString &message) {
+        if (message.endsWith("cleared"_L1))
+            contents = readFile(host.filePath(type));
+    };
+    host.manager.clearStorage(type);
+    QCOMPARE(contents, "[g]\na=1\n");
 }
 
 QTEST_GUILESS_MAIN(tst_LayerClearing)

@@ -1,8 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-#include "datarows.h"
-#include "testhost.h"
+// Reads through the layers, and writes to and removals from one layer.
+
+#include "comparejournal.h"
+#include "journalrows.h"
 
 #include <QtTest/QTest>
 
@@ -11,17 +13,6 @@ using namespace tamsel::tests;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/*! "Rdm's lang": tells which layer gave an answer. */
-QString langOf(SettingsType type)
-{
-    return QLatin1StringView(keyOf(type)) + "'s lang"_L1;
-}
-
-void prepareLang(TestHost *host, SettingsType type)
-{
-    host->prepare(type, u"ui"_s, {{u"lang"_s, langOf(type)}});
-}
 
 void addVariantRows()
 {
@@ -36,11 +27,11 @@ void addVariantRows()
     QTest::newRow("bytes") << QVariant(QByteArray("\0\xff", 2));
     QTest::newRow("list") << QVariant(QVariantList{1, u"two"_s});
     QTest::newRow("map") << QVariant(QVariantMap{{u"a"_s, 1}});
-    QTest::newRow("layer") << QVariant::fromValue(SettingsType::Rdm);
+    QTest::newRow("layer") << QVariant::fromValue(Rdm);
     QTest::newRow("invalid") << QVariant();
 }
 
-/*! As QCOMPARE, which on its own takes 1 for 1.0 and a null text for an empty one. */
+// As QCOMPARE, which on its own takes 1 for 1.0 and a null text for an empty one.
 void compareExactly(const QVariant &actual, const QVariant &expected)
 {
     QCOMPARE(actual.metaType(), expected.metaType());
@@ -55,202 +46,202 @@ class tst_LayeredAccess : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void withoutLayersNothingIsHeld();
-    void withoutLayersWritesAndRemovalsDoNothing();
-
-    void theUppermostLayerAnswers();
-    void everyLayerAnswersAlone_data();
-    void everyLayerAnswersAlone();
-    void aLayerNamedInAQuestionAnswersForItself_data();
-    void aLayerNamedInAQuestionAnswersForItself();
-    void aWriteIsReadBackUntilAHigherLayerHoldsThePair();
-    void anInvalidValueHidesTheLayersBelow_data();
-    void anInvalidValueHidesTheLayersBelow();
-    void aPairNeedsBothGroupAndKey();
-    void groupsAndKeysAreCaseSensitive();
+    void reads_data();
+    void reads() { runRow(); }
+    void writes_data();
+    void writes() { runRow(); }
+    void removals_data();
+    void removals() { runRow(); }
+    void availability_data();
+    void availability() { runRow(); }
 
     void theDefaultComesBackUnchanged_data();
     void theDefaultComesBackUnchanged();
-    void withoutADefaultTheAnswerIsInvalid();
+    void withoutADefaultTheValueIsInvalid();
     void aStoredValueKeepsItsType_data();
     void aStoredValueKeepsItsType();
-    void aStoredValueIsNotConvertedToTheTypeOfTheDefault();
-    void theAnswerIsACopy();
 
-    void aWriteReachesTheNamedLayerOnly_data();
-    void aWriteReachesTheNamedLayerOnly();
-    void aWriteIntoAMissingLayerIsLost_data();
-    void aWriteIntoAMissingLayerIsLost();
-    void aReadOnlyLayerRefusesEveryWrite_data();
-    void aReadOnlyLayerRefusesEveryWrite();
-    void aRefusedWriteGoesToNoOtherLayer_data();
-    void aRefusedWriteGoesToNoOtherLayer();
-    void aWriteBelowTheAnsweringLayerChangesNoAnswer();
-    void anEqualValueIsNotWrittenAgain_data();
-    void anEqualValueIsNotWrittenAgain();
-
-    void aRemovalReachesTheNamedLayerOnly_data();
-    void aRemovalReachesTheNamedLayerOnly();
-    void removingAPairThatTheLayerDoesNotHoldIsSilent_data();
-    void removingAPairThatTheLayerDoesNotHoldIsSilent();
-    void anEmptyGroupOrKeyRemovesAGroupOfAFileThatHoldsItsName_data();
-    void anEmptyGroupOrKeyRemovesAGroupOfAFileThatHoldsItsName();
-    void aReadOnlyLayerRefusesToRemoveOnlyWhatItHolds_data();
-    void aReadOnlyLayerRefusesToRemoveOnlyWhatItHolds();
-    void anInvalidValueIsRemovedLikeAnyOther_data();
-    void anInvalidValueIsRemovedLikeAnyOther();
-
-    void aLayerIsAvailableWhileItExists_data();
-    void aLayerIsAvailableWhileItExists();
-    void aBrokenFileMakesItsLayerUnavailable_data();
-    void aBrokenFileMakesItsLayerUnavailable();
-    void anUnavailableLayerIsAskedLikeAnyOther_data();
-    void anUnavailableLayerIsAskedLikeAnyOther();
-    void aTypeOutsideTheEnumerationNamesNoLayer_data();
-    void aTypeOutsideTheEnumerationNamesNoLayer();
-
-    void aHandlerSeesTheChangeThatItHearsOf();
-    void aLoggerSeesTheChangeThatItIsToldOf();
+    void aHandlerSeesTheChangeThatItIsNotifiedOf();
+    void aLoggerSeesTheChangeThatItLogs();
 };
 
-void tst_LayeredAccess::withoutLayersNothingIsHeld()
+void tst_LayeredAccess::reads_data()
 {
-    TestHost host;
-    const ConfigurationManager &manager = host.manager;
-    QCOMPARE(manager.value(u"ui"_s, u"lang"_s, u"ru"_s), QVariant(u"ru"_s));
-    QVERIFY(!manager.contains(u"ui"_s, u"lang"_s));
+    Rows row;
+
+    row("one layer holds the key, the others are empty", storagePriority,
+        {everyLayer(), layer(SELF, {{u"k"_s, 5}})}, {read(u"k"_s), holders(u"k"_s)}, uR"(
+        read g/k: int(5)
+        held g/k: SELF )");
+
+    const Steps readAndHolders{read(u"k"_s), holders(u"k"_s)};
+    const auto invalid = uR"(
+        read g/k: invalid
+        held g/k: SELF RavonaConfDefault )";
+    row("an invalid value overrides the layers below", memoryLayers + mapLayers,
+        {layer(RavonaConfDefault, {{u"k"_s, 5}}), layer(SELF, {{u"k"_s, QVariant()}})},
+        readAndHolders, invalid);
+    row("an invalid value overrides the layers below", {CustomConfPersistent, SelviDb},
+        {layer(RavonaConfDefault, {{u"k"_s, 5}}), file(SELF, "[g]\nk=@Invalid()\n"), init(SELF)},
+        readAndHolders, invalid);
+
+    row("group and key both count, and their case", Runtime, {layer(Runtime, {{u"k"_s, 5}})},
+        {read(u"k"_s), read(u"other"_s), read(u"k"_s, u"other"_s), read(u"g"_s, u"k"_s),
+         read(u""_s), read(u"k"_s, u""_s), read(u"K"_s), read(u"k"_s, u"G"_s), holders(u"K"_s)},
+        uR"(
+        read g/k: int(5)
+        read g/other: missing
+        read other/k: missing
+        read k/g: missing
+        read g/: missing
+        read /k: missing
+        read g/K: missing
+        read G/k: missing
+        held g/K: by no layer )");
+
+    row("the origin changes", Runtime,
+        {layer(RavonaConfDefault, {{u"k"_s, u"ru"_s}}), layer(CustomConfPersistent),
+         layer(Runtime, {{u"k"_s, u"en"_s}})},
+        {read(u"k"_s), remove(Runtime, u"k"_s), read(u"k"_s),
+         set(CustomConfPersistent, u"k"_s, u"de"_s), read(u"k"_s), set(Runtime, u"k"_s, u"fr"_s),
+         read(u"k"_s)},
+        uR"(
+        read g/k: QString(en)
+        debug: Top value changed RavonaConfDefault: g/k = 'ru'
+        handler: RavonaConfDefault g/k = QString(ru)
+        read g/k: QString(ru)
+        debug: Top value changed CustomConfPersistent: g/k = 'de'
+        handler: CustomConfPersistent g/k = QString(de)
+        read g/k: QString(de)
+        debug: Top value changed Runtime: g/k = 'fr'
+        handler: Runtime g/k = QString(fr)
+        read g/k: QString(fr) )");
+}
+
+void tst_LayeredAccess::writes_data()
+{
+    Rows row;
+
+    row("reach the named layer only", writableLayers, {everyLayer()},
+        {set(SELF, u"k"_s, 5), holders(u"k"_s)}, uR"(
+        log: Top value changed SELF: g/k = '5'
+        handler: SELF g/k = int(5)
+        held g/k: SELF )");
+
+    row("are lost without layers", storagePriority, {},
+        {set(SELF, u"k"_s, 5), read(u"k"_s), holders(u"k"_s), available()}, uR"(
+        read g/k: missing
+        held g/k: by no layer
+        available: none )");
+
+    row("are lost without the named layer", storagePriority, {otherLayers()},
+        {set(SELF, u"k"_s, 5), read(u"k"_s), files(), layer(SELF), read(u"k"_s)}, uR"(
+        read g/k: missing
+        no file
+        info: Storage: SELF initialized
+        read g/k: missing )");
+
+    row("are refused by a map, even those of its own value", mapLayers,
+        {everyLayer(), layer(SELF, {{u"k"_s, 5}})},
+        {set(SELF, u"k"_s, 6), set(SELF, u"k"_s, 6), set(SELF, u"k"_s, 5), set(SELF, u"new"_s, 5),
+         read(u"k"_s), read(u"new"_s)},
+        uR"(
+        error: The storage doesn't support writing!
+        error: The storage doesn't support writing!
+        error: The storage doesn't support writing!
+        error: The storage doesn't support writing!
+        read g/k: int(5)
+        read g/new: missing )");
+
+    row("to an unknown layer are lost", unknownTypes, {everyLayer(u"k"_s)},
+        {set(SELF, u"k"_s, 5), remove(SELF, u"k"_s), read(u"k"_s), holders(u"k"_s)},
+        QString("read g/k: QString(Runtime)\nheld g/k: "_L1 + namesBut(SELF)));
+}
+
+void tst_LayeredAccess::removals_data()
+{
+    Rows row;
+
+    for (const SettingsType type : writableLayers) {
+        row(QByteArray("reach the named layer only: ") + keyOf(type), type,
+            {otherLayers(u"k"_s), layer(SELF, {{u"k"_s, 1}, {u"other"_s, 2}}),
+             remove(SELF, u"k"_s)},
+            {holders(u"k"_s), holders(u"other"_s)},
+            QString("held g/k: "_L1 % namesBut(type) % "\nheld g/other: SELF"_L1));
+    }
+
     for (const SettingsType type : storagePriority) {
-        QVERIFY2(!manager.contains(u"ui"_s, u"lang"_s, type), keyOf(type));
-        QVERIFY2(!manager.storageAvailable(type), keyOf(type));
-    }
-    QCOMPARE(host.journal.take(), QStringList());
-}
-
-void tst_LayeredAccess::withoutLayersWritesAndRemovalsDoNothing()
-{
-    TestHost host;
-    for (const SettingsType type : storagePriority) {
-        host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
-        host.manager.removeValue(u"ui"_s, u"lang"_s, type);
-    }
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
-    QCOMPARE(host.journal.take(), QStringList());
-}
-
-void tst_LayeredAccess::theUppermostLayerAnswers()
-{
-    TestHost host;
-    for (const SettingsType type : storagePriority)
-        prepareLang(&host, type);
-
-    QStringList answers;
-    for (const SettingsType type : storagePriority) {
-        answers.append(host.manager.value(u"ui"_s, u"lang"_s, u"nobody's lang"_s).toString());
-        QVERIFY(host.manager.contains(u"ui"_s, u"lang"_s));
-        host.manager.clearStorage(type);
-    }
-    answers.append(host.manager.value(u"ui"_s, u"lang"_s, u"nobody's lang"_s).toString());
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
-    QCOMPARE(answers,
-             QStringList({u"Runtime's lang"_s, u"Rdm's lang"_s, u"FeatureKeys's lang"_s,
-                          u"SystemProperties's lang"_s, u"CommandLineArgs's lang"_s,
-                          u"CustomConfPersistent's lang"_s, u"SelviDb's lang"_s,
-                          u"RavonaConfDefault's lang"_s, u"nobody's lang"_s}));
-}
-
-void tst_LayeredAccess::everyLayerAnswersAlone_data()
-{
-    addTypeRows(storagePriority);
-}
-
-void tst_LayeredAccess::everyLayerAnswersAlone()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority)
-        host.prepare(other);
-    prepareLang(&host, type);
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s, u"ru"_s), QVariant(langOf(type)));
-    QVERIFY(host.manager.contains(u"ui"_s, u"lang"_s));
-}
-
-void tst_LayeredAccess::aLayerNamedInAQuestionAnswersForItself_data()
-{
-    addTypeRows(storagePriority);
-}
-
-void tst_LayeredAccess::aLayerNamedInAQuestionAnswersForItself()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority) {
-        if (other == type)
-            host.prepare(type, u"ui"_s, {{u"only here"_s, 1}});
-        else
-            prepareLang(&host, other);
+        const QString held = "held g/k: "_L1 + namesBut(type);
+        row(QByteArray("without the named layer: ") + keyOf(type), type, {otherLayers(u"k"_s)},
+            {remove(SELF, u"k"_s), holders(u"k"_s)}, held);
+        row(QByteArray("of what the layer does not hold: ") + keyOf(type), type,
+            {otherLayers(u"k"_s), layer(SELF, {{u"other"_s, 1}})},
+            {remove(SELF, u"k"_s), holders(u"k"_s)}, held);
     }
 
-    for (const SettingsType other : storagePriority) {
-        const bool isTheOne = other == type;
-        QCOMPARE(host.manager.contains(u"ui"_s, u"only here"_s, other), isTheOne);
-        QCOMPARE(host.manager.contains(u"ui"_s, u"lang"_s, other), !isTheOne);
-    }
+    row("are refused by a map, if it holds the key", mapLayers, {layer(SELF, {{u"k"_s, 5}})},
+        {remove(SELF, u"other"_s), remove(SELF, u"k"_s), remove(SELF, u"k"_s), read(u"k"_s)}, uR"(
+        error: The storage doesn't support removing!
+        error: The storage doesn't support removing!
+        read g/k: int(5) )");
+
+    // Intentional: the settings of a group, or of the file, are below an empty key or group.
+    const auto belowIt = [&row](const char *name, const QString &group, const QString &key,
+                                const QString &volume) {
+        row(name, CustomConfPersistent,
+            {layer(SELF, {{u"lang"_s, u"en"_s}}, u"ui"_s), set(SELF, u"volume"_s, 7, u"player"_s)},
+            {remove(SELF, key, group), read(u"lang"_s, u"ui"_s), set(SELF, key, 1, group),
+             remove(SELF, key, group), read(u"lang"_s, u"ui"_s), read(u"volume"_s, u"player"_s)},
+            uR"(
+            read ui/lang: QString(en)
+            debug: Top value changed SELF: GROUP/KEY = '1'
+            handler: SELF GROUP/KEY = int(1)
+            debug: Parameter removed from all storages: GROUP:KEY
+            handler: SELF GROUP/KEY = invalid
+            read ui/lang: missing
+            read player/volume: VOLUME )",
+            {{u"GROUP"_s, group}, {u"KEY"_s, key}, {u"VOLUME"_s, volume}});
+    };
+    belowIt("of an empty group, which a file holds", u""_s, u"ui"_s, u"int(7)"_s);
+    belowIt("of an empty key, which a file holds", u"ui"_s, u""_s, u"int(7)"_s);
+    belowIt("of both empty, which a file holds", u""_s, u""_s, u"missing"_s);
+
+    row("of an invalid value", memoryLayers, {layer(SELF, {{u"k"_s, QVariant()}})},
+        {remove(SELF, u"k"_s), read(u"k"_s)}, uR"(
+        log: Parameter removed from all storages: g:k
+        handler: SELF g/k = invalid
+        read g/k: missing )");
 }
 
-void tst_LayeredAccess::aWriteIsReadBackUntilAHigherLayerHoldsThePair()
+void tst_LayeredAccess::availability_data()
 {
-    TestHost host;
-    ConfigurationManager &manager = host.manager;
-    const auto lang = [&manager] { return manager.value(u"ui"_s, u"lang"_s, u"none"_s); };
-    host.prepare(SettingsType::RavonaConfDefault, u"ui"_s, {{u"lang"_s, u"ru"_s}});
-    host.prepare(SettingsType::CustomConfPersistent);
-    host.prepare(SettingsType::Runtime, u"ui"_s, {{u"lang"_s, u"en"_s}});
-    QCOMPARE(lang(), QVariant(u"en"_s));
-    manager.removeValue(u"ui"_s, u"lang"_s, SettingsType::Runtime);
-    QCOMPARE(lang(), QVariant(u"ru"_s));
-    manager.setValue(u"ui"_s, u"lang"_s, u"de"_s, SettingsType::CustomConfPersistent);
-    QCOMPARE(lang(), QVariant(u"de"_s));
-    manager.setValue(u"ui"_s, u"lang"_s, u"fr"_s, SettingsType::Runtime);
-    QCOMPARE(lang(), QVariant(u"fr"_s));
-}
+    Rows row;
 
-void tst_LayeredAccess::anInvalidValueHidesTheLayersBelow_data()
-{
-    addTypeRows(storagePriority.first(storagePriority.size() - 1)); // nothing is below the last
-}
+    row("while the layer exists", storagePriority, {},
+        {available(), init(SELF), available(), clear(SELF), available()}, uR"(
+        available: none
+        info: Storage: SELF initialized
+        available: SELF
+        info: Storage: SELF cleared
+        available: none )");
 
-void tst_LayeredAccess::anInvalidValueHidesTheLayersBelow()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType lower : storagePriority.mid(priorityOf(type) + 1))
-        prepareLang(&host, lower);
-    if (fileLayers.contains(type)) // the text with which QSettings stores an invalid value
-        QVERIFY(writeFile(host.filePath(type), "[ui]\nlang=@Invalid()\n"));
-    host.prepare(type, u"ui"_s, {{u"lang"_s, QVariant()}});
-    QVERIFY(host.manager.contains(u"ui"_s, u"lang"_s, type));
-    QVERIFY(!host.manager.value(u"ui"_s, u"lang"_s, u"ru"_s).isValid());
-}
+    row("not of an unknown layer", unknownTypes, {everyLayer()}, {available()},
+        QString("available: "_L1 + namesBut(SELF)));
 
-void tst_LayeredAccess::aPairNeedsBothGroupAndKey()
-{
-    TestHost host;
-    host.prepare(SettingsType::Runtime, u"ui"_s, {{u"lang"_s, u"en"_s}});
-    for (const auto &[group, key] : {std::pair(u"ui"_s, u"size"_s), std::pair(u"tv"_s, u"lang"_s),
-                                     std::pair(u"lang"_s, u"ui"_s), std::pair(u"ui"_s, QString()),
-                                     std::pair(QString(), u"lang"_s)}) {
-        QCOMPARE(host.manager.value(group, key, 0), QVariant(0));
-        QVERIFY(!host.manager.contains(group, key));
-        QVERIFY(!host.manager.contains(group, key, SettingsType::Runtime));
-    }
-}
-
-void tst_LayeredAccess::groupsAndKeysAreCaseSensitive()
-{
-    TestHost host;
-    host.prepare(SettingsType::Runtime, u"ui"_s, {{u"lang"_s, u"en"_s}});
-    QVERIFY(!host.manager.contains(u"UI"_s, u"lang"_s));
-    QVERIFY(!host.manager.contains(u"ui"_s, u"Lang"_s));
+    row("not with a broken file, which is read and written all the same", fileLayers,
+        {file(SELF, "[g]\nk=en\n[no bracket\n"), init(SELF)},
+        {available(), read(u"k"_s), holders(u"k"_s), set(SELF, u"k"_s, u"de"_s), read(u"k"_s),
+         remove(SELF, u"k"_s), read(u"k"_s)},
+        uR"(
+        available: none
+        read g/k: QString(en)
+        held g/k: SELF
+        log: Top value changed SELF: g/k = 'de'
+        handler: SELF g/k = QString(de)
+        read g/k: QString(de)
+        log: Parameter removed from all storages: g:k
+        handler: SELF g/k = invalid
+        read g/k: missing )");
 }
 
 void tst_LayeredAccess::theDefaultComesBackUnchanged_data()
@@ -268,10 +259,10 @@ void tst_LayeredAccess::theDefaultComesBackUnchanged()
     compareExactly(host.manager.value(u"ui"_s, u"lang"_s, variant), variant);
 }
 
-void tst_LayeredAccess::withoutADefaultTheAnswerIsInvalid()
+void tst_LayeredAccess::withoutADefaultTheValueIsInvalid()
 {
     TestHost host;
-    host.prepare(SettingsType::Runtime, u"ui"_s, {{u"lang"_s, u"en"_s}});
+    host.prepare(Runtime, u"ui"_s, {{u"lang"_s, u"en"_s}});
     QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s), QVariant(u"en"_s));
     QVERIFY(!host.manager.value(u"ui"_s, u"size"_s).isValid());
 }
@@ -283,404 +274,83 @@ void tst_LayeredAccess::aStoredValueKeepsItsType_data()
 
 void tst_LayeredAccess::aStoredValueKeepsItsType()
 {
+    // Whatever the type of the default.
     QFETCH(const QVariant, variant);
-    for (const SettingsType type : {SettingsType::Runtime, SettingsType::Rdm}) {
+    for (const SettingsType type : {Runtime, Rdm}) {
         TestHost host;
         host.prepare(type, u"ui"_s, {{u"lang"_s, variant}});
         compareExactly(host.manager.value(u"ui"_s, u"lang"_s, u"ru"_s), variant);
+        compareExactly(host.manager.value(u"ui"_s, u"lang"_s, 7), variant);
     }
 }
 
-void tst_LayeredAccess::aStoredValueIsNotConvertedToTheTypeOfTheDefault()
+void tst_LayeredAccess::aHandlerSeesTheChangeThatItIsNotifiedOf()
 {
     TestHost host;
-    host.prepare(SettingsType::Runtime, u"ui"_s, {{u"size"_s, u"12"_s}});
-    compareExactly(host.manager.value(u"ui"_s, u"size"_s, 7), u"12"_s);
-}
-
-void tst_LayeredAccess::theAnswerIsACopy()
-{
-    TestHost host;
-    host.prepare(SettingsType::Runtime, u"ui"_s, {{u"lang"_s, u"en"_s}});
-    QVariant answer = host.manager.value(u"ui"_s, u"lang"_s);
-    answer.setValue(u"changed by the reader"_s);
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s), QVariant(u"en"_s));
-}
-
-void tst_LayeredAccess::aWriteReachesTheNamedLayerOnly_data()
-{
-    addTypeRows(writableLayers);
-}
-
-void tst_LayeredAccess::aWriteReachesTheNamedLayerOnly()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority)
-        host.prepare(other);
-    host.manager.setValue(u"ui"_s, u"lang"_s, langOf(type), type);
-    for (const SettingsType other : storagePriority)
-        QCOMPARE(host.manager.contains(u"ui"_s, u"lang"_s, other), other == type);
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s), QVariant(langOf(type)));
-}
-
-void tst_LayeredAccess::aWriteIntoAMissingLayerIsLost_data()
-{
-    addTypeRows(storagePriority);
-}
-
-void tst_LayeredAccess::aWriteIntoAMissingLayerIsLost()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority) {
-        if (other != type)
-            host.prepare(other);
-    }
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
-    QVERIFY(!host.manager.storageAvailable(type));
-    QCOMPARE(host.journal.take(), QStringList());
-    if (fileLayers.contains(type))
-        QVERIFY(readFile(host.filePath(type)).isNull());
-
-    host.prepare(type);
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
-}
-
-void tst_LayeredAccess::aReadOnlyLayerRefusesEveryWrite_data()
-{
-    addTypeRows(mapLayers);
-}
-
-void tst_LayeredAccess::aReadOnlyLayerRefusesEveryWrite()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    prepareLang(&host, type);
-    const QStringList refused{u"error: The storage doesn't support writing!"_s};
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
-    QCOMPARE(host.journal.take(), refused);
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
-    QCOMPARE(host.journal.take(), refused);
-    host.manager.setValue(u"ui"_s, u"lang"_s, langOf(type), type); // the value that it has
-    QCOMPARE(host.journal.take(), refused);
-    host.manager.setValue(u"ui"_s, u"size"_s, 12, type); // a pair that it does not hold
-    QCOMPARE(host.journal.take(), refused);
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s), QVariant(langOf(type)));
-    QVERIFY(!host.manager.contains(u"ui"_s, u"size"_s));
-}
-
-void tst_LayeredAccess::aRefusedWriteGoesToNoOtherLayer_data()
-{
-    addTypeRows(mapLayers);
-}
-
-void tst_LayeredAccess::aRefusedWriteGoesToNoOtherLayer()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority)
-        host.prepare(other);
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
-    QCOMPARE(host.journal.take(), QStringList(u"error: The storage doesn't support writing!"_s));
-}
-
-void tst_LayeredAccess::aWriteBelowTheAnsweringLayerChangesNoAnswer()
-{
-    TestHost host;
-    for (const SettingsType type : storagePriority)
-        prepareLang(&host, type);
-    for (const SettingsType type : writableLayers) {
-        if (type == SettingsType::Runtime)
-            continue;
-        host.manager.setValue(u"ui"_s, u"lang"_s, u"new"_s, type);
-        QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s), QVariant(u"Runtime's lang"_s));
-    }
-    QCOMPARE(host.journal.take(), QStringList());
-
-    // They were written all the same.
-    for (const SettingsType type : mapLayers)
-        host.manager.clearStorage(type);
-    host.manager.clearStorage(SettingsType::Runtime);
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s), QVariant(u"new"_s));
-}
-
-void tst_LayeredAccess::anEqualValueIsNotWrittenAgain_data()
-{
-    addTypeRows(writableLayers);
-}
-
-void tst_LayeredAccess::anEqualValueIsNotWrittenAgain()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(type, u"ui"_s, {{u"size"_s, 5}});
-    host.manager.setValue(u"ui"_s, u"size"_s, 5, type);
-    host.manager.setValue(u"ui"_s, u"size"_s, 5.0, type); // equal for QVariant
-    compareExactly(host.manager.value(u"ui"_s, u"size"_s), 5);
-    QCOMPARE(host.journal.take(), QStringList());
-}
-
-void tst_LayeredAccess::aRemovalReachesTheNamedLayerOnly_data()
-{
-    addTypeRows(writableLayers);
-}
-
-void tst_LayeredAccess::aRemovalReachesTheNamedLayerOnly()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority)
-        host.prepare(other, u"ui"_s, {{u"lang"_s, langOf(other)}, {u"size"_s, 12}});
-    host.manager.removeValue(u"ui"_s, u"lang"_s, type);
-    for (const SettingsType other : storagePriority) {
-        QCOMPARE(host.manager.contains(u"ui"_s, u"lang"_s, other), other != type);
-        QVERIFY2(host.manager.contains(u"ui"_s, u"size"_s, other), keyOf(other));
-    }
-}
-
-void tst_LayeredAccess::removingAPairThatTheLayerDoesNotHoldIsSilent_data()
-{
-    addTypeRows(storagePriority);
-}
-
-void tst_LayeredAccess::removingAPairThatTheLayerDoesNotHoldIsSilent()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority) {
-        if (other != type)
-            prepareLang(&host, other);
-    }
-    host.manager.removeValue(u"ui"_s, u"lang"_s, type); // no such layer
-    host.prepare(type, u"ui"_s, {{u"size"_s, 12}});
-    host.manager.removeValue(u"ui"_s, u"lang"_s, type);
-    host.manager.removeValue(u"no such group"_s, u"lang"_s, type);
-    QCOMPARE(host.journal.take(), QStringList());
-    for (const SettingsType other : storagePriority)
-        QCOMPARE(host.manager.contains(u"ui"_s, u"lang"_s, other), other != type);
-}
-
-void tst_LayeredAccess::anEmptyGroupOrKeyRemovesAGroupOfAFileThatHoldsItsName_data()
-{
-    QTest::addColumn<QString>("group");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<bool>("othersStay");
-    QTest::newRow("empty group") << u""_s << u"ui"_s << true;
-    QTest::newRow("empty key") << u"ui"_s << u""_s << true;
-    QTest::newRow("both empty") << u""_s << u""_s << false;
-}
-
-void tst_LayeredAccess::anEmptyGroupOrKeyRemovesAGroupOfAFileThatHoldsItsName()
-{
-    QFETCH(const QString, group);
-    QFETCH(const QString, key);
-    QFETCH(const bool, othersStay);
-    const SettingsType type = SettingsType::CustomConfPersistent;
-    TestHost host;
-    host.prepare(type, u"ui"_s, {{u"lang"_s, u"en"_s}});
-    host.manager.setValue(u"player"_s, u"volume"_s, 7, type);
-    host.journal.take();
-    host.manager.removeValue(group, key, type);
-    QCOMPARE(host.journal.take(), QStringList());
-    QVERIFY(host.manager.contains(u"ui"_s, u"lang"_s));
-
-    host.manager.setValue(group, key, 1, type);
-    host.journal.take();
-    host.manager.removeValue(group, key, type);
-    QCOMPARE(host.journal.take(),
-             (QStringList{"debug: Parameter removed from all storages: "_L1 + group + ':'_L1 + key,
-                          "handler: CustomConfPersistent "_L1 + group + '/'_L1 + key
-                                  + " = invalid"_L1}));
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
-    QCOMPARE(host.manager.contains(u"player"_s, u"volume"_s), othersStay);
-}
-
-void tst_LayeredAccess::aReadOnlyLayerRefusesToRemoveOnlyWhatItHolds_data()
-{
-    addTypeRows(mapLayers);
-}
-
-void tst_LayeredAccess::aReadOnlyLayerRefusesToRemoveOnlyWhatItHolds()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    prepareLang(&host, type);
-    const QStringList refused{u"error: The storage doesn't support removing!"_s};
-    host.manager.removeValue(u"ui"_s, u"size"_s, type);
-    QCOMPARE(host.journal.take(), QStringList());
-    host.manager.removeValue(u"ui"_s, u"lang"_s, type);
-    QCOMPARE(host.journal.take(), refused);
-    host.manager.removeValue(u"ui"_s, u"lang"_s, type);
-    QCOMPARE(host.journal.take(), refused);
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s), QVariant(langOf(type)));
-}
-
-void tst_LayeredAccess::anInvalidValueIsRemovedLikeAnyOther_data()
-{
-    addTypeRows(memoryLayers);
-}
-
-void tst_LayeredAccess::anInvalidValueIsRemovedLikeAnyOther()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(type, u"ui"_s, {{u"lang"_s, QVariant()}});
-    QVERIFY(host.manager.contains(u"ui"_s, u"lang"_s));
-    host.manager.removeValue(u"ui"_s, u"lang"_s, type);
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
-}
-
-void tst_LayeredAccess::aLayerIsAvailableWhileItExists_data()
-{
-    addTypeRows(storagePriority);
-}
-
-void tst_LayeredAccess::aLayerIsAvailableWhileItExists()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    QVERIFY(!host.manager.storageAvailable(type));
-    host.prepare(type);
-    for (const SettingsType other : storagePriority)
-        QCOMPARE(host.manager.storageAvailable(other), other == type);
-    host.manager.clearStorage(type);
-    QVERIFY(!host.manager.storageAvailable(type));
-}
-
-void tst_LayeredAccess::aBrokenFileMakesItsLayerUnavailable_data()
-{
-    addTypeRows(fileLayers);
-}
-
-void tst_LayeredAccess::aBrokenFileMakesItsLayerUnavailable()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    QVERIFY(writeFile(host.filePath(type), "[no bracket\nlang=en\n"));
-    host.manager.initStorage(type);
-    host.journal.take();
-    QVERIFY(!host.manager.storageAvailable(type));
-    QCOMPARE(host.journal.take(), QStringList());
-}
-
-void tst_LayeredAccess::anUnavailableLayerIsAskedLikeAnyOther_data()
-{
-    addTypeRows(fileLayers);
-}
-
-void tst_LayeredAccess::anUnavailableLayerIsAskedLikeAnyOther()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    QVERIFY(writeFile(host.filePath(type), "[ui]\nlang=en\n[no bracket\n"));
-    host.manager.initStorage(type);
-    QVERIFY(!host.manager.storageAvailable(type));
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s, u"ru"_s), QVariant(u"en"_s));
-    QVERIFY(host.manager.contains(u"ui"_s, u"lang"_s));
-    QVERIFY(host.manager.contains(u"ui"_s, u"lang"_s, type));
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"de"_s, type);
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s, u"ru"_s), QVariant(u"de"_s));
-    host.manager.removeValue(u"ui"_s, u"lang"_s, type);
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
-}
-
-void tst_LayeredAccess::aTypeOutsideTheEnumerationNamesNoLayer_data()
-{
-    addUnknownTypeRows();
-}
-
-void tst_LayeredAccess::aTypeOutsideTheEnumerationNamesNoLayer()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    for (const SettingsType other : storagePriority)
-        prepareLang(&host, other);
-    QVERIFY(!host.manager.storageAvailable(type));
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s, type));
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
-    host.manager.removeValue(u"ui"_s, u"lang"_s, type);
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s), QVariant(u"Runtime's lang"_s));
-    QCOMPARE(host.journal.take(), QStringList());
-}
-
-void tst_LayeredAccess::aHandlerSeesTheChangeThatItHearsOf()
-{
-    TestHost host;
-    host.prepare(SettingsType::RavonaConfDefault, u"ui"_s, {{u"lang"_s, u"ru"_s}});
-    host.prepare(SettingsType::Runtime);
+    host.prepare(RavonaConfDefault, u"ui"_s, {{u"lang"_s, u"ru"_s}});
+    host.prepare(Runtime);
     const ConfigurationManager &manager = host.manager;
-    host.handler.reaction
-            = [&](SettingsType, const QString &group, const QString &key, const QVariant &) {
-                  const bool isInRuntime = manager.contains(group, key, SettingsType::Runtime);
-                  host.journal.add("value "_L1 + describe(manager.value(group, key)));
-                  host.journal.add(manager.contains(group, key) ? u"held"_s : u"gone"_s);
-                  host.journal.add(isInRuntime ? u"in Runtime"_s : u"not in Runtime"_s);
-                  host.journal.add(manager.storageAvailable(SettingsType::Runtime) ? u"available"_s
-                                                                                   : u"missing"_s);
-              };
+    host.handler.reaction = [&](SettingsType, const QString &group, const QString &key,
+                                const QVariant &) {
+        host.journal.add(u"value %1, %2, %3, %4"_s.arg(
+                describe(manager.value(group, key)),
+                manager.contains(group, key) ? u"held"_s : u"gone"_s,
+                manager.contains(group, key, Runtime) ? u"in Runtime"_s : u"not in Runtime"_s,
+                manager.storageAvailable(Runtime) ? u"available"_s : u"missing"_s));
+    };
 
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, SettingsType::Runtime);
-    QCOMPARE(host.journal.take(),
-             QStringList({u"debug: Top value changed Runtime: ui/lang = 'en'"_s,
-                          u"handler: Runtime ui/lang = QString(en)"_s, u"value QString(en)"_s,
-                          u"held"_s, u"in Runtime"_s, u"available"_s}));
-    host.manager.removeValue(u"ui"_s, u"lang"_s, SettingsType::Runtime);
-    QCOMPARE(host.journal.take(),
-             QStringList({u"debug: Top value changed RavonaConfDefault: ui/lang = 'ru'"_s,
-                          u"handler: RavonaConfDefault ui/lang = QString(ru)"_s,
-                          u"value QString(ru)"_s, u"held"_s, u"not in Runtime"_s, u"available"_s}));
-    host.manager.clearStorage(SettingsType::Runtime);
-    host.journal.take();
-    host.manager.clearStorage(SettingsType::RavonaConfDefault);
-    QCOMPARE(host.journal.take(),
-             QStringList({u"info: Storage: RavonaConfDefault cleared"_s,
-                          u"handler: RavonaConfDefault ui/lang = invalid"_s, u"value invalid"_s,
-                          u"gone"_s, u"not in Runtime"_s, u"missing"_s}));
+    host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, Runtime);
+    host.manager.removeValue(u"ui"_s, u"lang"_s, Runtime);
+    host.manager.clearStorage(Runtime);
+    host.manager.clearStorage(RavonaConfDefault);
+    COMPARE_JOURNAL(host.journal, uR"(
+        debug: Top value changed Runtime: ui/lang = 'en'
+        handler: Runtime ui/lang = QString(en)
+        value QString(en), held, in Runtime, available
+        debug: Top value changed RavonaConfDefault: ui/lang = 'ru'
+        handler: RavonaConfDefault ui/lang = QString(ru)
+        value QString(ru), held, not in Runtime, available
+        info: Storage: Runtime cleared
+        info: Storage: RavonaConfDefault cleared
+        handler: RavonaConfDefault ui/lang = invalid
+        value invalid, gone, not in Runtime, missing )");
 }
 
-void tst_LayeredAccess::aLoggerSeesTheChangeThatItIsToldOf()
+void tst_LayeredAccess::aLoggerSeesTheChangeThatItLogs()
 {
-    class ReadingLogger final : public ILogger
-    {
-    public:
-        void error(const QString &message) override { read(message); }
-        void warning(const QString &message) override { read(message); }
-        void info(const QString &message) override { read(message); }
-        void debug(const QString &message) override { read(message); }
-
-        const ConfigurationManager *manager = nullptr;
-        QStringList lines;
-
-    private:
-        void read(const QString &message)
-        {
-            // cppcheck-suppress nullPointer; set before the first line
-            lines.append(describe(manager->value(u"ui"_s, u"lang"_s)) + " at: "_L1 + message);
-        }
-    } logger;
-    ConfigurationManager manager(&logger);
-    logger.manager = &manager;
-
-    manager.clearStorage(SettingsType::Rdm);
-    manager.initStorage(SettingsType::Rdm, groupMap(u"ui"_s, {{u"lang"_s, u"en"_s}}));
-    manager.setValue(u"ui"_s, u"lang"_s, u"de"_s, SettingsType::Rdm);
-    manager.initStorage(SettingsType::Runtime);
-    manager.setValue(u"ui"_s, u"lang"_s, u"fr"_s, SettingsType::Runtime);
-    manager.clearStorage(SettingsType::Runtime);
-    QCOMPARE(logger.lines,
-             QStringList({
-                     u"invalid at: Unable to remove storage Rdm. Storage does not exist"_s,
-                     u"QString(en) at: Storage: Rdm initialized"_s,
-                     u"QString(en) at: Top value changed Rdm: ui/lang = 'en'"_s,
-                     u"QString(en) at: The storage doesn't support writing!"_s,
-                     u"QString(en) at: Storage: Runtime initialized"_s,
-                     u"QString(fr) at: Top value changed Runtime: ui/lang = 'fr'"_s,
-                     u"QString(en) at: Storage: Runtime cleared"_s,
-                     u"QString(en) at: Top value changed Rdm: ui/lang = 'en'"_s,
-             }));
+    TestHost host;
+    ConfigurationManager &manager = host.manager;
+    Journal seen;
+    host.logger.reaction = [&](const QString &message) {
+        seen.add(describe(manager.value(u"ui"_s, u"lang"_s)) % " at: "_L1 % message);
+    };
+    manager.clearStorage(Rdm);
+    manager.initStorage(Rdm, groupMap(u"ui"_s, {{u"lang"_s, u"en"_s}}));
+    manager.setValue(u"ui"_s, u"lang"_s, u"de"_s, Rdm);
+    manager.initStorage(Rdm, groupMap(u"ui"_s, {{u"lang"_s, u"nl"_s}, {u"size"_s, 1}}));
+    manager.initStorage(Runtime);
+    manager.setValue(u"ui"_s, u"lang"_s, u"fr"_s, Runtime);
+    manager.initStorage(Runtime);
+    manager.setValue(u"ui"_s, u"lang"_s, u"it"_s, Runtime);
+    manager.clearStorage(Runtime);
+    manager.clearStorage(Rdm);
+    COMPARE_JOURNAL(seen, uR"(
+        invalid at: Unable to remove storage Rdm. Storage does not exist
+        QString(en) at: Storage: Rdm initialized
+        QString(en) at: Top value changed Rdm: ui/lang = 'en'
+        QString(en) at: The storage doesn't support writing!
+        QString(nl) at: Storage: Rdm reinitialized
+        QString(nl) at: Top values changed: Rdm: { ui/lang = 'nl', ui/size = '1' }
+        QString(nl) at: Storage: Runtime initialized
+        QString(fr) at: Top value changed Runtime: ui/lang = 'fr'
+        QString(nl) at: Storage: Runtime reinitialized
+        QString(nl) at: Top value changed Rdm: ui/lang = 'nl'
+        QString(it) at: Top value changed Runtime: ui/lang = 'it'
+        QString(nl) at: Storage: Runtime cleared
+        QString(nl) at: Top value changed Rdm: ui/lang = 'nl'
+        invalid at: Storage: Rdm cleared
+        invalid at: Parameter removed from all storages: ui:lang
+        invalid at: Parameter removed from all storages: ui:size )");
 }
 
 QTEST_GUILESS_MAIN(tst_LayeredAccess)
