@@ -11,7 +11,7 @@
 
 namespace tamsel::tests {
 
-/*! The state of \a manager. For tests with the library's internals; include once per program. */
+// The state of \a manager. For tests with the library's internals; include once per program.
 ConfigurationManagerPrivate &privateOf(ConfigurationManager &manager);
 
 // The one place where a private member may be named from outside is an explicit instantiation.
@@ -24,7 +24,16 @@ template <auto member> struct PrivateMember
 };
 template struct PrivateMember<&ConfigurationManager::d>;
 
-/*! A layer for the host's manager, with \a entries in the group "g"; not registered yet. */
+inline bool isLocked(QMutex *mutex)
+{
+    const bool isFree = mutex->tryLock();
+    if (isFree)
+        mutex->unlock();
+    return !isFree;
+}
+
+// A layer for the host's manager, with \a entries in the group "g"; not registered yet. It adds
+// ", locked" to each call during which the manager's lock is held.
 inline QSharedPointer<FakeStorage> makeLayer(TestHost *host, SettingsType type, const QString &name,
                                              const QVariantMap &entries = {})
 {
@@ -32,15 +41,27 @@ inline QSharedPointer<FakeStorage> makeLayer(TestHost *host, SettingsType type, 
                                                      &host->journal, name);
     for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
         layer->put(QStringLiteral("g"), entry.key(), entry.value());
+    layer->note = [mutex = &privateOf(host->manager).mutex] {
+        return isLocked(mutex) ? QStringLiteral(", locked") : QString();
+    };
     return layer;
 }
 
-/*! As makeLayer(), and registers it; what that calls, logs and reports is dropped. */
-inline QSharedPointer<FakeStorage> addLayer(TestHost *host, SettingsType type, const QString &name,
-                                            const QVariantMap &entries = {})
+// As makeLayer(), and registers it.
+inline QSharedPointer<FakeStorage> registerLayer(TestHost *host, SettingsType type,
+                                                 const QString &name,
+                                                 const QVariantMap &entries = {})
 {
     auto layer = makeLayer(host, type, name, entries);
     privateOf(host->manager).registerStorage(layer);
+    return layer;
+}
+
+// As registerLayer(); what that calls, logs and notifies is dropped.
+inline QSharedPointer<FakeStorage> addLayer(TestHost *host, SettingsType type, const QString &name,
+                                            const QVariantMap &entries = {})
+{
+    auto layer = registerLayer(host, type, name, entries);
     host->journal.take();
     return layer;
 }

@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-#include "testhost.h"
+#include "comparejournal.h"
+#include "datarows.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QMetaType>
@@ -30,37 +31,6 @@ static_assert(std::is_nothrow_destructible_v<ConfigurationManager>);
 static_assert(noexcept(qmlConfigManager()));
 static_assert(noexcept(setQmlConfigManager(nullptr)));
 
-namespace {
-
-class MortalLogger final : public ILogger
-{
-public:
-    explicit MortalLogger(Journal *journal) : m_journal(journal) { }
-    ~MortalLogger() override { m_journal->add(u"logger dies"_s); }
-    void error(const QString &) override { }
-    void warning(const QString &) override { }
-    void info(const QString &) override { }
-    void debug(const QString &) override { }
-
-private:
-    Journal *const m_journal;
-};
-
-class MortalHandler final : public IConfigurationChangeHandler
-{
-public:
-    explicit MortalHandler(Journal *journal) : m_journal(journal) { }
-    ~MortalHandler() override { m_journal->add(u"handler dies"_s); }
-    void onValueChanged(SettingsType, const QString &, const QString &, const QVariant &) override
-    {
-    }
-
-private:
-    Journal *const m_journal;
-};
-
-} // namespace
-
 class tst_ConfigurationManager : public QObject
 {
     Q_OBJECT
@@ -69,40 +39,30 @@ private Q_SLOTS:
     void nothingIsPublishedAtFirst(); // has to be the first slot
     void thePointerPublishedLastIsReturned();
     void thePublishedPointerSurvivesItsManager();
-    void creatingAManagerPublishesNothing();
 
     void theMetaObjectDeclaresNothing();
     void theMetaTypeOnlyDestroys();
     void theMetaTypeDestroysAManager();
 
-    void aNewManagerIsEmptyAndSilent();
-    void aNewManagerReadsNoFile();
+    void aNewManagerIsSilentAndReadsNoFile();
     void aNullLoggerServesUntilSomethingIsLogged();
     void twoManagersShareNothing();
 
     void thePersistentStoragePathIsStoredUnchanged_data();
     void thePersistentStoragePathIsStoredUnchanged();
-    void thePersistentStoragePathIsEmptyAtFirst();
     void theAssetsPrefixIsAnotherPath();
     void settingThePathsIsSilentAndTouchesNoFile();
-    void theStartupScreenDirectoryIsAPlainConcatenation_data();
-    void theStartupScreenDirectoryIsAPlainConcatenation();
-    void theStartupScreenDirectoryIsNotCreated();
     void aLaterPathDoesNotMoveALayer_data();
     void aLaterPathDoesNotMoveALayer();
-    void aLaterPathServesTheNextLayer_data();
-    void aLaterPathServesTheNextLayer();
 
     void aGroupMayHoldAHundredThousandKeys();
 
-    void destructionSaysNothing();
-    void destructionWritesChangedFiles_data();
-    void destructionWritesChangedFiles();
-    void destructionSparesTheLoggerAndTheHandlers();
+    void destructionIsSilentAndWritesChangedFiles();
 };
 
 void tst_ConfigurationManager::nothingIsPublishedAtFirst()
 {
+    const TestHost host;
     QCOMPARE(qmlConfigManager(), nullptr);
 }
 
@@ -128,12 +88,6 @@ void tst_ConfigurationManager::thePublishedPointerSurvivesItsManager()
     setQmlConfigManager(manager.get());
     manager.reset();
     QCOMPARE(quintptr(qmlConfigManager()), published);
-}
-
-void tst_ConfigurationManager::creatingAManagerPublishesNothing()
-{
-    const TestHost host;
-    QCOMPARE(qmlConfigManager(), nullptr);
 }
 
 void tst_ConfigurationManager::theMetaObjectDeclaresNothing()
@@ -178,24 +132,14 @@ void tst_ConfigurationManager::theMetaTypeDestroysAManager()
     alignas(ConfigurationManager) unsigned char memory[sizeof(ConfigurationManager)];
     auto *manager = new (memory) ConfigurationManager(&host.logger);
     manager->setPersistentStoragePath(host.manager.persistentStoragePath());
-    manager->initStorage(SettingsType::CustomConfPersistent);
-    manager->setValue(u"ui"_s, u"lang"_s, u"en"_s, SettingsType::CustomConfPersistent);
+    manager->initStorage(CustomConfPersistent);
+    manager->setValue(u"ui"_s, u"lang"_s, u"en"_s, CustomConfPersistent);
 
     ConfigurationManager::staticMetaObject.metaType().destruct(manager);
-    QCOMPARE(readFile(host.filePath(SettingsType::CustomConfPersistent)), "[ui]\nlang=en\n");
+    QCOMPARE(readFile(host.filePath(CustomConfPersistent)), "[ui]\nlang=en\n");
 }
 
-void tst_ConfigurationManager::aNewManagerIsEmptyAndSilent()
-{
-    Journal journal;
-    RecordingLogger logger(&journal);
-    const ConfigurationManager manager(&logger);
-    for (const SettingsType type : storagePriority)
-        QVERIFY2(!manager.storageAvailable(type), keyOf(type));
-    QCOMPARE(journal.take(), QStringList());
-}
-
-void tst_ConfigurationManager::aNewManagerReadsNoFile()
+void tst_ConfigurationManager::aNewManagerIsSilentAndReadsNoFile()
 {
     // Without a path the files are those in the current directory: the only ones that could be read
     // before the host has set one.
@@ -211,6 +155,7 @@ void tst_ConfigurationManager::aNewManagerReadsNoFile()
     ConfigurationManager manager(&logger);
     for (const SettingsType type : fileLayers)
         QVERIFY2(!manager.contains(u"g"_s, QLatin1StringView(keyOf(type))), keyOf(type));
+    QCOMPARE(journal.take(), QStringList());
 
     for (const SettingsType type : fileLayers) {
         manager.initStorage(type);
@@ -244,17 +189,17 @@ void tst_ConfigurationManager::twoManagersShareNothing()
 {
     TestHost one;
     TestHost other;
-    one.prepare(SettingsType::Runtime, u"g"_s, {{u"k"_s, 1}});
-    QVERIFY(!other.manager.storageAvailable(SettingsType::Runtime));
-    other.prepare(SettingsType::Runtime);
+    one.prepare(Runtime, u"g"_s, {{u"k"_s, 1}});
+    QVERIFY(!other.manager.storageAvailable(Runtime));
+    other.prepare(Runtime);
     QVERIFY(!other.manager.contains(u"g"_s, u"k"_s));
 
-    other.manager.setValue(u"g"_s, u"k"_s, 2, SettingsType::Runtime);
+    other.manager.setValue(u"g"_s, u"k"_s, 2, Runtime);
     QCOMPARE(one.manager.value(u"g"_s, u"k"_s), QVariant(1));
     QCOMPARE(one.journal.take(), QStringList());
-    QCOMPARE(other.journal.take(),
-             QStringList({u"debug: Top value changed Runtime: g/k = '2'"_s,
-                          u"handler: Runtime g/k = int(2)"_s}));
+    COMPARE_JOURNAL(other.journal, uR"(
+        debug: Top value changed Runtime: g/k = '2'
+        handler: Runtime g/k = int(2) )");
 }
 
 void tst_ConfigurationManager::thePersistentStoragePathIsStoredUnchanged_data()
@@ -274,15 +219,13 @@ void tst_ConfigurationManager::thePersistentStoragePathIsStoredUnchanged()
 {
     QFETCH(const QString, path);
     ConfigurationManager manager(nullptr);
+    QCOMPARE(manager.persistentStoragePath(), QString());
+    QCOMPARE(manager.startupScreenDirPath(), u"startup_screen/"_s);
     manager.setPersistentStoragePath(u"/replaced/"_s);
     manager.setPersistentStoragePath(path);
     QCOMPARE(manager.persistentStoragePath(), path);
-}
-
-void tst_ConfigurationManager::thePersistentStoragePathIsEmptyAtFirst()
-{
-    const ConfigurationManager manager(nullptr);
-    QCOMPARE(manager.persistentStoragePath(), QString());
+    QCOMPARE(manager.startupScreenDirPath(), QString(path + "startup_screen/"_L1));
+    QCOMPARE(manager.persistentStoragePath(), path);
 }
 
 void tst_ConfigurationManager::theAssetsPrefixIsAnotherPath()
@@ -303,38 +246,9 @@ void tst_ConfigurationManager::settingThePathsIsSilentAndTouchesNoFile()
     QVERIFY(!QDir(host.folder.filePath(u"new"_s)).exists());
 }
 
-void tst_ConfigurationManager::theStartupScreenDirectoryIsAPlainConcatenation_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QString>("directory");
-    QTest::newRow("slash at the end") << u"/data/config/"_s << u"/data/config/startup_screen/"_s;
-    QTest::newRow("no slash at the end") << u"/data/config"_s << u"/data/configstartup_screen/"_s;
-    QTest::newRow("two slashes at the end") << u"/data//"_s << u"/data//startup_screen/"_s;
-    QTest::newRow("empty") << QString() << u"startup_screen/"_s;
-}
-
-void tst_ConfigurationManager::theStartupScreenDirectoryIsAPlainConcatenation()
-{
-    QFETCH(const QString, path);
-    QFETCH(const QString, directory);
-    ConfigurationManager manager(nullptr);
-    manager.setPersistentStoragePath(path);
-    QCOMPARE(manager.startupScreenDirPath(), directory);
-    QCOMPARE(manager.startupScreenDirPath(), directory);
-    QCOMPARE(manager.persistentStoragePath(), path);
-}
-
-void tst_ConfigurationManager::theStartupScreenDirectoryIsNotCreated()
-{
-    const TestHost host;
-    QVERIFY(!QDir(host.manager.startupScreenDirPath()).exists());
-}
-
 void tst_ConfigurationManager::aLaterPathDoesNotMoveALayer_data()
 {
-    QTest::addColumn<SettingsType>("type");
-    for (const SettingsType type : fileLayers)
-        QTest::newRow(keyOf(type)) << type;
+    addTypeRows(fileLayers);
 }
 
 void tst_ConfigurationManager::aLaterPathDoesNotMoveALayer()
@@ -350,30 +264,6 @@ void tst_ConfigurationManager::aLaterPathDoesNotMoveALayer()
     QVERIFY(!QDir(host.folder.filePath(u"new"_s)).exists());
 }
 
-void tst_ConfigurationManager::aLaterPathServesTheNextLayer_data()
-{
-    QTest::addColumn<SettingsType>("type");
-    QTest::addColumn<QString>("file");
-    QTest::newRow("CustomConfPersistent")
-            << SettingsType::CustomConfPersistent << u"data/custom.conf"_s;
-    QTest::newRow("SelviDb") << SettingsType::SelviDb << u"data/selvi.db"_s;
-    QTest::newRow("RavonaConfDefault") << SettingsType::RavonaConfDefault << u"lib/ravona.conf"_s;
-}
-
-void tst_ConfigurationManager::aLaterPathServesTheNextLayer()
-{
-    QFETCH(const SettingsType, type);
-    QFETCH(const QString, file);
-    TestHost host;
-    host.manager.setPersistentStoragePath(host.folder.filePath(u"data/"_s));
-    host.manager.setAssetsPrefix(host.folder.filePath(u"lib/"_s));
-    host.manager.initStorage(type);
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
-    host.manager.clearStorage(type);
-    QCOMPARE(readFile(host.folder.filePath(file)), "[ui]\nlang=en\n");
-    QVERIFY(readFile(host.filePath(type)).isNull());
-}
-
 void tst_ConfigurationManager::aGroupMayHoldAHundredThousandKeys()
 {
     constexpr int count = 100'000;
@@ -381,22 +271,22 @@ void tst_ConfigurationManager::aGroupMayHoldAHundredThousandKeys()
     for (int i = 0; i < count; ++i)
         entries.insert(QString::number(i), i);
     TestHost host;
-    host.manager.initStorage(SettingsType::FeatureKeys, groupMap(u"g"_s, entries));
+    host.manager.initStorage(FeatureKeys, groupMap(u"g"_s, entries));
     QCOMPARE(host.journal.take().size(), count + 1);
 
     entries.insert(u"0"_s, u"changed"_s);
     entries.remove(u"1"_s);
-    host.manager.initStorage(SettingsType::FeatureKeys, groupMap(u"g"_s, entries));
-    QCOMPARE(host.journal.take(),
-             QStringList({u"info: Storage: FeatureKeys reinitialized"_s,
-                          u"handler: FeatureKeys g/1 = invalid"_s,
-                          u"handler: FeatureKeys g/0 = QString(changed)"_s}));
+    host.manager.initStorage(FeatureKeys, groupMap(u"g"_s, entries));
+    COMPARE_JOURNAL(host.journal, uR"(
+        info: Storage: FeatureKeys reinitialized
+        handler: FeatureKeys g/1 = invalid
+        handler: FeatureKeys g/0 = QString(changed) )");
 
-    host.manager.clearStorage(SettingsType::FeatureKeys);
+    host.manager.clearStorage(FeatureKeys);
     QCOMPARE(host.journal.take().size(), count);
 }
 
-void tst_ConfigurationManager::destructionSaysNothing()
+void tst_ConfigurationManager::destructionIsSilentAndWritesChangedFiles()
 {
     TestHost host;
     auto manager = std::make_unique<ConfigurationManager>(&host.logger);
@@ -407,46 +297,14 @@ void tst_ConfigurationManager::destructionSaysNothing()
         manager->initStorage(type, groupMap(u"g"_s, {{u"a"_s, 1}, {u"b"_s, 2}}));
         manager->setValue(u"g"_s, u"c"_s, 3, type);
     }
+    for (const SettingsType type : fileLayers)
+        QVERIFY(readFile(host.filePath(type)).isNull());
     QVERIFY(!host.journal.take().isEmpty());
 
     manager.reset();
     QCOMPARE(host.journal.take(), QStringList());
-}
-
-void tst_ConfigurationManager::destructionWritesChangedFiles_data()
-{
-    aLaterPathDoesNotMoveALayer_data();
-}
-
-void tst_ConfigurationManager::destructionWritesChangedFiles()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    auto manager = std::make_unique<ConfigurationManager>(&host.logger);
-    manager->setPersistentStoragePath(host.manager.persistentStoragePath());
-    manager->setAssetsPrefix(host.assetsPrefix());
-    manager->initStorage(type);
-    manager->setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
-    QVERIFY(readFile(host.filePath(type)).isNull());
-
-    manager.reset();
-    QCOMPARE(readFile(host.filePath(type)), "[ui]\nlang=en\n");
-}
-
-void tst_ConfigurationManager::destructionSparesTheLoggerAndTheHandlers()
-{
-    Journal journal;
-    auto logger = std::make_unique<MortalLogger>(&journal);
-    auto handler = std::make_unique<MortalHandler>(&journal);
-    auto manager = std::make_unique<ConfigurationManager>(logger.get());
-    manager->appendConfigurationHandler(handler.get());
-    manager->initStorage(SettingsType::Runtime);
-
-    manager.reset();
-    QCOMPARE(journal.take(), QStringList());
-    logger.reset();
-    handler.reset();
-    QCOMPARE(journal.take(), QStringList({u"logger dies"_s, u"handler dies"_s}));
+    for (const SettingsType type : fileLayers)
+        QCOMPARE(readFile(host.filePath(type)), "[g]\nc=3\n");
 }
 
 QTEST_GUILESS_MAIN(tst_ConfigurationManager)
