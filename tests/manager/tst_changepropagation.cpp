@@ -36,6 +36,8 @@ private Q_SLOTS:
 
     void handlersGetTheValueThatWasWritten_data();
     void handlersGetTheValueThatWasWritten();
+    void anUncoveredTextIsNullWhereItsValueHasNoText_data();
+    void anUncoveredTextIsNullWhereItsValueHasNoText();
 };
 
 void tst_ChangePropagation::handlers_data()
@@ -291,6 +293,39 @@ void tst_ChangePropagation::handlersGetTheValueThatWasWritten()
                     type);
     QCOMPARE(host.manager.value(u"g"_s, u"k"_s), QVariant(1));
     QCOMPARE(variable, QVariant(u"reused"_s));
+}
+
+void tst_ChangePropagation::anUncoveredTextIsNullWhereItsValueHasNoText_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("isNull");
+    QTest::newRow("text") << QVariant(u"en"_s) << false;
+    QTest::newRow("empty text") << QVariant(u""_s) << false;
+    QTest::newRow("null text") << QVariant(QString()) << true;
+    QTest::newRow("map") << QVariant(QVariantMap{{u"x"_s, 1}}) << true;
+    QTest::newRow("invalid") << QVariant() << true;
+}
+
+void tst_ChangePropagation::anUncoveredTextIsNullWhereItsValueHasNoText()
+{
+    // It is what toString() gives, unchanged. In the log, both are ''.
+    QFETCH(const QVariant, value);
+    QFETCH(const bool, isNull);
+    TestHost host;
+    host.prepare(Rdm, u"g"_s, {{u"k"_s, value}});
+    host.prepare(Runtime, u"g"_s, {{u"k"_s, u"above"_s}});
+    int calls = 0;
+    host.handler.reaction
+            = [&](SettingsType, const QString &, const QString &, const QVariant &uncovered) {
+                  ++calls;
+                  QCOMPARE(uncovered.metaType(), QMetaType::fromType<QString>());
+                  QCOMPARE(uncovered.toString().isNull(), isNull);
+              };
+    host.manager.removeValue(u"g"_s, u"k"_s, Runtime);
+    QCOMPARE(calls, 1);
+    COMPARE_JOURNAL(host.journal, QString(uR"(
+        debug: Top value changed Rdm: g/k = '%1'
+        handler: Rdm g/k = QString(%1) )"_s.arg(value.toString())));
 }
 
 QTEST_GUILESS_MAIN(tst_ChangePropagation)

@@ -13,7 +13,9 @@
 
 #include <algorithm>
 #include <functional>
+#include <future>
 #include <stdexcept>
+#include <thread>
 
 using namespace tamsel;
 using namespace tamsel::tests;
@@ -81,6 +83,8 @@ private Q_SLOTS:
     void theDefaultIsCopiedBeforeTheLockIsTaken();
     void readsDoNotCopyTheListOfLayers();
     void aReadReleasesTheLockWhenALayerThrows();
+    void whatDoesNotReadLayersTakesNoLock_data();
+    void whatDoesNotReadLayersTakesNoLock();
 };
 
 void tst_LayerCalls::aReadAsksFromAboveUntilALayerHoldsTheKey()
@@ -191,6 +195,8 @@ void tst_LayerCalls::creatingALayerWithSeveralKeys()
     // for the log and once for all handlers; a line that is not logged is not built.
     QFETCH(const SettingsType, type);
     TestHost host;
+    RecordingHandler second(&host.journal, u"second"_s);
+    host.manager.appendConfigurationHandler(&second);
     registerLayer(&host, type, u"new"_s, {{u"a"_s, 1}, {u"b"_s, 2}});
     QString expected = uR"(
         new: value g/a
@@ -204,8 +210,10 @@ void tst_LayerCalls::creatingALayerWithSeveralKeys()
     expected.append(uR"(
         new: value g/a
         handler: SELF g/a = int(1)
+        second: SELF g/a = int(1)
         new: value g/b
-        handler: SELF g/b = int(2) )");
+        handler: SELF g/b = int(2)
+        second: SELF g/b = int(2) )");
     COMPARE_JOURNAL(host.journal, expected, type);
 }
 
@@ -474,6 +482,55 @@ void tst_LayerCalls::aReadReleasesTheLockWhenALayerThrows()
     QVERIFY_THROWS_EXCEPTION(std::runtime_error, (void)host.manager.value(u"g"_s, u"k"_s));
     rdm->note = nullptr;
     QVERIFY(!isLocked(&privateOf(host.manager).mutex));
+}
+
+void tst_LayerCalls::whatDoesNotReadLayersTakesNoLock_data()
+{
+    using Action = std::function<void(ConfigurationManager *)>;
+    QTest::addColumn<Action>("action");
+    QTest::newRow("setting the paths") << Action([](ConfigurationManager *manager) {
+        manager->setPersistentStoragePath(u"/data/"_s);
+        manager->setAssetsPrefix(u"/assets/"_s);
+    });
+    QTest::newRow("reading the paths") << Action([](ConfigurationManager *manager) {
+        static_cast<void>(manager->persistentStoragePath());
+        static_cast<void>(manager->startupScreenDirPath());
+    });
+    QTest::newRow("appending and removing a handler") << Action([](ConfigurationManager *manager) {
+        manager->appendConfigurationHandler(nullptr);
+        manager->removeConfigurationHandler(nullptr);
+    });
+    QTest::newRow("destruction") << Action(
+            [](ConfigurationManager *manager) { std::destroy_at(manager); });
+}
+
+void tst_LayerCalls::whatDoesNotReadLayersTakesNoLock()
+{
+    using Action = std::function<void(ConfigurationManager *)>;
+    QFETCH(const Action, action);
+    const bool isDestruction = qstrcmp(QTest::currentDataTag(), "destruction") == 0;
+    Journal journal;
+    RecordingLogger logger(&journal);
+    alignas(ConfigurationManager) unsigned char memory[sizeof(ConfigurationManager)];
+    auto *manager = new (memory) ConfigurationManager(&logger);
+    manager->initStorage(Rdm, groupMap(u"g"_s, {{u"k"_s, 1}}));
+    QMutex &mutex = privateOf(*manager).mutex;
+    mutex.lock();
+    if (isDestruction)
+        QTest::ignoreMessage(QtWarningMsg, "QMutex: destroying locked mutex");
+    std::promise<void> done;
+    std::thread thread([&] {
+        action(manager);
+        done.set_value();
+    });
+    const bool isFree
+            = done.get_future().wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    if (!isFree || !isDestruction)
+        mutex.unlock();
+    thread.join();
+    if (!isDestruction)
+        std::destroy_at(manager);
+    QVERIFY2(isFree, "it waited for the lock");
 }
 
 QTEST_GUILESS_MAIN(tst_LayerCalls)
