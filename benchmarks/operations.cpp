@@ -185,16 +185,15 @@ public:
         writeFile(m_prefix + fileName(SettingsType::RavonaConfDefault), m_content);
     }
 
-    void run() override { m_isCorrect &= system().load(m_prefix) == m_size; }
+    void run() override { system().load(m_prefix); }
 
-    bool isCorrect() const override { return m_isCorrect; }
+    bool isCorrect() const override { return system().loadedSettings() == m_size; }
 
 private:
     const int m_size;
     const QByteArray m_content;
     std::optional<QTemporaryDir> m_folder;
     QString m_prefix;
-    bool m_isCorrect = true;
 };
 
 std::unique_ptr<Operation> readTop(const SystemInfo &info, int)

@@ -24,7 +24,7 @@ public:
     virtual void prepare();
     /*! What is measured. */
     virtual void run() = 0;
-    /*! After any number of runs: whether each of them did what it should. */
+    /*! After any number of runs: whether they did what they should. */
     virtual bool isCorrect() const = 0;
 
 protected:

@@ -10,19 +10,21 @@ namespace tamsel::bench {
 
 namespace {
 
-/*!
- * What settings in files cost at least: the calls of QSettings that the three file layers come to,
- * with keys that are ready-made.
- */
+// The least that settings in files can cost: the calls of QSettings that three file layers need, with
+// full keys built in advance. QSettings reads a section when it is first needed and looks for such
+// sections in each call until the keys were listed; the library has listed them.
 class BareQSettings final : public System
 {
 public:
+    BareQSettings();
+
     void setTargets(const Settings &targets) override;
     int readAll() const override;
     void writeAll(SettingsType type, int choice) override;
     QString read(const Setting &setting) const override;
 
-    int load(const QString &prefix) override;
+    void load(const QString &prefix) override;
+    int loadedSettings() const override { return m_loadedSettings; }
     void unload() override { m_loaded.reset(); }
 
     qint64 notifications() const override { return m_counter.calls; }
@@ -37,6 +39,7 @@ private:
     QSettings m_defaults{m_files.path(SettingsType::RavonaConfDefault), QSettings::IniFormat};
     const QSettings *const m_layers[3]{&m_custom, &m_database, &m_defaults};
     std::unique_ptr<QSettings> m_loaded;
+    int m_loadedSettings = 0;
     CountingHandler m_counter;
     IConfigurationChangeHandler *volatile m_handler = &m_counter; // keeps the calls virtual
     Settings m_targets;
@@ -49,6 +52,14 @@ QString fullKeyOf(const Setting &setting)
     return setting.group + u'/' + setting.key;
 }
 
+BareQSettings::BareQSettings()
+{
+    for (const QSettings *layer : m_layers) {
+        if (layer->allKeys().isEmpty())
+            qFatal("%s holds nothing", qUtf8Printable(layer->fileName()));
+    }
+}
+
 void BareQSettings::setTargets(const Settings &targets)
 {
     m_targets = targets;
@@ -57,17 +68,18 @@ void BareQSettings::setTargets(const Settings &targets)
         m_fullKeys.append(fullKeyOf(target));
 }
 
-/*! R2: contains() three times and value() once; R3: without value(). */
+// R2, R3: one value() for each layer, until one holds the key.
 QVariant BareQSettings::value(const QString &fullKey) const
 {
     for (const QSettings *layer : m_layers) {
-        if (layer->contains(fullKey))
-            return layer->value(fullKey);
+        QVariant found = layer->value(fullKey);
+        if (found.isValid())
+            return found;
     }
     return {};
 }
 
-/*! W3: writable, different, written, and visible to readers. */
+// W3: writable, different, written, and the effective value.
 bool BareQSettings::store(const QString &fullKey, const QVariant &value)
 {
     if (!m_custom.isWritable() || m_custom.value(fullKey) == value)
@@ -98,11 +110,21 @@ QString BareQSettings::read(const Setting &setting) const
     return value(fullKeyOf(setting)).toString();
 }
 
-int BareQSettings::load(const QString &prefix)
+// I1: loads, lists the keys, and then looks up each value and notifies the handler.
+void BareQSettings::load(const QString &prefix)
 {
     m_loaded = std::make_unique<QSettings>(prefix + fileName(SettingsType::RavonaConfDefault),
                                            QSettings::IniFormat);
-    return static_cast<int>(m_loaded->allKeys().size());
+    const QStringList fullKeys = m_loaded->allKeys();
+    QString group; // shared by the keys that follow one another
+    for (const QString &fullKey : fullKeys) {
+        const qsizetype slash = fullKey.indexOf(u'/');
+        if (group != QStringView(fullKey).left(slash))
+            group = fullKey.left(slash);
+        m_handler->onValueChanged(SettingsType::RavonaConfDefault, group, fullKey.mid(slash + 1),
+                                  m_loaded->value(fullKey));
+    }
+    m_loadedSettings = static_cast<int>(fullKeys.size());
 }
 
 } // namespace

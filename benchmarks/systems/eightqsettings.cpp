@@ -23,7 +23,8 @@ public:
     void writeAll(SettingsType type, int choice) override;
     QString read(const Setting &setting) const override;
 
-    int load(const QString &prefix) override;
+    void load(const QString &prefix) override;
+    int loadedSettings() const override { return m_loadedSettings; }
     void unload() override { m_loaded.reset(); }
 
     qint64 notifications() const override { return m_handler.calls; }
@@ -37,6 +38,7 @@ private:
     std::vector<std::unique_ptr<QSettings>> m_layers; // by rank
     mutable QMutex m_mutex;
     std::unique_ptr<QSettings> m_loaded;
+    int m_loadedSettings = 0;
     CountingHandler m_handler;
     Settings m_targets;
     const QVariant m_texts[2]{writtenText(0), writtenText(1)};
@@ -98,7 +100,7 @@ QString EightQSettings::read(const Setting &setting) const
 }
 
 /*! Splits the keys, so that each setting can be reported. */
-int EightQSettings::load(const QString &prefix)
+void EightQSettings::load(const QString &prefix)
 {
     m_loaded = std::make_unique<QSettings>(prefix + fileName(SettingsType::RavonaConfDefault),
                                            QSettings::IniFormat);
@@ -108,7 +110,7 @@ int EightQSettings::load(const QString &prefix)
         m_handler.onValueChanged(SettingsType::RavonaConfDefault, parts.first(), parts.last(),
                                  m_loaded->value(fullKey));
     }
-    return static_cast<int>(fullKeys.size());
+    m_loadedSettings = static_cast<int>(fullKeys.size());
 }
 
 } // namespace

@@ -47,7 +47,8 @@ public:
     void writeAll(SettingsType type, int choice) override;
     QString read(const Setting &setting) const override;
 
-    int load(const QString &prefix) override;
+    void load(const QString &prefix) override;
+    int loadedSettings() const override;
     void unload() override { m_loaded.reset(); }
 
     qint64 notifications() const override { return m_handler.calls; }
@@ -137,9 +138,13 @@ QString KeyFiles::read(const Setting &setting) const
     return QString::fromUtf8(value(group.constData(), key.constData()).get());
 }
 
-int KeyFiles::load(const QString &prefix)
+void KeyFiles::load(const QString &prefix)
 {
     m_loaded = loadKeyFile(prefix + fileName(SettingsType::RavonaConfDefault));
+}
+
+int KeyFiles::loadedSettings() const
+{
     gsize groupCount = 0;
     gsize count = 0;
     char **groups = g_key_file_get_groups(m_loaded.get(), &groupCount);

@@ -28,7 +28,8 @@ public:
     void writeAll(SettingsType type, int choice) override;
     QString read(const Setting &setting) const override;
 
-    int load(const QString &prefix) override;
+    void load(const QString &prefix) override;
+    int loadedSettings() const override;
     void unload() override { m_loaded.reset(); }
 
     qint64 notifications() const override { return m_handler.calls; }
@@ -94,10 +95,14 @@ QString Merged::read(const Setting &setting) const
     return value(setting.group, setting.key);
 }
 
-int Merged::load(const QString &prefix)
+void Merged::load(const QString &prefix)
 {
     m_loaded = std::make_unique<KConfig>(prefix + fileName(SettingsType::RavonaConfDefault),
                                          KConfig::SimpleConfig);
+}
+
+int Merged::loadedSettings() const
+{
     qsizetype count = 0;
     const QStringList groups = m_loaded->groupList();
     for (const QString &group : groups)

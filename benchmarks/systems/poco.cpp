@@ -41,7 +41,8 @@ public:
     void writeAll(SettingsType type, int choice) override;
     QString read(const Setting &setting) const override;
 
-    int load(const QString &prefix) override;
+    void load(const QString &prefix) override;
+    int loadedSettings() const override;
     void unload() override { m_loaded = nullptr; }
 
     qint64 notifications() const override { return m_changes; }
@@ -108,10 +109,15 @@ QString Layered::read(const Setting &setting) const
     return QString::fromStdString(m_configuration->getString(keyOf(setting), m_default));
 }
 
-int Layered::load(const QString &prefix)
+void Layered::load(const QString &prefix)
 {
     const QString path = prefix + fileName(SettingsType::RavonaConfDefault);
     m_loaded = new IniFileConfiguration(path.toStdString());
+}
+
+// Each call of keys() looks through the whole file.
+int Layered::loadedSettings() const
+{
     AbstractConfiguration::Keys groups;
     m_loaded->keys(groups);
     std::size_t count = 0;

@@ -27,7 +27,9 @@ void System::replaceLayer(const QVariantMap &, const QVariantMap &) { }
 
 void System::clearLayer(const QVariantMap &) { }
 
-int System::load(const QString &)
+void System::load(const QString &) { }
+
+int System::loadedSettings() const
 {
     return 0;
 }

@@ -42,8 +42,10 @@ public:
     /*! L3: Rdm, which is over \a map, is removed. */
     virtual void clearLayer(const QVariantMap &map);
 
-    /*! I1: loads the file of RavonaConfDefault in the folder \a prefix; how many settings it has. */
-    virtual int load(const QString &prefix);
+    // I1: loads the file of RavonaConfDefault in the folder `prefix`.
+    virtual void load(const QString &prefix);
+    // How many settings load() found; is not measured.
+    virtual int loadedSettings() const;
     /*! Undoes load(); is not measured. */
     virtual void unload();
 

@@ -24,7 +24,8 @@ public:
     void replaceLayer(const QVariantMap &map, const QVariantMap &previous) override;
     void clearLayer(const QVariantMap &map) override;
 
-    int load(const QString &prefix) override;
+    void load(const QString &prefix) override;
+    int loadedSettings() const override { return m_loadedSettings; }
     void unload() override;
 
     qint64 notifications() const override { return m_handler.calls; }
@@ -35,6 +36,7 @@ private:
     CountingHandler m_handler;
     ConfigurationManager m_manager{&m_logger};
     std::unique_ptr<ConfigurationManager> m_loader; // has no layer before load()
+    int m_loadedSettings = 0;
     Settings m_targets;
     const QVariant m_default;
     const QVariant m_texts[2]{writtenText(0), writtenText(1)};
@@ -91,12 +93,12 @@ void Tamsel::clearLayer(const QVariantMap &)
     m_manager.clearStorage(SettingsType::Rdm);
 }
 
-int Tamsel::load(const QString &prefix)
+void Tamsel::load(const QString &prefix)
 {
     const qint64 before = m_handler.calls;
     m_loader->setAssetsPrefix(prefix);
     m_loader->initStorage(SettingsType::RavonaConfDefault);
-    return static_cast<int>(m_handler.calls - before);
+    m_loadedSettings = static_cast<int>(m_handler.calls - before);
 }
 
 void Tamsel::unload()
