@@ -1,8 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Times every operation on every system. The names are OPERATION/SIZE/SYSTEM; a time divided by the
-// counter "size" is that of one read, write or setting.
+// Times every operation on every system. The names are OPERATION/SIZE/SYSTEM. A time divided by the
+// counter "size" is that of one read, write or setting; "perSecond" is how many of them all threads
+// together came to in a second. The time of several threads has no meaning of its own: whether it is
+// divided by their number depends on the version of Google Benchmark.
 
 #include "operations.h"
 
@@ -40,6 +42,7 @@ public:
             prepareAndRun(state);
         else
             runOnly(state);
+        // What the threads set is added up.
         if (state.thread_index() > 0)
             return;
         state.counters["size"] = m_operation->size();
@@ -50,13 +53,17 @@ public:
 private:
     void runOnly(benchmark::State &state)
     {
-        for ([[maybe_unused]] auto iteration : state)
+        const auto end = state.end(); // waits for the other threads, as does the last comparison
+        const auto start = Clock::now();
+        for (auto iteration = state.begin(); iteration != end; ++iteration)
             m_operation->run();
+        const std::chrono::duration<double> elapsed = Clock::now() - start;
+        const auto done = static_cast<double>(state.iterations()) * m_operation->size();
+        state.counters["perSecond"] = done / elapsed.count();
     }
 
     void prepareAndRun(benchmark::State &state)
     {
-        using Clock = std::chrono::steady_clock;
         for ([[maybe_unused]] auto iteration : state) {
             m_operation->prepare();
             const auto start = Clock::now();
@@ -64,6 +71,8 @@ private:
             state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
         }
     }
+
+    using Clock = std::chrono::steady_clock;
 
     const SystemInfo &m_system;
     const OperationInfo &m_info;

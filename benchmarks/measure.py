@@ -7,11 +7,13 @@
     {"machine":  {"qt": "6.8.2", "architecture": "x86_64", "compiler": ..., "valgrind": ..., "cpu": ...},
      "systems":  {"tamsel": {"title": "libtamsel", "floor": false}, ...},
      "exact":    {"R1": {"tamsel": {"instructions": 1342.9, "allocations": 0.0}, ...}, ...},
-     "times":    {"R1": {"tamsel": 95.1, ...}, ...}}
+     "times":    {"R1": {"tamsel": 95.1, ...}, ...},
+     "threads":  {"R4-top": {"tamsel": {"1": 10200000, "2": 8300000}, ...}, ...}}
 
-Operations that have a size are named with it, as in "L1/1000". Instructions and times (median of the
-repetitions, in nanoseconds) are those of one read, write or setting. So are allocations, but those
-of L1 to L3 and I1, which are of the whole operation.
+Operations that have a size are named with it, as in "L1/1000". Instructions and times (in nanoseconds)
+are those of one read, write or setting. So are allocations, but those of L1 to L3 and I1, which are of
+the whole operation. "threads" has the reads per second of all threads together, by the number of
+threads. Times and reads per second are medians of the repetitions.
 """
 
 import argparse
@@ -101,6 +103,12 @@ def count_all(exactcounts, profiles, jobs):
     return figures
 
 
+def medians(samples, digits):
+    if isinstance(samples, list):
+        return round(statistics.median(samples), digits)
+    return {name: medians(part, digits) for name, part in samples.items()}
+
+
 def time_all(bench, too_large, repetitions, min_time):
     with tempfile.NamedTemporaryFile(suffix=".json") as file:
         result = subprocess.run(
@@ -112,20 +120,20 @@ def time_all(bench, too_large, repetitions, min_time):
         if result.returncode:
             sys.exit(f"{bench}\n{result.stderr}")
         results = json.load(open(file.name, encoding="utf-8"))["benchmarks"]
-    samples = {}
+    times, threads = {}, {}
     for result in results:
         if result.get("error_occurred"):
             sys.exit(f"{result['name']}: {result['error_message']}")
         if result["run_type"] != "iteration":
             continue
         operation, size, system = result["run_name"].split("/")[:3]
-        name = operation_name(operation, size)
         if operation.startswith("R4"):
-            name += f"/{result['threads']}"
-        samples.setdefault(name, {}).setdefault(system, []).append(
-            result["real_time"] / result["size"])
-    return {name: {system: round(statistics.median(values), 2) for system, values in row.items()}
-            for name, row in samples.items()}
+            row = threads.setdefault(operation, {}).setdefault(system, {})
+            row.setdefault(str(result["threads"]), []).append(result["perSecond"])
+        else:
+            row = times.setdefault(operation_name(operation, size), {})
+            row.setdefault(system, []).append(result["real_time"] / result["size"])
+    return medians(times, 2), medians(threads, None)
 
 
 def main():
@@ -148,7 +156,7 @@ def main():
     run["exact"] = count_all(
         exactcounts, arguments.build / "profiles",
         [job for job in jobs if job[0] in counted and job[2] not in too_large])
-    run["times"] = {} if arguments.exact else time_all(
+    run["times"], run["threads"] = ({}, {}) if arguments.exact else time_all(
         str(arguments.build / "bench_settings"), too_large, arguments.repetitions,
         arguments.min_time)
     arguments.out.write_text(json.dumps(run, indent=1) + "\n", encoding="utf-8")
