@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-"""Puts the figures of a run into the page docs/performance.md and draws docs/performance.svg.
+"""Puts the figures of a run into the page benchmarks/README.md and draws benchmarks/performance.svg.
 
 The tables replace what stands between the lines "<!-- NAME: begin -->" and "<!-- NAME: end -->".
 """
@@ -19,13 +19,10 @@ TITLES = {
     "R1": "read, top layer",
     "R2": "read, lowest file layer",
     "R3": "read, missing",
-    "R4-top/1": "R1, one thread",
-    "R4-top/2": "R1, two threads",
-    "R4-bottom/1": "R2, one thread",
-    "R4-bottom/2": "R2, two threads",
-    "W1": "write, changed, memory",
-    "W2": "write, equal, memory",
-    "W3": "write, changed, file",
+    "W1": "write, changed text, memory",
+    "W1-int": "write, changed int, memory",
+    "W2": "write, equal text, memory",
+    "W3": "write, changed text, file",
     "L1": "layer registered",
     "L2": "layer replaced, 1 % changed",
     "L3": "layer cleared",
@@ -36,7 +33,7 @@ COLOURS = ["#c0392b", "#7f8c8d", "#bdc3c7", "#2980b9", "#27ae60", "#8e44ad", "#f
 
 def title_of(operation):
     if operation in TITLES:
-        return f"{operation.split('/')[0]} {TITLES[operation]}"
+        return f"{operation.partition('-')[0]} {TITLES[operation]}"
     name, size = operation.split("/")
     return f"{name} {TITLES[name]}, {number(int(size))} keys"
 
@@ -44,9 +41,12 @@ def title_of(operation):
 def in_order(operations):
     def key(operation):
         name, _, size = operation.partition("/")
-        first = name if name in TITLES else operation
-        return list(TITLES).index(first), int(size or 0)
+        return list(TITLES).index(name), int(size or 0)
     return sorted(operations, key=key)
+
+
+def is_of_layers(operation):
+    return operation.startswith("L")
 
 
 def number(value):
@@ -69,6 +69,7 @@ class Run:
         self.systems = data["systems"]
         self.exact = data["exact"]
         self.times = data["times"]
+        self.threads = data["threads"]
 
     def floor(self, row):
         """The cell of the floor: there is one at most for each operation."""
@@ -79,22 +80,34 @@ class Run:
         return [name for name, system in self.systems.items()
                 if not system["floor"] and name != "tamsel"]
 
-    def ratios(self, rows, value=lambda cell: cell):
-        """A row for each operation: the library's figure, the floor's, and those of the others, all but
-        the first with the ratio of ours to theirs."""
+    def comparison(self, rows, value=lambda cell: cell, note=lambda cell: ""):
+        """A row for each operation that others offer too: the library's figure, the floor's, and those of
+        the others, all but the first with the ratio of ours to theirs. A note stands behind a figure."""
         head = ["", "libtamsel", "floor", *(self.systems[name]["title"] for name in self.others())]
         lines = []
         for operation in in_order(rows):
             row = rows[operation]
-            if "tamsel" not in row:
+            if "tamsel" not in row or is_of_layers(operation):
                 continue
             ours = value(row["tamsel"])
-            cells = [title_of(operation), f"**{number(ours)}**"]
+            cells = [title_of(operation), f"**{number(ours)}**{note(row['tamsel'])}"]
             for cell in [self.floor(row), *(row.get(name) for name in self.others())]:
-                theirs = None if cell is None else value(cell)
-                ratio = f" ({ours / theirs:.2f})" if theirs else ""
-                cells.append(number(theirs) + ratio)
+                cells.append("–" if cell is None else
+                             f"{number(value(cell))}{note(cell)} ({ours / value(cell):.2f})")
             lines.append(cells)
+        return table(head, lines)
+
+    def layers(self):
+        """What only the library and its floor offer; times are there if they were measured."""
+        head = ["", "instructions", "floor", "allocations", "floor", "ns", "floor"]
+        lines = []
+        for operation in filter(is_of_layers, in_order(self.exact)):
+            ours, floor = self.exact[operation]["tamsel"], self.floor(self.exact[operation])
+            times = self.times.get(operation, {})
+            cells = [title_of(operation)]
+            for kind in "instructions", "allocations":
+                cells += [f"**{number(ours[kind])}**", number(floor and floor[kind])]
+            lines.append([*cells, number(times.get("tamsel")), number(self.floor(times))])
         return table(head, lines)
 
     def machine_line(self):
@@ -105,72 +118,30 @@ class Run:
     def tables(self):
         result = {
             "machine": self.machine_line(),
-            "bounds": table(["operation", "what", "bound", "measured", ""], self.bounds()),
-            "instructions": self.ratios(self.exact, lambda cell: cell["instructions"]),
-            "allocations": self.ratios(self.exact, lambda cell: cell["allocations"]),
+            "exact": self.comparison(self.exact, lambda cell: cell["instructions"],
+                                     lambda cell: f" [{number(cell['allocations'])}]"),
+            "layers": self.layers(),
         }
         if self.times:
-            result["times"] = self.ratios(self.times)
+            result["times"] = self.comparison(self.times)
+            result["threads"] = self.throughput()
         return result
 
-    def bounds(self):
-        """What is to be reached: (operation, what, bound, measured, whether it holds)."""
-        def cell(operation, system="tamsel"):
-            return self.exact.get(operation, {}).get(system)
-
-        def instructions(operation, system="tamsel"):
-            found = cell(operation, system)
-            return found and found["instructions"]
-
-        def allocations(operation, system="tamsel"):
-            found = cell(operation, system)
-            return found and found["allocations"]
-
-        def ratio(one, other):
-            return one / other if one is not None and other else None
-
-        rows = []
-
-        def bound(operation, what, limit, measured, shown="{}"):
-            if measured is None or limit is None:
-                return
-            rows.append([operation, what, shown.format(number(limit)), shown.format(number(measured)),
-                         "yes" if measured <= limit else "**no**"])
-
-        times = "{} x"
-        bound("R1", "allocations", 0, allocations("R1"))
-        bound("R1", "instructions, of one mutex and one two-level look-up", 2.2,
-              ratio(instructions("R1"), instructions("R1", "baremap")), times)
-        for operation, limit in ("R2", 1.05), ("R3", 1.12):
-            bound(operation, "allocations, as the raw calls of QSettings",
-                  allocations(operation, "bareqsettings"), allocations(operation))
-            bound(operation, "instructions, of the raw calls of QSettings", limit,
-                  ratio(instructions(operation), instructions(operation, "bareqsettings")), times)
-        bound("W1", "allocations", 2, allocations("W1"))
-        bound("W1", "instructions", 2900, instructions("W1"))
-        for other in "eightqsettings", "kconfig":
-            bound("W1", f"instructions, of {self.systems.get(other, {}).get('title')}", 1,
-                  ratio(instructions("W1"), instructions("W1", other)), times)
-        bound("W2", "allocations", 0, allocations("W2"))
-        bound("W2", "instructions, of R1's floor with one comparison", 1.35,
-              ratio(instructions("W2"), instructions("W2", "baremap")), times)
-        bound("W3", "instructions, of the raw calls of QSettings", 1.5,
-              ratio(instructions("W3"), instructions("W3", "bareqsettings")), times)
-        # A list that grows doubles: a block for each time, whatever the size.
-        bound("L1", "allocations at 100 000, not per key", 100, allocations("L1/100000"))
-        bound("L1", "instructions at 100 000, of the bare walk over the map", 2.4,
-              ratio(instructions("L1/100000"), instructions("L1/100000", "baremap")), times)
-        bound("L2", "instructions per key at 100 000", 3500, instructions("L2/100000"))
-        bound("L3", "instructions per key at 100 000", 6800, instructions("L3/100000"))
-        for operation in "L1", "L2", "L3":
-            bound(operation, "instructions per key at 100 000, of those at 1 000", 1.5,
-                  ratio(instructions(f"{operation}/100000"), instructions(f"{operation}/1000")),
-                  times)
-        bound("I1", "allocations, of loading and listing with QSettings", 1.6,
-              ratio(allocations("I1/10000"), allocations("I1/10000", "bareqsettings")), times)
-        bound("I1", "instructions, of loading and listing with QSettings", 1.6,
-              ratio(instructions("I1/10000"), instructions("I1/10000", "bareqsettings")), times)
-        return rows
+    def throughput(self):
+        """Millions of reads per second: a row for each system, with those of two threads divided by
+        those of one."""
+        head = ["", "R1, one thread", "two threads", "ratio", "R2, one thread", "two threads", "ratio"]
+        lines = []
+        for name, system in self.systems.items():
+            cells = []
+            for operation in "R4-top", "R4-bottom":
+                found = self.threads[operation].get(name)
+                cells += ([f"{found['1'] / 1e6:.2f}", f"{found['2'] / 1e6:.2f}",
+                           f"**{found['2'] / found['1']:.2f}**"] if found else ["–"] * 3)
+            if any(cell != "–" for cell in cells):
+                title = system["title"]
+                lines.append([f"floor: {title}" if system["floor"] else title, *cells])
+        return table(head, lines)
 
     def picture(self):
         """Times on a logarithmic axis: a line for each operation, a dot for each system."""

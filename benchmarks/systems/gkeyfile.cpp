@@ -162,7 +162,7 @@ int KeyFiles::loadedSettings() const
 SystemInfo gkeyfileInfo()
 {
     return {"gkeyfile",
-            "GLib GKeyFile",
+            "GKeyFile",
             false,
             {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W2", "W3", "I1"},
             [] { return std::unique_ptr<System>(std::make_unique<KeyFiles>()); }};

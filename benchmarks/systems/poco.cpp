@@ -134,7 +134,7 @@ int Layered::loadedSettings() const
 SystemInfo pocoInfo()
 {
     return {"poco",
-            "Poco LayeredConfiguration",
+            "Poco",
             false,
             {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W2", "W3", "I1"},
             [] { return std::unique_ptr<System>(std::make_unique<Layered>()); }};
