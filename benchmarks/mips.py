@@ -16,7 +16,7 @@ from pathlib import Path
 import measure
 import report
 
-OPERATIONS = ["R1", "R2", "R3", "W1", "W2"]
+OPERATIONS = ["R1", "R2", "R3", "W1", "W1-int", "W2"]
 FLOORS = {"R2": "bareqsettings", "R3": "bareqsettings"}
 RUNS = 20
 # exactcounts counts RUNS runs, and then twice as many.

@@ -48,8 +48,12 @@ private:
 class Write final : public Operation
 {
 public:
-    Write(const SystemInfo &info, SettingsType type, bool isChange)
-        : Operation(info), m_targets(contents(type)), m_type(type), m_isChange(isChange)
+    Write(const SystemInfo &info, SettingsType type, bool isChange, int choice = firstText)
+        : Operation(info),
+          m_targets(contents(type)),
+          m_type(type),
+          m_isChange(isChange),
+          m_choice(choice)
     {
         system().setTargets(m_targets);
         system().writeAll(type, m_choice);
@@ -67,7 +71,7 @@ public:
 
     bool isCorrect() const override
     {
-        const QString text = writtenText(m_choice);
+        const QString text = writtenValues().at(m_choice).toString();
         const auto isWritten = [&](const auto &one) { return system().read(one) == text; };
         const qint64 changes = m_isChange ? m_runs * size() : 0;
         return system().notifications() - m_notificationsBefore == changes
@@ -78,7 +82,7 @@ private:
     const Settings m_targets;
     const SettingsType m_type;
     const bool m_isChange;
-    int m_choice = 0;
+    int m_choice;
     qint64 m_runs = 0;
     qint64 m_notificationsBefore = 0;
 };
@@ -218,6 +222,11 @@ std::unique_ptr<Operation> writeChanged(const SystemInfo &info, int)
     return std::make_unique<Write>(info, SettingsType::Runtime, true);
 }
 
+std::unique_ptr<Operation> writeChangedNumber(const SystemInfo &info, int)
+{
+    return std::make_unique<Write>(info, SettingsType::Runtime, true, firstNumber);
+}
+
 std::unique_ptr<Operation> writeEqual(const SystemInfo &info, int)
 {
     return std::make_unique<Write>(info, SettingsType::Runtime, false);
@@ -250,6 +259,7 @@ const std::vector<OperationInfo> &operations()
             {"R4-top", {0}, false, 2, readTop},
             {"R4-bottom", {0}, false, 2, readBottom},
             {"W1", {0}, false, 1, writeChanged},
+            {"W1-int", {0}, false, 1, writeChangedNumber},
             {"W2", {0}, false, 1, writeEqual},
             {"W3", {0}, false, 1, writeCustom},
             {"L1", {1000, 10000, 100000}, true, 1, sized<Registration>},

@@ -46,7 +46,7 @@ struct OperationInfo
 };
 
 /*!
- * R1 read of a setting in Runtime            W1 write of a changed value to Runtime
+ * R1 read of a setting in Runtime            W1, W1-int write of a changed text, int to Runtime
  * R2 read of one in the lowest file only     W2 write of an equal value to Runtime
  * R3 read of one that is nowhere             W3 write of a changed value to CustomConfPersistent
  * R4-top, R4-bottom: R1 and R2 from one thread and from two

@@ -68,9 +68,9 @@ Settings missingSettings()
     return result;
 }
 
-QString writtenText(int choice)
+QVariantList writtenValues()
 {
-    return choice == 0 ? u"the first written text"_s : u"the other written text"_s;
+    return {u"the first written text"_s, u"the other written text"_s, 12345, 67890};
 }
 
 QVariantMap toMap(const Settings &settings)

@@ -31,8 +31,10 @@ Settings bottomSettings();
 /*! Keys that no layer holds, in the groups of the lowest. */
 Settings missingSettings();
 
-/*! The texts that writes put in the place of every other; two, so that each write is a change. */
-QString writtenText(int choice);
+// What can be written, by choice: two texts and two numbers. Each write of the other one is a change.
+constexpr int firstText = 0;
+constexpr int firstNumber = 2;
+QVariantList writtenValues();
 
 /*! Group name to the map of the group's entries, as the read-only layers take it. */
 QVariantMap toMap(const Settings &settings);

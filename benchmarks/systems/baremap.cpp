@@ -40,7 +40,7 @@ private:
     CountingHandler m_counter;
     IConfigurationChangeHandler *volatile m_handler = &m_counter; // keeps the calls virtual
     Settings m_targets;
-    const QVariant m_texts[2]{writtenText(0), writtenText(1)};
+    const QVariantList m_written = writtenValues();
 };
 
 const QVariantMap &entriesOf(const QVariant &group)
@@ -103,10 +103,10 @@ int BareMap::readAll() const
 
 void BareMap::writeAll(SettingsType type, int choice)
 {
-    const QVariant &text = m_texts[choice];
+    const QVariant &value = m_written.at(choice);
     for (const Setting &target : std::as_const(m_targets)) {
-        if (store(target.group, target.key, text))
-            m_handler->onValueChanged(type, target.group, target.key, text);
+        if (store(target.group, target.key, value))
+            m_handler->onValueChanged(type, target.group, target.key, value);
     }
 }
 
@@ -143,9 +143,11 @@ void BareMap::clearLayer(const QVariantMap &map)
 
 SystemInfo bareMapInfo()
 {
-    return {"baremap", "bare map", true, {"R1", "R4-top", "W1", "W2", "L1", "L2", "L3"}, [] {
-                return std::unique_ptr<System>(std::make_unique<BareMap>());
-            }};
+    return {"baremap",
+            "bare map",
+            true,
+            {"R1", "R4-top", "W1", "W1-int", "W2", "L1", "L2", "L3"},
+            [] { return std::unique_ptr<System>(std::make_unique<BareMap>()); }};
 }
 
 } // namespace tamsel::bench

@@ -44,7 +44,7 @@ private:
     IConfigurationChangeHandler *volatile m_handler = &m_counter; // keeps the calls virtual
     Settings m_targets;
     QStringList m_fullKeys; // of the targets
-    const QVariant m_texts[2]{writtenText(0), writtenText(1)};
+    const QVariantList m_written = writtenValues();
 };
 
 QString fullKeyOf(const Setting &setting)
@@ -98,10 +98,10 @@ int BareQSettings::readAll() const
 
 void BareQSettings::writeAll(SettingsType type, int choice)
 {
-    const QVariant &text = m_texts[choice];
+    const QVariant &value = m_written.at(choice);
     for (qsizetype i = 0; i < m_targets.size(); ++i) {
-        if (store(m_fullKeys.at(i), text))
-            m_handler->onValueChanged(type, m_targets.at(i).group, m_targets.at(i).key, text);
+        if (store(m_fullKeys.at(i), value))
+            m_handler->onValueChanged(type, m_targets.at(i).group, m_targets.at(i).key, value);
     }
 }
 

@@ -41,7 +41,7 @@ private:
     int m_loadedSettings = 0;
     CountingHandler m_handler;
     Settings m_targets;
-    const QVariant m_texts[2]{writtenText(0), writtenText(1)};
+    const QVariantList m_written = writtenValues();
 };
 
 EightQSettings::EightQSettings()
@@ -89,9 +89,9 @@ int EightQSettings::readAll() const
 
 void EightQSettings::writeAll(SettingsType type, int choice)
 {
-    const QVariant &text = m_texts[choice];
+    const QVariant &value = m_written.at(choice);
     for (const Setting &target : std::as_const(m_targets))
-        setValue(target.group, target.key, text, type);
+        setValue(target.group, target.key, value, type);
 }
 
 QString EightQSettings::read(const Setting &setting) const
@@ -120,7 +120,7 @@ SystemInfo eightQSettingsInfo()
     return {"eightqsettings",
             "eight QSettings",
             false,
-            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W2", "W3", "I1"},
+            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W1-int", "W2", "W3", "I1"},
             [] { return std::unique_ptr<System>(std::make_unique<EightQSettings>()); }};
 }
 

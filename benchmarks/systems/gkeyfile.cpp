@@ -36,6 +36,27 @@ KeyFile loadKeyFile(const QString &path)
     return file;
 }
 
+bool holds(GKeyFile *file, const char *group, const char *key, const std::string &text)
+{
+    const Text held(g_key_file_get_string(file, group, key, nullptr));
+    return held && text == held.get();
+}
+
+bool holds(GKeyFile *file, const char *group, const char *key, int number) // which is not 0
+{
+    return g_key_file_get_integer(file, group, key, nullptr) == number;
+}
+
+void set(GKeyFile *file, const char *group, const char *key, const std::string &text)
+{
+    g_key_file_set_string(file, group, key, text.c_str());
+}
+
+void set(GKeyFile *file, const char *group, const char *key, int number)
+{
+    g_key_file_set_integer(file, group, key, number);
+}
+
 /*! GLib's GKeyFile, one a layer, asked one after another. */
 class KeyFiles final : public System
 {
@@ -62,7 +83,10 @@ private:
     };
 
     Text value(const char *group, const char *key) const;
-    bool store(const char *group, const char *key, const char *text, SettingsType type);
+    template <typename T>
+    bool store(const char *group, const char *key, const T &value, SettingsType type);
+    template <typename T>
+    void writeEach(SettingsType type, const T &value, const QVariant &reported);
 
     const LayerFiles m_files;
     std::array<KeyFile, 8> m_layers; // by rank
@@ -70,8 +94,9 @@ private:
     KeyFile m_loaded;
     CountingHandler m_handler;
     std::vector<Target> m_targets;
-    const std::string m_texts[2]{writtenText(0).toStdString(), writtenText(1).toStdString()};
-    const QVariant m_reported[2]{writtenText(0), writtenText(1)};
+    const QVariantList m_written = writtenValues();
+    const std::string m_texts[firstNumber]{m_written.at(0).toString().toStdString(),
+                                           m_written.at(1).toString().toStdString()};
 };
 
 KeyFiles::KeyFiles()
@@ -100,14 +125,14 @@ Text KeyFiles::value(const char *group, const char *key) const
 }
 
 /*! Whether readers see a change. */
-bool KeyFiles::store(const char *group, const char *key, const char *text, SettingsType type)
+template <typename T>
+bool KeyFiles::store(const char *group, const char *key, const T &value, SettingsType type)
 {
     const QMutexLocker locker(&m_mutex);
     const auto rank = static_cast<std::size_t>(priorityOf(type));
-    const Text former(g_key_file_get_string(m_layers[rank].get(), group, key, nullptr));
-    if (former && g_str_equal(former.get(), text))
+    if (holds(m_layers[rank].get(), group, key, value))
         return false;
-    g_key_file_set_string(m_layers[rank].get(), group, key, text);
+    set(m_layers[rank].get(), group, key, value);
     for (std::size_t i = 0; i < rank; ++i) {
         if (g_key_file_has_key(m_layers[i].get(), group, key, nullptr))
             return false;
@@ -123,12 +148,22 @@ int KeyFiles::readAll() const
     return found;
 }
 
-void KeyFiles::writeAll(SettingsType type, int choice)
+template <typename T>
+void KeyFiles::writeEach(SettingsType type, const T &value, const QVariant &reported)
 {
     for (const auto &[setting, group, key] : m_targets) {
-        if (store(group.c_str(), key.c_str(), m_texts[choice].c_str(), type))
-            m_handler.onValueChanged(type, setting.group, setting.key, m_reported[choice]);
+        if (store(group.c_str(), key.c_str(), value, type))
+            m_handler.onValueChanged(type, setting.group, setting.key, reported);
     }
+}
+
+void KeyFiles::writeAll(SettingsType type, int choice)
+{
+    const QVariant &value = m_written.at(choice);
+    if (choice < firstNumber)
+        writeEach(type, m_texts[choice], value);
+    else
+        writeEach(type, value.toInt(), value);
 }
 
 QString KeyFiles::read(const Setting &setting) const
@@ -164,7 +199,7 @@ SystemInfo gkeyfileInfo()
     return {"gkeyfile",
             "GKeyFile",
             false,
-            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W2", "W3", "I1"},
+            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W1-int", "W2", "W3", "I1"},
             [] { return std::unique_ptr<System>(std::make_unique<KeyFiles>()); }};
 }
 

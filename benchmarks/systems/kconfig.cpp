@@ -36,7 +36,9 @@ public:
 
 private:
     QString value(const QString &group, const QString &key) const;
-    bool store(const QString &group, const QString &key, const QString &text);
+    template <typename T> bool store(const QString &group, const QString &key, const T &value);
+    template <typename T>
+    void writeEach(SettingsType type, const T &value, const QVariant &reported);
 
     const LayerFiles m_files;
     mutable QMutex m_mutex;
@@ -44,8 +46,7 @@ private:
     std::unique_ptr<KConfig> m_loaded;
     CountingHandler m_handler;
     Settings m_targets;
-    const QString m_texts[2]{writtenText(0), writtenText(1)};
-    const QVariant m_reported[2]{m_texts[0], m_texts[1]};
+    const QVariantList m_written = writtenValues();
 };
 
 Merged::Merged()
@@ -64,13 +65,13 @@ QString Merged::value(const QString &group, const QString &key) const
     return m_config.group(group).readEntry(key, QString());
 }
 
-bool Merged::store(const QString &group, const QString &key, const QString &text)
+template <typename T> bool Merged::store(const QString &group, const QString &key, const T &value)
 {
     const QMutexLocker locker(&m_mutex);
     KConfigGroup entries = m_config.group(group);
-    if (entries.readEntry(key, QString()) == text)
+    if (entries.readEntry(key, T()) == value)
         return false;
-    entries.writeEntry(key, text);
+    entries.writeEntry(key, value);
     return true;
 }
 
@@ -82,12 +83,22 @@ int Merged::readAll() const
     return found;
 }
 
-void Merged::writeAll(SettingsType type, int choice)
+template <typename T>
+void Merged::writeEach(SettingsType type, const T &value, const QVariant &reported)
 {
     for (const Setting &target : std::as_const(m_targets)) {
-        if (store(target.group, target.key, m_texts[choice]))
-            m_handler.onValueChanged(type, target.group, target.key, m_reported[choice]);
+        if (store(target.group, target.key, value))
+            m_handler.onValueChanged(type, target.group, target.key, reported);
     }
+}
+
+void Merged::writeAll(SettingsType type, int choice)
+{
+    const QVariant &value = m_written.at(choice);
+    if (choice < firstNumber)
+        writeEach(type, value.toString(), value);
+    else
+        writeEach(type, value.toInt(), value);
 }
 
 QString Merged::read(const Setting &setting) const
@@ -117,7 +128,7 @@ SystemInfo kconfigInfo()
     return {"kconfig",
             "KConfig",
             false,
-            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W2", "W3", "I1"},
+            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W1-int", "W2", "W3", "I1"},
             [] { return std::unique_ptr<System>(std::make_unique<Merged>()); }};
 }
 

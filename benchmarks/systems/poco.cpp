@@ -4,6 +4,7 @@
 #include "system.h"
 
 #include <Poco/Delegate.h>
+#include <Poco/Exception.h>
 #include <Poco/Util/IniFileConfiguration.h>
 #include <Poco/Util/LayeredConfiguration.h>
 #include <Poco/Util/MapConfiguration.h>
@@ -25,6 +26,15 @@ std::string keyOf(const Setting &setting)
 {
     const QString key = setting.group + u'.' + setting.key;
     return key.toStdString();
+}
+
+bool holds(const AbstractConfiguration &layer, const std::string &key, int number)
+{
+    try {
+        return layer.getInt(key) == number;
+    } catch (const Poco::SyntaxException &) { // a text
+        return false;
+    }
 }
 
 /*!
@@ -56,7 +66,9 @@ private:
     AutoPtr<IniFileConfiguration> m_loaded;
     qint64 m_changes = 0;
     std::vector<std::string> m_keys; // of the targets
-    const std::string m_texts[2]{writtenText(0).toStdString(), writtenText(1).toStdString()};
+    const QVariantList m_written = writtenValues();
+    const std::string m_texts[firstNumber]{m_written.at(0).toString().toStdString(),
+                                           m_written.at(1).toString().toStdString()};
     const std::string m_default;
 };
 
@@ -93,14 +105,22 @@ int Layered::readAll() const
     return found;
 }
 
-/*! It would tell of an equal value too. */
+// It would notify of an equal value too.
 void Layered::writeAll(SettingsType type, int choice)
 {
-    const std::string &text = m_texts[choice];
     AbstractConfiguration &layer = *m_layers[static_cast<std::size_t>(priorityOf(type))];
+    if (choice < firstNumber) {
+        const std::string &text = m_texts[choice];
+        for (const std::string &key : m_keys) {
+            if (layer.getString(key, m_default) != text)
+                layer.setString(key, text);
+        }
+        return;
+    }
+    const int number = m_written.at(choice).toInt();
     for (const std::string &key : m_keys) {
-        if (layer.getString(key, m_default) != text)
-            layer.setString(key, text);
+        if (!holds(layer, key, number))
+            layer.setInt(key, number);
     }
 }
 
@@ -136,7 +156,7 @@ SystemInfo pocoInfo()
     return {"poco",
             "Poco",
             false,
-            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W2", "W3", "I1"},
+            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W1-int", "W2", "W3", "I1"},
             [] { return std::unique_ptr<System>(std::make_unique<Layered>()); }};
 }
 

@@ -30,7 +30,7 @@ public:
     virtual void setTargets(const Settings &targets);
     /*! R1 to R4: reads each target once through all the layers; how many were found. */
     virtual int readAll() const;
-    /*! W1 to W3: writes writtenText(\a choice) to each target in the layer \a type. */
+    /*! W1 to W3: writes writtenValues()[\a choice] to each target in the layer \a type. */
     virtual void writeAll(SettingsType type, int choice);
     /*! The text of \a setting as a reader sees it; empty if there is none. */
     virtual QString read(const Setting &setting) const;

@@ -39,7 +39,7 @@ private:
     int m_loadedSettings = 0;
     Settings m_targets;
     const QVariant m_default;
-    const QVariant m_texts[2]{writtenText(0), writtenText(1)};
+    const QVariantList m_written = writtenValues();
 };
 
 Tamsel::Tamsel()
@@ -68,9 +68,9 @@ int Tamsel::readAll() const
 
 void Tamsel::writeAll(SettingsType type, int choice)
 {
-    const QVariant &text = m_texts[choice];
+    const QVariant &value = m_written.at(choice);
     for (const Setting &target : std::as_const(m_targets))
-        m_manager.setValue(target.group, target.key, text, type);
+        m_manager.setValue(target.group, target.key, value, type);
 }
 
 QString Tamsel::read(const Setting &setting) const
@@ -114,7 +114,8 @@ SystemInfo tamselInfo()
     return {"tamsel",
             "libtamsel",
             false,
-            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W2", "W3", "L1", "L2", "L3", "I1"},
+            {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W1-int", "W2", "W3", "L1", "L2", "L3",
+             "I1"},
             [] { return std::unique_ptr<System>(std::make_unique<Tamsel>()); }};
 }
 
