@@ -19,7 +19,7 @@ using namespace tamsel::bench;
 
 namespace {
 
-/*! An operation that is made when it is first run, and kept: filling the layers takes its time. */
+// An operation that is made when it is first run, and kept: filling the layers takes its time.
 class KeptOperation
 {
 public:

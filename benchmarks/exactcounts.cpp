@@ -81,7 +81,7 @@ template <typename Info> const Info *find(const std::vector<Info> &infos, const 
     return nullptr;
 }
 
-/*! What \a runs runs take from the heap. */
+// What `runs` runs take from the heap.
 qint64 countedSeries(Operation &operation, int runs)
 {
     qint64 allocations = 0;

@@ -8,10 +8,8 @@
 
 namespace tamsel::bench {
 
-/*!
- * How often the process has called malloc(), calloc(), realloc() and their kin so far, whichever
- * library did it; the operators new come to malloc(). For programs with one thread.
- */
+// How often the process has called malloc(), calloc(), realloc() and their kin so far, whichever
+// library did it; the operators new come to malloc(). For programs with one thread.
 qint64 heapAllocations() noexcept;
 
 } // namespace tamsel::bench

@@ -87,7 +87,7 @@ private:
     qint64 m_notificationsBefore = 0;
 };
 
-/*! What happens to the layer Rdm, and how often the handler has to hear of it. */
+// What happens to the layer Rdm, and how often the handler has to be notified.
 class LayerOperation : public Operation
 {
 public:

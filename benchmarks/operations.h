@@ -11,20 +11,20 @@
 
 namespace tamsel::bench {
 
-/*! One thing that is measured, on one system. */
+// One thing that is measured, on one system.
 class Operation
 {
 public:
     explicit Operation(const SystemInfo &info);
     virtual ~Operation();
 
-    /*! How many reads, writes or settings one run is about. */
+    // How many reads, writes or settings one run is about.
     virtual int size() const = 0;
-    /*! Goes before each run and is not measured. */
+    // Goes before each run and is not measured.
     virtual void prepare();
-    /*! What is measured. */
+    // What is measured.
     virtual void run() = 0;
-    /*! After any number of runs: whether they did what they should. */
+    // After any number of runs: whether they did what they should.
     virtual bool isCorrect() const = 0;
 
 protected:
@@ -45,16 +45,14 @@ struct OperationInfo
     std::unique_ptr<Operation> (*create)(const SystemInfo &info, int size);
 };
 
-/*!
- * R1 read of a setting in Runtime            W1, W1-int write of a changed text, int to Runtime
- * R2 read of one in the lowest file only     W2 write of an equal value to Runtime
- * R3 read of one that is nowhere             W3 write of a changed value to CustomConfPersistent
- * R4-top, R4-bottom: R1 and R2 from one thread and from two
- * L1 Rdm registered, L2 replaced with one in a hundred changed, L3 cleared
- * I1 a file becomes the layer RavonaConfDefault, the only one
- *
- * One handler is registered throughout; for all but I1, all eight layers are there.
- */
+// R1 read of a setting in Runtime            W1, W1-int write of a changed text, int to Runtime
+// R2 read of one in the lowest file only     W2 write of an equal value to Runtime
+// R3 read of one that is nowhere             W3 write of a changed value to CustomConfPersistent
+// R4-top, R4-bottom: R1 and R2 from one thread and from two
+// L1 Rdm registered, L2 replaced with one in a hundred changed, L3 cleared
+// I1 a file becomes the layer RavonaConfDefault, the only one
+//
+// One handler is registered throughout; for all but I1, all eight layers are there.
 const std::vector<OperationInfo> &operations();
 
 bool offers(const SystemInfo &system, const OperationInfo &operation);

@@ -23,12 +23,12 @@ struct Setting
 };
 using Settings = QList<Setting>;
 
-/*! What the layer \a type holds: 200 groups of 20 settings in the lowest, 50 settings elsewhere. */
+// What the layer `type` holds: 200 groups of 20 settings in the lowest, 50 settings elsewhere.
 Settings contents(SettingsType type);
 
-/*! One setting of each group that only the lowest layer holds. */
+// One setting of each group that only the lowest layer holds.
 Settings bottomSettings();
-/*! Keys that no layer holds, in the groups of the lowest. */
+// Keys that no layer holds, in the groups of the lowest.
 Settings missingSettings();
 
 // What can be written, by choice: two texts and two numbers. Each write of the other one is a change.
@@ -36,25 +36,25 @@ constexpr int firstText = 0;
 constexpr int firstNumber = 2;
 QVariantList writtenValues();
 
-/*! Group name to the map of the group's entries, as the read-only layers take it. */
+// Group name to the map of the group's entries, as the read-only layers take it.
 QVariantMap toMap(const Settings &settings);
 
-/*! \a count settings in groups of 20; one in a hundred has another text if \a changed. */
+// `count` settings in groups of 20; one in a hundred has another text if `changed`.
 Settings manySettings(int count, bool changed = false);
 
-/*! The settings in the INI format that all the systems read. */
+// The settings in the INI format that all the systems read.
 QByteArray iniText(const Settings &settings);
 void writeFile(const QString &path, const QByteArray &content);
 
-/*! The name that the library gives to the file of \a type; the others are named in its manner. */
+// The name that the library gives to the file of `type`; the others are named in its manner.
 QString fileName(SettingsType type);
 
-/*! A folder with a file for each layer, for as long as it lives. */
+// A folder with a file for each layer, for as long as it lives.
 class LayerFiles
 {
 public:
     LayerFiles();
-    /*! The folder with a "/" behind it. */
+    // The folder with a "/" behind it.
     QString prefix() const { return m_folder.path() + u'/'; }
     QString path(SettingsType type) const { return prefix() + fileName(type); }
 

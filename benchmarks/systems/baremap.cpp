@@ -14,7 +14,7 @@ namespace tamsel::bench {
 
 namespace {
 
-/*! What settings in memory cost at least: one mutex, one map of maps, and a handler to call. */
+// What settings in memory cost at least: one mutex, one map of maps, and a handler to call.
 class BareMap final : public System
 {
 public:
@@ -71,7 +71,7 @@ BareMap::BareMap()
         m_values[group].insert(key, text);
 }
 
-/*! R1: one mutex and one two-level look-up. */
+// R1: one mutex and one two-level lookup.
 QVariant BareMap::value(const QString &group, const QString &key) const
 {
     const QMutexLocker locker(&m_mutex);
@@ -79,7 +79,7 @@ QVariant BareMap::value(const QString &group, const QString &key) const
     return entries != m_values.cend() ? entries->value(key) : QVariant();
 }
 
-/*! W2: the same with one comparison of variants; W1: and with an assignment. */
+// W2: the same with one comparison of variants; W1: and with an assignment.
 bool BareMap::store(const QString &group, const QString &key, const QVariant &value)
 {
     const QMutexLocker locker(&m_mutex);
@@ -115,14 +115,14 @@ QString BareMap::read(const Setting &setting) const
     return value(setting.group, setting.key).toString();
 }
 
-/*! L1: lists the keys, looks each value up, tells the handler. */
+// L1: lists the keys, looks up each value, notifies the handler.
 void BareMap::registerLayer(const QVariantMap &map)
 {
     for (const auto &[group, key] : keysOf(map))
         m_handler->onValueChanged(SettingsType::Rdm, group, key, valueIn(map, group, key));
 }
 
-/*! L2: the same with a look-up in both maps, and the handler is told of what differs. */
+// L2: the same with a lookup in both maps; the handler is notified of values that differ.
 void BareMap::replaceLayer(const QVariantMap &map, const QVariantMap &previous)
 {
     for (const auto &[group, key] : keysOf(map)) {
@@ -132,7 +132,7 @@ void BareMap::replaceLayer(const QVariantMap &map, const QVariantMap &previous)
     }
 }
 
-/*! L3: lists the keys and tells the handler. */
+// L3: lists the keys and notifies the handler.
 void BareMap::clearLayer(const QVariantMap &map)
 {
     for (const auto &[group, key] : keysOf(map))

@@ -12,7 +12,7 @@ namespace tamsel::bench {
 
 namespace {
 
-/*! What is quickly written without a library: one QSettings a layer, asked one after another. */
+// What is quickly written without a library: one QSettings a layer; the first that holds the key has the value.
 class EightQSettings final : public System
 {
 public:
@@ -99,7 +99,7 @@ QString EightQSettings::read(const Setting &setting) const
     return value(setting.group, setting.key).toString();
 }
 
-/*! Splits the keys, so that each setting can be reported. */
+// Splits the keys, so that each setting can be notified.
 void EightQSettings::load(const QString &prefix)
 {
     m_loaded = std::make_unique<QSettings>(prefix + fileName(SettingsType::RavonaConfDefault),

@@ -57,7 +57,7 @@ void set(GKeyFile *file, const char *group, const char *key, int number)
     g_key_file_set_integer(file, group, key, number);
 }
 
-/*! GLib's GKeyFile, one a layer, asked one after another. */
+// GLib's GKeyFile, one a layer; the first that holds the key has the value.
 class KeyFiles final : public System
 {
 public:
@@ -124,7 +124,7 @@ Text KeyFiles::value(const char *group, const char *key) const
     return {};
 }
 
-/*! Whether readers see a change. */
+// Whether the effective value changes.
 template <typename T>
 bool KeyFiles::store(const char *group, const char *key, const T &value, SettingsType type)
 {

@@ -14,10 +14,8 @@ namespace tamsel::bench {
 
 namespace {
 
-/*!
- * KConfig over eight files. It merges the layers once, when it loads them, and writes to the
- * uppermost only, which is therefore Runtime and CustomConfPersistent in one.
- */
+// KConfig over eight files. It merges the layers once, when it loads them, and writes to the
+// uppermost only, which is therefore Runtime and CustomConfPersistent in one.
 class Merged final : public System
 {
 public:

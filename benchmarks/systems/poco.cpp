@@ -37,10 +37,8 @@ bool holds(const AbstractConfiguration &layer, const std::string &key, int numbe
     }
 }
 
-/*!
- * Poco's LayeredConfiguration over maps and INI files. It locks by itself. INI files are read-only
- * to it, so that CustomConfPersistent is a map as well, which would have to be saved in another way.
- */
+// Poco's LayeredConfiguration over maps and INI files. It locks by itself. INI files are read-only
+// to it, so that CustomConfPersistent is a map as well, which would have to be saved in another way.
 class Layered final : public System
 {
 public:
