@@ -166,7 +166,8 @@ void tst_QtSettingsIniStorage::anEntryIsNamedByGroupAndKey_data()
     QTest::addColumn<QString>("group");
     QTest::addColumn<QString>("key");
     QTest::addColumn<QByteArray>("content");
-    const QString longName(300, u'n'); // longer than what a look-up keeps on the stack
+    const QString longName(300, u'n'); // longer than what a lookup keeps on the stack
+    const QString mebibyte(1 << 20, u'n');
     QTest::newRow("group and key")
             << u"Logging"_s << u"level"_s << QByteArray("[Logging]\nlevel=v\n");
     QTest::newRow("empty group") << u""_s << u"top"_s << QByteArray("[General]\ntop=v\n");
@@ -195,6 +196,8 @@ void tst_QtSettingsIniStorage::anEntryIsNamedByGroupAndKey_data()
     QTest::newRow("Latin 1") << u"\u00C4"_s << u"\u00F6"_s << QByteArray("[%C4]\n%F6=v\n");
     QTest::newRow("beyond U+FFFF")
             << u"g"_s << u"\U0001F600"_s << QByteArray("[g]\n%UD83D%UDE00=v\n");
+    QTest::newRow("a mebibyte") << u"g"_s << mebibyte
+                                << QByteArray("[g]\n" + mebibyte.toLatin1() + "=v\n");
     QTest::newRow("long") << longName << longName
                           << QByteArray('[' + longName.toLatin1() + "]\n" + longName.toLatin1()
                                         + "=v\n");
@@ -277,6 +280,8 @@ void tst_QtSettingsIniStorage::aValueComesBackAsTheFileTellsIt_data()
     QTest::newRow("text") << QVariant(u"en"_s) << QByteArray("en") << QVariant(u"en"_s);
     QTest::newRow("empty text") << QVariant(u""_s) << QByteArray("") << QVariant(u""_s);
     QTest::newRow("null text") << QVariant(QString()) << QByteArray("") << QVariant(u""_s);
+    QTest::newRow("a mebibyte") << QVariant(QString(1 << 20, u'v')) << QByteArray(1 << 20, 'v')
+                                << QVariant(QString(1 << 20, u'v'));
     QTest::newRow("text beyond ASCII")
             << QVariant(u"\u00E4\u20AC\U0001F600"_s) << QByteArray("\u00E4\u20AC\U0001F600")
             << QVariant(u"\u00E4\u20AC\U0001F600"_s);

@@ -49,33 +49,34 @@ QVariantMap contentsOf(const QString &group, const QVariantMap &entries)
     return {{group, entries}};
 }
 
-void fill(AbstractStorage &storage, const QVariantMap &contents)
-{
-    for (auto group = contents.cbegin(); group != contents.cend(); ++group) {
-        const QVariantMap entries = group->toMap();
-        for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
-            storage.setValue(group.key(), entry.key(), entry.value());
-    }
-}
-
 StoragePointer makeDynamicMap(SettingsType type, IConfigurationChangeHandler *handler,
                               ILogger *logger, const QVariantMap &contents)
 {
     auto storage = std::make_unique<DynamicMapStorage>(type, handler, logger);
-    fill(*storage, contents);
+    for (auto group = contents.cbegin(); group != contents.cend(); ++group) {
+        const QVariantMap entries = group->toMap();
+        for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+            storage->setValue(group.key(), entry.key(), entry.value());
+    }
     return storage;
 }
 
+// The contents are to be plain words, which the format leaves as they are.
 StoragePointer makeIniFile(SettingsType type, IConfigurationChangeHandler *handler, ILogger *logger,
                            const QVariantMap &contents)
 {
     static const QTemporaryDir folder;
     static int count = 0;
-    QString path = folder.filePath(u"%1.conf"_s.arg(++count));
-    if (!contents.isEmpty()) {
-        fill(*std::make_unique<QtSettingsIniStorage>(type, nullptr, nullptr, path), contents);
-        path = freshCopy(path);
+    const QString path = folder.filePath(u"%1.conf"_s.arg(++count));
+    QByteArray text;
+    for (auto group = contents.cbegin(); group != contents.cend(); ++group) {
+        text += '[' + group.key().toUtf8() + "]\n";
+        const QVariantMap entries = group->toMap();
+        for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+            text += entry.key().toUtf8() + '=' + entry.value().toString().toUtf8() + '\n';
     }
+    if (!text.isEmpty() && !writeFile(path, text))
+        qFatal("cannot write a file");
     return std::make_unique<QtSettingsIniStorage>(type, handler, logger, path);
 }
 
