@@ -65,6 +65,11 @@ template <typename Function> Function next(const char *name)
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
+bool hasMode(int flags)
+{
+    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+}
+
 int recordOpen(const char *function, const char *path, int flags, mode_t mode)
 {
     const Pause paused;
@@ -106,19 +111,26 @@ using namespace tamsel::tests;
 
 // What QtCore calls. A call that is missing here shows: the folder is then not what the calls make.
 
-#define RECORD_OPEN(function) \
-    extern "C" Q_DECL_EXPORT int function(const char *path, int flags, ...) \
-    { \
-        va_list list; \
-        va_start(list, flags); \
-        const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0; \
-        va_end(list); \
-        return recordOpen(#function, path, flags, mode); \
-    }
 #undef open
 #undef open64
-RECORD_OPEN(open)
-RECORD_OPEN(open64)
+
+extern "C" Q_DECL_EXPORT int open(const char *path, int flags, ...)
+{
+    va_list list;
+    va_start(list, flags);
+    const mode_t mode = hasMode(flags) ? va_arg(list, mode_t) : 0;
+    va_end(list);
+    return recordOpen("open", path, flags, mode);
+}
+
+extern "C" Q_DECL_EXPORT int open64(const char *path, int flags, ...)
+{
+    va_list list;
+    va_start(list, flags);
+    const mode_t mode = hasMode(flags) ? va_arg(list, mode_t) : 0;
+    va_end(list);
+    return recordOpen("open64", path, flags, mode);
+}
 
 extern "C" Q_DECL_EXPORT int fsync(int descriptor)
 {

@@ -32,9 +32,9 @@ Q_DECLARE_METATYPE(tamsel::tests::UnnamedFiles)
 namespace {
 
 constexpr auto layer = SettingsType::CustomConfPersistent;
-const QByteArray fileName = "custom.conf";
-const QByteArray oldContents = "[g]\na=1\nb=before\n";
-const QByteArray newContents = "[g]\na=2\nb=behind it\nc=3\n";
+constexpr char fileName[] = "custom.conf";
+constexpr char oldContents[] = "[g]\na=1\nb=before\n";
+constexpr char newContents[] = "[g]\na=2\nb=behind it\nc=3\n";
 
 // A folder in which a manager has a file.
 class Host

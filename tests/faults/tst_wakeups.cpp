@@ -73,6 +73,7 @@ bool isFutex(long number)
 
 } // namespace
 
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): asm() takes a literal only
 #define POST_EVENT "_ZN16QCoreApplication9postEventEP7QObjectP6QEventi"
 Q_DECL_EXPORT void postEvent(QObject *receiver, QEvent *event, int priority) asm(POST_EVENT);
 void postEvent(QObject *receiver, QEvent *event, int priority)
@@ -176,7 +177,7 @@ public:
     bool isSet() const { return m_isSet; }
 
 private:
-    cpu_set_t m_before;
+    cpu_set_t m_before{};
     bool m_isSet;
 };
 
