@@ -3,12 +3,9 @@
 
 #include "box.h"
 
-#include "format.h"
 #include "jsonmap.h"
 #include "usererror.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSettings>
 
@@ -20,9 +17,9 @@ using tamsel::SettingsType;
 namespace {
 
 // Whether hosts write the layer value by value; it cannot be given a map.
-bool isWritten(SettingsType type)
+bool isWritten(SettingsType layer)
 {
-    return type == SettingsType::Runtime || type == SettingsType::SystemProperties;
+    return layer == SettingsType::Runtime || layer == SettingsType::SystemProperties;
 }
 
 void checkDirectory(const QString &directory)
@@ -34,22 +31,9 @@ void checkDirectory(const QString &directory)
         throw UserError(u"cannot enter %1: permission denied"_s.arg(directory));
 }
 
-// A box that was never used has neither of its own files, but the defaults are always shipped.
-void checkFile(const QString &fileName, SettingsType type)
+bool holds(const QVariantMap &map, const SettingName &name)
 {
-    const QFileInfo info(fileName);
-    if (info.isSymLink() && !info.exists())
-        throw UserError(u"cannot read %1: the link leads nowhere"_s.arg(fileName));
-    if (!info.exists()) {
-        if (type == SettingsType::RavonaConfDefault)
-            throw UserError(u"there is no file %1"_s.arg(fileName));
-        return;
-    }
-    if (!info.isFile())
-        throw UserError(u"cannot read %1: it is not a regular file"_s.arg(fileName));
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        throw UserError(u"cannot read %1: %2"_s.arg(fileName, file.errorString()));
+    return map.value(name.group).toMap().contains(name.key);
 }
 
 } // namespace
@@ -59,8 +43,45 @@ bool LayerValue::isLost() const
     return entry.startsWith(u'/') || entry.endsWith(u'/') || entry.contains("//"_L1);
 }
 
-Box::Box(const Options &options, const QString &storage)
-    : m_settings(&m_logger), m_catalogue(&m_settings)
+HostValues::HostValues(const Options &options)
+    : m_files{{SettingsType::Rdm, options.rdmFile},
+              {SettingsType::FeatureKeys, options.featureKeysFile}}
+{
+    for (const SettingsType layer : {SettingsType::Rdm, SettingsType::FeatureKeys}) {
+        if (!m_files.value(layer).isEmpty())
+            m_fromFiles.insert(layer, readJsonMap(m_files.value(layer)));
+    }
+    QHash<SettingsType, QMap<QString, QVariantMap>> assigned;
+    for (const auto &[layer, name, value] : options.assignments)
+        assigned[layer][name.group].insert(name.key, value);
+    for (auto layer = assigned.cbegin(); layer != assigned.cend(); ++layer) {
+        for (auto group = layer->cbegin(); group != layer->cend(); ++group)
+            m_assigned[layer.key()].insert(group.key(), *group);
+    }
+}
+
+QVariantMap HostValues::mapOf(SettingsType layer) const
+{
+    QVariantMap result = m_fromFiles.value(layer);
+    const QVariantMap assigned = m_assigned.value(layer);
+    for (auto group = assigned.cbegin(); group != assigned.cend(); ++group) {
+        QVariantMap entries = result.value(group.key()).toMap();
+        entries.insert(group->toMap());
+        result.insert(group.key(), entries);
+    }
+    return result;
+}
+
+QString HostValues::fileOf(SettingsType layer, const SettingName &name) const
+{
+    return holds(m_assigned.value(layer), name) ? QString() : m_files.value(layer);
+}
+
+Box::Box(const Options &options, const QString &storage, const HostValues &hostValues)
+    : m_onlyLayer(options.layer),
+      m_hostValues(hostValues),
+      m_settings(&m_logger),
+      m_catalogue(&m_settings)
 {
     checkDirectory(storage);
     checkDirectory(options.assets);
@@ -73,71 +94,70 @@ Box::Box(const Options &options, const QString &storage)
             {SettingsType::Rdm, options.rdmFile},
             {SettingsType::FeatureKeys, options.featureKeysFile},
     };
-    for (const auto &[layer, name, value] : options.assignments)
-        m_assigned[layer][name.group].insert(name.key, value);
-    if (options.explained)
-        m_catalogue.remember(options.explained->group, options.explained->key);
+    for (const auto &name : {options.explained, options.wanted}) {
+        if (name)
+            m_catalogue.remember(name->group, name->key);
+    }
+    // A file may hold one of these under another spelling: group a/b, key c is group a, key b/c.
+    for (const SettingsType layer : tamsel::storagePriority)
+        rememberNames(m_hostValues.mapOf(layer));
     std::for_each(tamsel::storagePriority.crbegin(), tamsel::storagePriority.crend(),
-                  [this](SettingsType type) { addLayer(type); });
+                  [this](SettingsType layer) { addLayer(layer); });
 }
 
-void Box::addLayer(SettingsType type)
+void Box::rememberNames(const QVariantMap &groups)
 {
-    if (isFileLayer(type))
-        addFileLayer(type);
-    else if (isWritten(type))
-        addWrittenLayer(type);
+    for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
+        const QVariantMap entries = group->toMap();
+        for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+            m_catalogue.remember(group.key(), entry.key());
+    }
+}
+
+void Box::addLayer(SettingsType layer)
+{
+    if (isFileLayer(layer))
+        addFileLayer(layer);
+    else if (isWritten(layer))
+        addWrittenLayer(layer);
     else
-        m_settings.initStorage(type, fixedMap(type));
-    takeValues(type);
+        m_settings.initStorage(layer, m_hostValues.mapOf(layer));
+    takeValues(layer);
 }
 
-void Box::addWrittenLayer(SettingsType type)
+void Box::addWrittenLayer(SettingsType layer)
 {
-    m_settings.initStorage(type);
-    const auto groups = m_assigned.value(type);
+    m_settings.initStorage(layer);
+    const QVariantMap groups = m_hostValues.mapOf(layer);
     for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
-        for (auto entry = group->cbegin(); entry != group->cend(); ++entry)
-            m_settings.setValue(group.key(), entry.key(), *entry, type);
+        const QVariantMap entries = group->toMap();
+        for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
+            m_settings.setValue(group.key(), entry.key(), *entry, layer);
     }
 }
 
-// What the host would bring along for the layer type.
-QVariantMap Box::fixedMap(SettingsType type) const
+void Box::addFileLayer(SettingsType layer)
 {
-    const QString fileName = m_files.value(type);
-    QVariantMap result = fileName.isEmpty() ? QVariantMap() : readJsonMap(fileName);
-    const auto groups = m_assigned.value(type);
-    for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
-        QVariantMap entries = result.value(group.key()).toMap();
-        entries.insert(*group);
-        result.insert(group.key(), entries);
-    }
-    return result;
-}
-
-void Box::addFileLayer(SettingsType type)
-{
-    const QString fileName = m_files.value(type);
-    checkFile(fileName, type);
-    m_settings.initStorage(type);
-    if (!m_settings.storageAvailable(type))
-        throw UserError(u"%1 is malformed: it is not in the INI format"_s.arg(fileName));
-    listEntries(type);
+    const QString fileName = m_files.value(layer);
+    const QFileInfo info(fileName);
+    // A box that was never used has neither of its own files, but the defaults are always shipped.
+    if (layer == SettingsType::RavonaConfDefault && !info.exists() && !info.isSymLink())
+        throw UserError(u"there is no file %1"_s.arg(fileName));
+    m_iniFiles.push_back(std::make_unique<IniFile>(fileName));
+    m_settings.initStorage(layer); // shares what was loaded
+    listEntries(layer, m_iniFiles.back()->settings());
 }
 
 // Looks at the names in the file itself: the layer lists an entry by the first and the last part of
 // its name, and reads it by what stands in front of the first "/" and behind it.
-void Box::listEntries(SettingsType type)
+void Box::listEntries(SettingsType layer, const QSettings &file)
 {
-    const QString fileName = m_files.value(type);
-    const QSettings file(fileName, QSettings::IniFormat); // shares what the layer has loaded
     const QStringList entries = file.allKeys();
     for (const QString &entry : entries) {
         const qsizetype first = entry.indexOf(u'/');
         const Pair listed{entry.left(first), entry.mid(entry.lastIndexOf(u'/') + 1)};
         const Pair read{first < 0 ? QString() : listed.first, entry.mid(first + 1)};
-        LayerValue layerValue{type, {}, fileName, entry};
+        LayerValue layerValue{layer, {}, m_files.value(layer), entry};
         if (!layerValue.isLost()) {
             m_catalogue.remember(read.first, read.second);
             if (listed == read)
@@ -148,57 +168,85 @@ void Box::listEntries(SettingsType type)
     }
 }
 
-// Of the layer type, which is the highest one now: it answers for every pair it holds.
-void Box::takeValues(SettingsType type)
+// Of the layer that is the highest one now: it is the origin of everything that it holds.
+void Box::takeValues(SettingsType layer)
 {
+    auto next = m_held.begin();
     for (const auto &pair : m_catalogue.pairs()) {
         const auto &[group, key] = pair;
-        if (m_settings.contains(group, key, type))
-            m_layerValues[pair].append(
-                    {type, m_settings.value(group, key), originOf(type, pair), {}});
+        if (!m_settings.contains(group, key, layer))
+            continue;
+        next = m_held.try_emplace(next, pair);
+        next->second.push_back({layer, m_settings.value(group, key)});
+        ++next;
     }
 }
 
-QString Box::originOf(SettingsType type, const Pair &pair) const
+bool Box::isLookedAt(SettingsType layer) const
 {
-    const auto assigned = m_assigned.constFind(type);
-    if (assigned != m_assigned.cend()) {
-        const auto group = assigned->constFind(pair.first);
-        if (group != assigned->cend() && group->contains(pair.second))
-            return {};
-    }
-    return m_files.value(type);
+    return m_onlyLayer.value_or(layer) == layer;
 }
 
-Setting Box::setting(const SettingName &name) const
+Setting Box::settingOf(const Pair &pair, const std::vector<Held> &held) const
 {
-    const Pair pair{name.group, name.key};
-    Setting result{name, std::nullopt, m_layerValues.value(pair)};
-    std::reverse(result.hidden.begin(), result.hidden.end());
-    if (!result.hidden.isEmpty())
-        result.answer = result.hidden.takeFirst();
+    Setting result{{pair.first, pair.second}, std::nullopt, {}};
+    for (auto found = held.crbegin(); found != held.crend(); ++found) {
+        const auto &[layer, value] = *found;
+        if (!isLookedAt(layer))
+            continue;
+        const QString file = isFileLayer(layer) ? m_files.value(layer)
+                                                : m_hostValues.fileOf(layer, result.name);
+        const LayerValue layerValue{layer, value, file, {}};
+        if (result.origin)
+            result.overridden.append(layerValue);
+        else
+            result.origin = layerValue;
+    }
     if (const auto unreadable = m_unreadable.find(pair); unreadable != m_unreadable.cend()) {
         QList<LayerValue> entries = unreadable->second;
         std::stable_sort(entries.begin(), entries.end(), [](const auto &a, const auto &b) {
             return tamsel::priorityOf(a.layer) < tamsel::priorityOf(b.layer);
         });
-        result.hidden += entries;
+        for (const LayerValue &entry : std::as_const(entries)) {
+            if (isLookedAt(entry.layer))
+                result.overridden.append(entry);
+        }
     }
     return result;
 }
 
-QList<Setting> Box::settings(const Options &options) const
+Setting Box::setting(const SettingName &name) const
 {
-    SettingsCatalogue::Pairs pairs = m_catalogue.pairs();
-    for (const auto &[pair, entries] : m_unreadable)
-        pairs.insert(pair);
-    QList<Setting> result;
-    for (const auto &[group, key] : pairs) {
-        if (!options.wants(group, key))
-            continue;
-        Setting found = setting({group, key});
-        if (found.answer || !found.hidden.isEmpty())
-            result.append(found);
+    const Pair pair{name.group, name.key};
+    const auto held = m_held.find(pair);
+    return settingOf(pair, held == m_held.cend() ? std::vector<Held>() : held->second);
+}
+
+void Box::visit(const std::function<void(const Setting &)> &visitor) const
+{
+    const auto visitOne = [&](const Pair &pair, const std::vector<Held> &held) {
+        const Setting setting = settingOf(pair, held);
+        if (setting.origin || !setting.overridden.isEmpty())
+            visitor(setting);
+    };
+    auto unreadable = m_unreadable.cbegin();
+    const auto visitUnreadable = [&](const auto &isBefore) {
+        for (; unreadable != m_unreadable.cend() && isBefore(unreadable->first); ++unreadable) {
+            if (m_held.find(unreadable->first) == m_held.cend())
+                visitOne(unreadable->first, {});
+        }
+    };
+    for (const auto &[pair, held] : m_held) {
+        visitUnreadable([&name = pair](const Pair &other) { return other < name; });
+        visitOne(pair, held);
     }
+    visitUnreadable([](const Pair &) { return true; });
+}
+
+QStringList Box::warnings() const
+{
+    QStringList result;
+    for (const auto &file : m_iniFiles)
+        result += file->warnings();
     return result;
 }

@@ -4,7 +4,9 @@
 #ifndef BOX_H
 #define BOX_H
 
+#include "inifile.h"
 #include "options.h"
+#include "setting.h"
 #include "settingscatalogue.h"
 
 #include <tamsel/configurationmanager.h>
@@ -12,57 +14,62 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
-#include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
+#include <functional>
 #include <map>
-#include <optional>
+#include <memory>
 #include <utility>
+#include <vector>
 
-// What one layer has to say about a setting.
-struct LayerValue
+// What the host would bring along: the maps of the layers without a file. They are read once, as
+// some files can be read only once.
+class HostValues
 {
-    tamsel::SettingsType layer;
-    QVariant value;
-    QString file; // where it stands; empty for what --set brought
-    // The name in the file of an entry that the layer lists as this setting although no reader of
-    // the setting gets it; empty for all others.
-    QString entry;
+public:
+    // Throws a UserError.
+    explicit HostValues(const Options &options);
 
-    // Whether no name gets the entry: QSettings skips empty parts of what it is asked for.
-    bool isLost() const;
-};
+    QVariantMap mapOf(tamsel::SettingsType layer) const;
+    // Where the value stands; empty for --set.
+    QString fileOf(tamsel::SettingsType layer, const SettingName &name) const;
 
-// A setting as readers see it, and everything that they do not see of it.
-struct Setting
-{
-    SettingName name;
-    std::optional<LayerValue> answer; // none: the setting is hidden everywhere
-    QList<LayerValue> hidden; // highest layer first, unreadable entries last
+private:
+    QHash<tamsel::SettingsType, QVariantMap> m_fromFiles;
+    QHash<tamsel::SettingsType, QVariantMap> m_assigned;
+    QHash<tamsel::SettingsType, QString> m_files;
 };
 
 // The settings of a box, from its files and from what its processes would bring along.
 //
-// The manager tells no value of a layer below the one that answers. So the layers are created from
-// the lowest up, and each is asked for its values while it is the highest.
+// The manager gives no value that is overridden. So the layers are created from the lowest up, and
+// each is asked for its values while it is the highest.
 class Box
 {
 public:
-    // The box of options with the files in storage. Throws a UserError.
-    Box(const Options &options, const QString &storage);
+    // The box with the files in the storage directory. Throws a UserError.
+    Box(const Options &options, const QString &storage, const HostValues &hostValues);
 
-    // All settings that options asks for, by group and key.
-    QList<Setting> settings(const Options &options) const;
+    // Visits all settings that some layer holds or lists, by group and key.
+    void visit(const std::function<void(const Setting &)> &visitor) const;
     // What is known of one setting, which may be nothing.
     Setting setting(const SettingName &name) const;
-    // The file of the layer type; empty if it has none.
-    QString fileOf(tamsel::SettingsType type) const { return m_files.value(type); }
+    // The file of the layer; empty if it has none.
+    QString fileOf(tamsel::SettingsType layer) const { return m_files.value(layer); }
+    // What is wrong with the files, although programs read them.
+    QStringList warnings() const;
 
 private:
     Q_DISABLE_COPY_MOVE(Box)
 
     using Pair = std::pair<QString, QString>;
+
+    struct Held
+    {
+        tamsel::SettingsType layer;
+        QVariant value;
+    };
 
     // The tool says itself what there is to say.
     class NoLogger final : public tamsel::ILogger
@@ -73,20 +80,23 @@ private:
         void debug(const QString &) override { }
     };
 
-    void addLayer(tamsel::SettingsType type);
-    void addWrittenLayer(tamsel::SettingsType type);
-    QVariantMap fixedMap(tamsel::SettingsType type) const;
-    void addFileLayer(tamsel::SettingsType type);
-    void listEntries(tamsel::SettingsType type);
-    void takeValues(tamsel::SettingsType type);
-    QString originOf(tamsel::SettingsType type, const Pair &pair) const;
+    void rememberNames(const QVariantMap &groups);
+    void addLayer(tamsel::SettingsType layer);
+    void addWrittenLayer(tamsel::SettingsType layer);
+    void addFileLayer(tamsel::SettingsType layer);
+    void listEntries(tamsel::SettingsType layer, const QSettings &file);
+    void takeValues(tamsel::SettingsType layer);
+    Setting settingOf(const Pair &pair, const std::vector<Held> &held) const;
+    bool isLookedAt(tamsel::SettingsType layer) const;
 
+    const std::optional<tamsel::SettingsType> m_onlyLayer;
+    const HostValues &m_hostValues;
     NoLogger m_logger;
+    std::vector<std::unique_ptr<IniFile>> m_iniFiles;
     tamsel::ConfigurationManager m_settings;
     SettingsCatalogue m_catalogue;
     QHash<tamsel::SettingsType, QString> m_files;
-    QHash<tamsel::SettingsType, QMap<QString, QVariantMap>> m_assigned; // by --set, group to keys
-    QHash<Pair, QList<LayerValue>> m_layerValues; // lowest layer first
+    std::map<Pair, std::vector<Held>> m_held; // lowest layer first
     std::map<Pair, QList<LayerValue>> m_unreadable; // lowest layer first
 };
 

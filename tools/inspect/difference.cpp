@@ -8,16 +8,15 @@
 #include "listing.h"
 #include "tableprinter.h"
 
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonObject>
-
 #include <map>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// A setting before and after; none where no layer answers.
+constexpr auto none = "-"_L1;
+
+// The effective value of a setting before and after; none where no layer holds it.
 struct Change
 {
     std::optional<LayerValue> before;
@@ -25,27 +24,6 @@ struct Change
 };
 
 using Changes = std::map<std::pair<QString, QString>, Change>;
-
-bool isVisible(const Change &change)
-{
-    if (!change.before || !change.after)
-        return change.before.has_value() != change.after.has_value();
-    // Another layer that answers with the same value is no change for a reader.
-    return change.before->value != change.after->value;
-}
-
-// Only what readers see changing.
-Changes changesBetween(const QList<Setting> &before, const QList<Setting> &after)
-{
-    Changes result;
-    for (const Setting &setting : before)
-        result[{setting.name.group, setting.name.key}].before = setting.answer;
-    for (const Setting &setting : after)
-        result[{setting.name.group, setting.name.key}].after = setting.answer;
-    for (auto change = result.begin(); change != result.end();)
-        change = isVisible(change->second) ? std::next(change) : result.erase(change);
-    return result;
-}
 
 QString kindOf(const Change &change)
 {
@@ -61,55 +39,133 @@ Style styleOf(const Change &change)
     return change.after ? Style::Plain : Style::Alert;
 }
 
-QString valueOf(const std::optional<LayerValue> &layerValue)
+bool isVisible(const Change &change)
 {
-    return layerValue ? valueText(layerValue->value) : u"-"_s;
+    if (!change.before || !change.after)
+        return change.before.has_value() != change.after.has_value();
+    // Another origin of the same value is no change for a reader.
+    const QVariant &before = change.before->value;
+    const QVariant &after = change.after->value;
+    if (before == after)
+        return false;
+    // What is not a number is not equal to itself.
+    return jsonOf(before) != jsonOf(after) || wholeTypeText(before) != wholeTypeText(after);
 }
 
-QString layerOf(const std::optional<LayerValue> &layerValue)
+Changes changesBetween(const Box &before, const Box &after, const Options &options)
 {
-    return layerValue ? layerName(layerValue->layer) : u"-"_s;
+    Changes result;
+    const auto collectInto = [&](std::optional<LayerValue> Change::*side) {
+        return [&, side](const Setting &setting) {
+            if (options.wants(setting.name))
+                result[{setting.name.group, setting.name.key}].*side = setting.origin;
+        };
+    };
+    before.visit(collectInto(&Change::before));
+    after.visit(collectInto(&Change::after));
+    for (auto change = result.begin(); change != result.end();)
+        change = isVisible(change->second) ? std::next(change) : result.erase(change);
+    return result;
 }
 
-QJsonValue objectOf(const std::optional<LayerValue> &layerValue)
+// How one side of a change looks: what differs must look different, if only by a type deep inside.
+struct Side
 {
-    if (!layerValue)
-        return QJsonValue::Null;
-    return layerValueObject(*layerValue);
+    QString value;
+    QString type;
+    QString origin;
+};
+
+using Format = QString (*)(const QVariant &);
+
+Side sideOf(const std::optional<LayerValue> &side, const std::optional<LayerValue> &other,
+            Format format)
+{
+    if (!side)
+        return {none, none, none};
+    Side result{format(side->value), typeText(side->value), layerName(side->layer)};
+    if (other && format(other->value) == result.value && typeText(other->value) == result.type)
+        result.type = wholeTypeText(side->value);
+    return result;
 }
 
-void printJson(const Changes &changes, TablePrinter &printer)
+// A value, and its type if the other side's value reads the same.
+QString textOf(const Side &side, const Side &other)
 {
-    // Grown outside of the object: there they would be copied.
-    std::map<QString, QJsonArray> arrays{{u"added"_s, {}}, {u"removed"_s, {}}, {u"changed"_s, {}}};
-    for (const auto &[name, change] : changes) {
-        arrays[kindOf(change)].append(QJsonObject{{u"group"_s, name.first},
-                                                  {u"key"_s, name.second},
-                                                  {u"old"_s, objectOf(change.before)},
-                                                  {u"new"_s, objectOf(change.after)}});
+    return side.value == other.value ? u"%1 (%2)"_s.arg(side.value, side.type) : side.value;
+}
+
+QString sideJson(const std::optional<LayerValue> &side, const std::optional<LayerValue> &other)
+{
+    if (!side)
+        return u"null"_s;
+    const auto [value, type, origin] = sideOf(side, other, jsonOf);
+    return jsonObject({
+            {"value"_L1, value},
+            {"type"_L1, side->value.isValid() ? jsonOf(type) : u"null"_s},
+            {"origin"_L1, jsonOf(origin)},
+            {"file"_L1, jsonOrNull(side->file)},
+    });
+}
+
+void printJson(const Changes &changes, const QStringList &warnings, TablePrinter &printer)
+{
+    QString start = u"{"_s;
+    for (const QString &kind : {u"added"_s, u"removed"_s, u"changed"_s}) {
+        printer.printText(start + jsonOf(kind) + ":["_L1);
+        start = u"\n],"_s;
+        QString separator = u"\n"_s;
+        for (const auto &[name, change] : changes) {
+            if (kindOf(change) != kind)
+                continue;
+            printer.printText(separator
+                              + jsonObject({
+                                      {"group"_L1, jsonOf(name.first)},
+                                      {"key"_L1, jsonOf(name.second)},
+                                      {"old"_L1, sideJson(change.before, change.after)},
+                                      {"new"_L1, sideJson(change.after, change.before)},
+                              }));
+            separator = u",\n"_s;
+        }
     }
-    QJsonObject result;
-    for (const auto &[kind, array] : arrays)
-        result[kind] = array;
-    printer.printJson(result);
+    printer.printText(u"\n],\"warnings\":%1}\n"_s.arg(jsonOf(QVariant(warnings))));
 }
 
-void printText(const Changes &changes, TablePrinter &printer)
+// Both values side by side.
+Table wideTable(const Changes &changes)
 {
-    if (changes.empty()) {
-        printer.printLine(u"no reader would see a difference"_s);
-        return;
-    }
-    QList<Row> rows{{{u"change"_s, u"group"_s, u"key"_s, u"old value"_s, u"old layer"_s,
-                      u"new value"_s, u"new layer"_s},
-                     Style::Heading}};
+    Table table{{{{u"change"_s, u"group"_s, u"key"_s, u"old value"_s, u"old origin"_s,
+                   u"new value"_s, u"new origin"_s},
+                  Style::Heading}},
+                3};
     for (const auto &[name, change] : changes) {
-        rows.append(
-                {{kindOf(change), escaped(name.first), escaped(name.second), valueOf(change.before),
-                  layerOf(change.before), valueOf(change.after), layerOf(change.after)},
+        const Side before = sideOf(change.before, change.after, valueText);
+        const Side after = sideOf(change.after, change.before, valueText);
+        table.rows.append(
+                {{kindOf(change), escaped(name.first), escaped(name.second), textOf(before, after),
+                  before.origin, textOf(after, before), after.origin},
                  styleOf(change)});
     }
-    printer.printTable(rows, {3, 5}); // the values
+    return table;
+}
+
+// The old value above the new one.
+Table narrowTable(const Table &table)
+{
+    Table result{{{{u"group"_s, u"key"_s, u"value"_s, u"origin"_s}, Style::Heading}}, 2};
+    for (qsizetype i = 1; i < table.rows.size(); ++i) {
+        const Row &row = table.rows.at(i);
+        QStringList names = row.cells.mid(1, 2);
+        for (const auto &[sign, value] : {std::pair(u"- "_s, 3), std::pair(u"+ "_s, 5)}) {
+            const QString origin = row.cells.at(value + 1);
+            if (origin == none)
+                continue;
+            result.rows.append(
+                    {names + QStringList{sign + row.cells.at(value), origin}, row.style});
+            names = QStringList{{}, {}};
+        }
+    }
+    return result;
 }
 
 } // namespace
@@ -117,10 +173,14 @@ void printText(const Changes &changes, TablePrinter &printer)
 bool printDifference(const Box &before, const Box &after, const Options &options,
                      TablePrinter &printer)
 {
-    const Changes changes = changesBetween(before.settings(options), after.settings(options));
-    if (options.json)
-        printJson(changes, printer);
-    else
-        printText(changes, printer);
+    const Changes changes = changesBetween(before, after, options);
+    if (options.json) {
+        QStringList warnings = before.warnings() + after.warnings();
+        warnings.removeDuplicates();
+        printJson(changes, warnings, printer);
+    } else if (!changes.empty()) {
+        const Table table = wideTable(changes);
+        printer.printTable({table, narrowTable(table)});
+    }
     return !changes.empty();
 }

@@ -9,8 +9,7 @@
 class Box;
 class TablePrinter;
 
-// Prints what readers would see change if before became after. Returns whether anything
-// would.
+// Prints which effective values would change if one box became the other. Returns whether any would.
 bool printDifference(const Box &before, const Box &after, const Options &options,
                      TablePrinter &printer);
 

@@ -9,20 +9,20 @@
 #include "tableprinter.h"
 
 #include <QtCore/QFileInfo>
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonObject>
 
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
 
 namespace {
 
-// Where one layer stands in the walk.
+constexpr auto none = "-"_L1;
+
+// What one layer says to the lookup.
 struct Step
 {
     SettingsType layer;
     std::optional<LayerValue> layerValue;
-    bool answers = false;
+    QString state;
     QString file; // of the layer; empty if it has none
     bool fileExists = false;
 };
@@ -32,27 +32,38 @@ QList<Step> stepsOf(const Box &box, const Setting &setting)
     QList<Step> steps;
     for (const SettingsType layer : tamsel::storagePriority) {
         const QString file = box.fileOf(layer);
-        Step step{layer, std::nullopt, false, file, !file.isEmpty() && QFileInfo::exists(file)};
-        if (setting.answer && setting.answer->layer == layer) {
-            step.layerValue = setting.answer;
-            step.answers = true;
+        Step step{layer, std::nullopt, u"absent"_s, file,
+                  file == "-"_L1 || (!file.isEmpty() && QFileInfo::exists(file))};
+        if (setting.origin && setting.origin->layer == layer) {
+            step.layerValue = setting.origin;
+            step.state = u"origin"_s;
         }
-        for (const LayerValue &hidden : setting.hidden) {
-            if (hidden.layer == layer && hidden.entry.isEmpty())
-                step.layerValue = hidden;
+        for (const LayerValue &overridden : setting.overridden) {
+            if (overridden.layer == layer && overridden.entry.isEmpty()) {
+                step.layerValue = overridden;
+                step.state = u"overridden"_s;
+            }
         }
         steps.append(step);
     }
     return steps;
 }
 
-QString placeOf(const Step &step)
+QString fileText(const QString &file)
+{
+    if (file.isEmpty())
+        return u"--set"_s;
+    return file == "-"_L1 ? u"standard input"_s : escaped(file);
+}
+
+// Where the value comes from, or where it would.
+QString fileText(const Step &step)
 {
     if (step.layerValue)
-        return step.layerValue->file.isEmpty() ? u"--set"_s : escaped(step.layerValue->file);
+        return fileText(step.layerValue->file);
     if (step.file.isEmpty())
-        return u"-"_s;
-    return step.fileExists ? escaped(step.file) : u"%1 (no such file)"_s.arg(escaped(step.file));
+        return none;
+    return step.fileExists ? fileText(step.file) : u"%1 (no such file)"_s.arg(fileText(step.file));
 }
 
 Row rowOf(const Step &step)
@@ -60,34 +71,47 @@ Row rowOf(const Step &step)
     const QString rank = QString::number(tamsel::priorityOf(step.layer));
     const QString layer = layerName(step.layer);
     if (!step.layerValue)
-        return {{rank, layer, u"absent"_s, u"-"_s, u"-"_s, placeOf(step)}, Style::Faint};
+        return {{rank, layer, step.state, none, none, fileText(step)}, Style::Faint};
     const QVariant &value = step.layerValue->value;
-    return {{rank, layer, step.answers ? u"answers"_s : u"hidden"_s, valueText(value),
-             typeText(value), placeOf(step)},
-            step.answers ? Style::Good : Style::Plain};
+    return {{rank, layer, step.state, valueText(value), typeText(value), fileText(step)},
+            step.state == "origin"_L1 ? Style::Good : Style::Plain};
 }
 
-QJsonObject objectOf(const Step &step)
+// Type and file stand below each row.
+Table narrowTable(const Table &table)
 {
-    const LayerValue layerValue
-            = step.layerValue.value_or(LayerValue{step.layer, {}, step.file, {}});
-    QJsonObject result = layerValueObject(layerValue);
-    result[u"rank"_s] = tamsel::priorityOf(step.layer);
-    result[u"present"_s] = step.layerValue.has_value();
-    result[u"answers"_s] = step.answers;
-    result[u"fileExists"_s] = step.fileExists;
+    Table result = table;
+    for (Row &row : result.rows) {
+        const QString file = row.cells.takeLast();
+        const QString type = row.cells.takeLast();
+        if (row.style == Style::Heading)
+            continue;
+        if (type != none)
+            row.note = u"%1 in %2"_s.arg(type, file);
+        else if (file != none)
+            row.note = u"in %1"_s.arg(file);
+    }
     return result;
 }
 
-QString nameText(const Setting &setting)
+QString stepJson(const Step &step)
 {
-    return escaped(setting.name.group + u'/' + setting.name.key);
+    const LayerValue layerValue
+            = step.layerValue.value_or(LayerValue{step.layer, {}, step.file, {}});
+    return jsonObject({
+            {"rank"_L1, QString::number(tamsel::priorityOf(step.layer))},
+            {"layer"_L1, jsonOf(layerName(step.layer))},
+            {"state"_L1, jsonOf(step.state)},
+            {"value"_L1, jsonOf(layerValue.value)},
+            {"type"_L1, jsonOrNull(QString::fromLatin1(layerValue.value.typeName()))},
+            {"file"_L1, jsonOrNull(layerValue.file)},
+            {"fileExists"_L1, step.fileExists ? u"true"_s : u"false"_s},
+    });
 }
 
 QString originText(const LayerValue &layerValue)
 {
-    return u"%1 (%2)"_s.arg(layerName(layerValue.layer),
-                            layerValue.file.isEmpty() ? u"--set"_s : escaped(layerValue.file));
+    return u"%1 (%2)"_s.arg(layerName(layerValue.layer), fileText(layerValue.file));
 }
 
 // What becomes of an entry that is listed as the setting, and is none.
@@ -106,20 +130,20 @@ QString entryText(const LayerValue &layerValue)
 
 QString summaryOf(const Setting &setting)
 {
-    QStringList hidden;
+    QStringList overridden;
     QStringList entries;
-    for (const LayerValue &layerValue : setting.hidden) {
+    for (const LayerValue &layerValue : setting.overridden) {
         if (layerValue.entry.isEmpty())
-            hidden.append(
+            overridden.append(
                     u"%1 from %2"_s.arg(valueText(layerValue.value), layerName(layerValue.layer)));
         else
             entries.append(entryText(layerValue));
     }
-    QString result = nameText(setting);
-    if (setting.answer) {
-        result = u"%1 is %2, from %3; hides %4"_s.arg(
-                result, valueText(setting.answer->value), originText(*setting.answer),
-                hidden.isEmpty() ? u"nothing"_s : hidden.join(", "_L1));
+    QString result = escaped(setting.name.text());
+    if (setting.origin) {
+        result = u"%1 is %2, from %3; overrides %4"_s.arg(
+                result, valueText(setting.origin->value), originText(*setting.origin),
+                overridden.isEmpty() ? u"nothing"_s : overridden.join(", "_L1));
     } else {
         result += " is held by no layer"_L1;
     }
@@ -128,21 +152,26 @@ QString summaryOf(const Setting &setting)
     return result;
 }
 
-QJsonObject objectOf(const Setting &setting, const QList<Step> &steps)
+void printJson(const Box &box, const Setting &setting, const QList<Step> &steps,
+               TablePrinter &printer)
 {
-    QJsonArray layers;
+    QStringList layers;
     for (const Step &step : steps)
-        layers.append(objectOf(step));
-    QJsonArray entries;
-    for (const LayerValue &layerValue : setting.hidden) {
+        layers.append(u'\n' + stepJson(step));
+    QStringList entries;
+    for (const LayerValue &layerValue : setting.overridden) {
         if (!layerValue.entry.isEmpty())
-            entries.append(entryObject(layerValue));
+            entries.append(jsonOf(layerValue));
     }
-    return {{u"group"_s, setting.name.group},
-            {u"key"_s, setting.name.key},
-            {u"layers"_s, layers},
-            {u"unreadable"_s, entries},
-            {u"summary"_s, summaryOf(setting)}};
+    printer.printText(jsonObject({
+                              {"group"_L1, jsonOf(setting.name.group)},
+                              {"key"_L1, jsonOf(setting.name.key)},
+                              {"layers"_L1, jsonArray(layers)},
+                              {"unreadable"_L1, jsonArray(entries)},
+                              {"summary"_L1, jsonOf(summaryOf(setting))},
+                              {"warnings"_L1, jsonOf(QVariant(box.warnings()))},
+                      })
+                      + u'\n');
 }
 
 } // namespace
@@ -152,14 +181,15 @@ bool printExplanation(const Box &box, const Options &options, TablePrinter &prin
     const Setting setting = box.setting(*options.explained);
     const QList<Step> steps = stepsOf(box, setting);
     if (options.json) {
-        printer.printJson(objectOf(setting, steps));
-        return setting.answer.has_value();
+        printJson(box, setting, steps, printer);
+        return setting.origin.has_value();
     }
-    QList<Row> rows{{{u"rank"_s, u"layer"_s, u"state"_s, u"value"_s, u"type"_s, u"stands in"_s},
-                     Style::Heading}};
+    Table table{{{{u"rank"_s, u"layer"_s, u"state"_s, u"value"_s, u"type"_s, u"file"_s},
+                  Style::Heading}},
+                3};
     for (const Step &step : steps)
-        rows.append(rowOf(step));
-    printer.printTable(rows, {3, 5}); // value and place
-    printer.printLine(summaryOf(setting), setting.answer ? Style::Heading : Style::Alert);
-    return setting.answer.has_value();
+        table.rows.append(rowOf(step));
+    printer.printTable({table, narrowTable(table)});
+    printer.printLine(summaryOf(setting), setting.origin ? Style::Heading : Style::Alert);
+    return setting.origin.has_value();
 }

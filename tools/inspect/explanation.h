@@ -9,8 +9,8 @@
 class Box;
 class TablePrinter;
 
-// Prints the walk through all layers for the setting that options name. Returns whether a layer
-// answers.
+// Prints what every layer holds for the setting that the options name. Returns whether one of them
+// is its origin.
 bool printExplanation(const Box &box, const Options &options, TablePrinter &printer);
 
 #endif // EXPLANATION_H

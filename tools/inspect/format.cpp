@@ -4,11 +4,12 @@
 #include "format.h"
 
 #include <QtCore/QDebug>
-#include <QtCore/QJsonDocument>
+#include <QtCore/QLocale>
 #include <QtCore/QMetaEnum>
-#include <QtCore/QStringList>
+#include <QtCore/QTextStream>
 
 #include <algorithm>
+#include <cmath>
 
 #include <cwchar>
 
@@ -16,12 +17,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Those that end a line, move the cursor or turn the direction of what follows.
-bool isUnprintable(QChar character)
+// Those that end a line, move the cursor, turn the direction of what follows or are no characters.
+bool isUnprintable(char32_t character)
 {
-    switch (character.category()) {
+    switch (QChar::category(character)) {
     case QChar::Other_Control:
     case QChar::Other_Format:
+    case QChar::Other_Surrogate:
     case QChar::Separator_Line:
     case QChar::Separator_Paragraph:
         return true;
@@ -30,26 +32,74 @@ bool isUnprintable(QChar character)
     }
 }
 
-QString escapeOf(QChar character)
+bool isNotAscii(char32_t character)
 {
-    switch (character.unicode()) {
-    case u'\n':
-        return u"\\n"_s;
-    case u'\r':
-        return u"\\r"_s;
-    case u'\t':
-        return u"\\t"_s;
-    default:
-        return u"\\u%1"_s.arg(ushort{character.unicode()}, 4, 16, '0'_L1);
-    }
+    return character >= 0x80;
 }
 
+// "\u202e"; of two such where UTF-16 has two units.
+QString escapeOf(char32_t character)
+{
+    switch (character) {
+    case U'\n':
+        return u"\\n"_s;
+    case U'\r':
+        return u"\\r"_s;
+    case U'\t':
+        return u"\\t"_s;
+    default:
+        break;
+    }
+    QString result;
+    for (const QChar unit : QString::fromUcs4(&character, 1))
+        result += u"\\u%1"_s.arg(uint(unit.unicode()), 4, 16, '0'_L1);
+    return result;
+}
+
+template <typename Predicate> QString withEscapes(const QString &text, Predicate isEscaped)
+{
+    const auto isFine = [&](QChar unit) { return !isEscaped(char32_t(unit.unicode())); };
+    // Outside of the basic plane every unit is a surrogate, which is escaped by itself.
+    if (std::all_of(text.cbegin(), text.cend(), isFine))
+        return text;
+    QString result;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        char32_t character = text.at(i).unicode();
+        if (text.at(i).isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate())
+            character = QChar::surrogateToUcs4(text.at(i), text.at(i + 1));
+        if (QChar::requiresSurrogates(character))
+            ++i;
+        if (!isEscaped(character))
+            result += QString::fromUcs4(&character, 1);
+        else if (QChar::isSurrogate(character)) // alone
+            result += u"\\u%1"_s.arg(uint(character), 4, 16, '0'_L1);
+        else
+            result += escapeOf(character);
+    }
+    return result;
+}
+
+// Unambiguous: what looks like an escape in the result is one.
 QString quoted(const QString &text)
 {
     QString result = text;
-    // Unambiguous: what looks like an escape in the result is one.
     result.replace(u'\\', R"(\\)"_L1).replace(u'\'', R"(\')"_L1);
     return u'\'' + escaped(result) + u'\'';
+}
+
+// Bytes that are no printable ASCII as "\xff", a backslash as two.
+QString bytesText(const QByteArray &bytes)
+{
+    QString result;
+    for (const char byte : bytes) {
+        if (byte == '\\')
+            result += R"(\\)"_L1;
+        else if (byte >= ' ' && byte <= '~')
+            result += QLatin1Char(byte);
+        else
+            result += u"\\x%1"_s.arg(uint(uchar(byte)), 2, 16, '0'_L1);
+    }
+    return result;
 }
 
 QString listText(const QStringList &texts)
@@ -64,7 +114,11 @@ QString listText(const QStringList &texts)
 QString debugText(const QVariant &value)
 {
     QString result;
-    QDebug(&result).nospace() << value;
+    QDebug(&result).nospace() << qSetRealNumberPrecision(17) << value;
+    // "QVariant(QSize, QSize(4, 3))": the type is said elsewhere.
+    const QString frame = u"QVariant(%1, "_s.arg(QString::fromLatin1(value.typeName()));
+    if (result.startsWith(frame) && result.endsWith(u')'))
+        result = result.sliced(frame.size()).chopped(1);
     return result;
 }
 
@@ -74,20 +128,37 @@ bool isAscii(const QString &text)
 }
 
 // Letters of some scripts take two columns, accents of their own none.
-int columnsOf(uint character)
+int columnsOf(char32_t character)
 {
     const int width = wcwidth(static_cast<wchar_t>(character));
     return width < 0 ? 1 : width; // the locale does not know it
 }
 
-bool isText(const QVariant &value)
+QString plainText(const QVariant &value)
 {
-    return value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QByteArray;
+    return value.canConvert<QString>() ? value.toString() : debugText(value);
 }
 
-bool isContainer(const QVariant &value)
+QString jsonOfNumber(double number)
 {
-    return value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantList;
+    const QString digits = QString::number(number, 'g', QLocale::FloatingPointShortest);
+    return std::isfinite(number) ? digits : jsonOf(digits);
+}
+
+QString jsonOfMap(const QVariantMap &map)
+{
+    QStringList members;
+    for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
+        members.append(jsonOf(entry.key()) + u':' + jsonOf(*entry));
+    return u'{' + members.join(u',') + u'}';
+}
+
+QString jsonOfList(const QVariantList &list)
+{
+    QStringList members;
+    for (const QVariant &value : list)
+        members.append(jsonOf(value));
+    return jsonArray(members);
 }
 
 } // namespace
@@ -100,18 +171,44 @@ QString layerName(tamsel::SettingsType layer)
 
 QString valueText(const QVariant &value)
 {
-    if (!value.isValid())
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
         return u"(invalid)"_s;
-    if (isText(value))
+    case QMetaType::QString:
         return quoted(value.toString());
-    if (value.typeId() == QMetaType::QStringList)
+    case QMetaType::QByteArray:
+        return u'\'' + bytesText(value.toByteArray()).replace(u'\'', R"(\')"_L1) + u'\'';
+    case QMetaType::QStringList:
         return listText(value.toStringList());
-    if (value.typeId() == QMetaType::Nullptr)
-        return u"null"_s;
-    if (isContainer(value))
-        return escaped(QString::fromUtf8(
-                QJsonDocument::fromVariant(value).toJson(QJsonDocument::Compact)));
-    return escaped(value.canConvert<QString>() ? value.toString() : debugText(value));
+    case QMetaType::Nullptr:
+    case QMetaType::QVariantList:
+    case QMetaType::QVariantMap:
+    case QMetaType::QVariantHash:
+    case QMetaType::QVariant:
+        return jsonOf(value);
+    default:
+        return escaped(plainText(value));
+    }
+}
+
+QByteArray rawValue(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
+        return {};
+    case QMetaType::QByteArray:
+        return value.toByteArray();
+    case QMetaType::QStringList:
+        return value.toStringList().join(u'\n').toUtf8();
+    case QMetaType::Nullptr:
+    case QMetaType::QVariantList:
+    case QMetaType::QVariantMap:
+    case QMetaType::QVariantHash:
+    case QMetaType::QVariant:
+        return jsonOf(value).toUtf8();
+    default:
+        return plainText(value).toUtf8();
+    }
 }
 
 QString typeText(const QVariant &value)
@@ -119,29 +216,94 @@ QString typeText(const QVariant &value)
     return value.isValid() ? QString::fromLatin1(value.typeName()) : u"-"_s;
 }
 
-QJsonValue jsonValue(const QVariant &value)
+QString wholeTypeText(const QVariant &value)
 {
-    if (!value.isValid() || value.typeId() == QMetaType::Nullptr)
-        return QJsonValue::Null;
-    if (value.canConvert<QString>() || isContainer(value)
-        || value.typeId() == QMetaType::QStringList)
-        return QJsonValue::fromVariant(value);
-    return debugText(value);
+    QStringList inner;
+    if (value.typeId() == QMetaType::QVariant) {
+        inner.append(wholeTypeText(*static_cast<const QVariant *>(value.constData())));
+    } else if (value.typeId() == QMetaType::QVariantList) {
+        const QVariantList list = value.toList();
+        for (const QVariant &member : list)
+            inner.append(wholeTypeText(member));
+    } else if (value.typeId() == QMetaType::QVariantMap
+               || value.typeId() == QMetaType::QVariantHash) {
+        const QVariantMap map = value.toMap();
+        for (const QVariant &member : map)
+            inner.append(wholeTypeText(member));
+    }
+    return inner.isEmpty() ? typeText(value)
+                           : u"%1(%2)"_s.arg(typeText(value), inner.join(", "_L1));
 }
 
-QJsonValue jsonType(const QVariant &value)
+QString jsonOf(const QVariant &value)
 {
-    return value.isValid() ? QJsonValue(QString::fromLatin1(value.typeName())) : QJsonValue();
+    switch (value.typeId()) {
+    case QMetaType::UnknownType:
+    case QMetaType::Nullptr:
+        return u"null"_s;
+    case QMetaType::Bool:
+        return value.toBool() ? u"true"_s : u"false"_s;
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::Short:
+    case QMetaType::Int:
+    case QMetaType::Long:
+    case QMetaType::LongLong:
+        return QString::number(value.toLongLong());
+    case QMetaType::UChar:
+    case QMetaType::UShort:
+    case QMetaType::UInt:
+    case QMetaType::ULong:
+    case QMetaType::ULongLong:
+        return QString::number(value.toULongLong());
+    case QMetaType::Float:
+    case QMetaType::Double:
+        return jsonOfNumber(value.toDouble());
+    case QMetaType::QByteArray:
+        return jsonOf(bytesText(value.toByteArray()));
+    case QMetaType::QStringList:
+    case QMetaType::QVariantList:
+        return jsonOfList(value.toList());
+    case QMetaType::QVariantMap:
+    case QMetaType::QVariantHash:
+        return jsonOfMap(value.toMap());
+    case QMetaType::QVariant:
+        return jsonOf(*static_cast<const QVariant *>(value.constData()));
+    default:
+        return jsonOf(plainText(value));
+    }
+}
+
+QString jsonOf(const QString &text)
+{
+    QString result = text;
+    result.replace(u'\\', R"(\\)"_L1).replace(u'"', R"(\")"_L1);
+    return u'"' + escaped(result) + u'"';
+}
+
+QString jsonObject(std::initializer_list<std::pair<QLatin1StringView, QString>> members)
+{
+    QString result;
+    for (const auto &[name, value] : members) {
+        result += result.isEmpty() ? u'{' : u',';
+        result += u'"' + name + "\":"_L1 + value;
+    }
+    return result + u'}';
+}
+
+QString jsonArray(const QStringList &members)
+{
+    return u'[' + members.join(u',') + u']';
 }
 
 QString escaped(const QString &text)
 {
-    if (std::none_of(text.cbegin(), text.cend(), isUnprintable))
-        return text;
-    QString result;
-    for (const QChar character : text)
-        result += isUnprintable(character) ? escapeOf(character) : QString(character);
-    return result;
+    return withEscapes(text, isUnprintable);
+}
+
+QString asciiOnly(const QString &text)
+{
+    return withEscapes(text, isNotAscii);
 }
 
 qsizetype columnsOf(const QString &text)
@@ -150,23 +312,34 @@ qsizetype columnsOf(const QString &text)
         return text.size();
     qsizetype result = 0;
     const QList<uint> characters = text.toUcs4();
-    for (const uint character : characters)
+    for (const char32_t character : characters)
         result += columnsOf(character);
     return result;
 }
 
-QString elided(const QString &text, qsizetype columns)
+QStringList wrapped(const QString &text, qsizetype columns)
 {
     if (columnsOf(text) <= columns)
-        return text;
-    QString result;
-    qsizetype used = 1; // the ellipsis
+        return {text};
+    QStringList result;
+    QString line;
+    qsizetype used = 0;
+    qsizetype blank = 0; // the size of the line up to the last blank, with it
     const QList<uint> characters = text.toUcs4();
     for (const char32_t character : characters) {
-        used += columnsOf(static_cast<uint>(character));
-        if (used > columns)
-            break;
-        result += QString::fromUcs4(&character, 1);
+        const int width = columnsOf(character);
+        if (used + width > columns && !line.isEmpty()) {
+            const qsizetype size = blank > line.size() / 2 ? blank : line.size();
+            result.append(line.left(size));
+            line.remove(0, size);
+            used = columnsOf(line);
+            blank = 0;
+        }
+        line += QString::fromUcs4(&character, 1);
+        used += width;
+        if (character == U' ')
+            blank = line.size();
     }
-    return result + u'\u2026';
+    result.append(line);
+    return result;
 }

@@ -10,6 +10,8 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -20,7 +22,9 @@ QByteArray contentsOf(const QString &fileName)
     if (QFileInfo(fileName).isDir())
         throw UserError(u"cannot read %1: it is a directory"_s.arg(fileName));
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const bool isOpen = fileName == "-"_L1 ? file.open(STDIN_FILENO, QIODevice::ReadOnly)
+                                           : file.open(QIODevice::ReadOnly);
+    if (!isOpen)
         throw UserError(u"cannot read %1: %2"_s.arg(fileName, file.errorString()));
     QByteArray result = file.readAll();
     if (file.error() != QFileDevice::NoError)

@@ -7,58 +7,14 @@
 #include "format.h"
 #include "tableprinter.h"
 
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonObject>
-
 using namespace Qt::StringLiterals;
 
 namespace {
 
-// What is missing is null in JSON.
-QJsonValue textOrNull(const QString &text)
-{
-    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
-}
+constexpr auto none = "-"_L1;
+constexpr auto usualType = "QString"_L1; // of what stands in a file; it goes without saying
 
-QString hiddenText(const Setting &setting)
-{
-    QStringList texts;
-    for (const LayerValue &layerValue : setting.hidden)
-        texts.append(layerValueText(layerValue));
-    return texts.isEmpty() ? u"-"_s : texts.join(", "_L1);
-}
-
-Row rowOf(const Setting &setting)
-{
-    const QString group = escaped(setting.name.group);
-    const QString key = escaped(setting.name.key);
-    const QString hidden = hiddenText(setting);
-    if (!setting.answer)
-        return {{group, key, u"-"_s, u"-"_s, u"! nobody"_s, hidden}, Style::Alert};
-    const LayerValue &answer = *setting.answer;
-    return {{group, key, valueText(answer.value), typeText(answer.value), layerName(answer.layer),
-             hidden}};
-}
-
-QJsonObject objectOf(const Setting &setting)
-{
-    static const QJsonObject nobody{{u"layer"_s, QJsonValue()},
-                                    {u"value"_s, QJsonValue()},
-                                    {u"type"_s, QJsonValue()},
-                                    {u"file"_s, QJsonValue()}};
-    QJsonArray hidden;
-    for (const LayerValue &layerValue : setting.hidden)
-        hidden.append(entryObject(layerValue));
-    QJsonObject result = setting.answer ? layerValueObject(*setting.answer) : nobody;
-    result[u"group"_s] = setting.name.group;
-    result[u"key"_s] = setting.name.key;
-    result[u"hidden"_s] = hidden;
-    result[u"hiddenEverywhere"_s] = !setting.answer;
-    return result;
-}
-
-} // namespace
-
+// "RavonaConfDefault 'ru'"; with the name of its entry where no reader of the setting gets it.
 QString layerValueText(const LayerValue &layerValue)
 {
     const QString layer = layerName(layerValue.layer);
@@ -68,36 +24,133 @@ QString layerValueText(const LayerValue &layerValue)
             : u"%1 %2 as %3"_s.arg(layer, value, valueText(layerValue.entry));
 }
 
-QJsonObject layerValueObject(const LayerValue &layerValue)
+QString overriddenText(const Setting &setting)
 {
-    return {{u"layer"_s, layerName(layerValue.layer)},
-            {u"value"_s, jsonValue(layerValue.value)},
-            {u"type"_s, jsonType(layerValue.value)},
-            {u"file"_s, textOrNull(layerValue.file)}};
+    QStringList texts;
+    for (const LayerValue &layerValue : setting.overridden)
+        texts.append(layerValueText(layerValue));
+    return texts.isEmpty() ? QString(none) : texts.join(", "_L1);
 }
 
-QJsonObject entryObject(const LayerValue &layerValue)
+Row rowOf(const Setting &setting)
 {
-    QJsonObject result = layerValueObject(layerValue);
-    result[u"entry"_s] = textOrNull(layerValue.entry);
+    const QString group = escaped(setting.name.group);
+    const QString key = escaped(setting.name.key);
+    const QString overridden = overriddenText(setting);
+    if (!setting.origin)
+        return {{group, key, none, none, u"! none"_s, overridden}, Style::Alert};
+    const LayerValue &origin = *setting.origin;
+    return {{group, key, valueText(origin.value), typeText(origin.value), layerName(origin.layer),
+             overridden}};
+}
+
+// What is overridden and an unusual type stand below their row, what is the same in every row stands
+// below the table.
+Table narrowTable(const Table &table)
+{
+    Table result = table;
+    result.leaveOutRepetitions({u"type"_s, u"origin"_s});
+    const qsizetype type = result.rows.first().cells.indexOf(u"type"_s);
+    for (Row &row : result.rows) {
+        QStringList notes;
+        const QString overridden = row.cells.takeLast();
+        const QString typeName = type < 0 ? QString(usualType) : row.cells.takeAt(type);
+        if (row.style == Style::Heading)
+            continue;
+        if (typeName != usualType && typeName != none)
+            notes.append("type "_L1 + typeName);
+        if (overridden != none)
+            notes.append("overrides "_L1 + overridden);
+        row.note = notes.join("; "_L1);
+    }
     return result;
+}
+
+bool printTable(const Box &box, const Options &options, TablePrinter &printer)
+{
+    Table table{{{{u"group"_s, u"key"_s, u"value"_s, u"type"_s, u"origin"_s, u"overridden"_s},
+                  Style::Heading}},
+                2};
+    box.visit([&](const Setting &setting) {
+        if (options.wants(setting.name))
+            table.rows.append(rowOf(setting));
+    });
+    if (table.rows.size() == 1)
+        return false;
+    if (printer.isTerminal())
+        printer.printTable({table, narrowTable(table)});
+    else
+        printer.printTable({table});
+    return true;
+}
+
+QString settingJson(const Setting &setting)
+{
+    QStringList overridden;
+    for (const LayerValue &layerValue : setting.overridden)
+        overridden.append(jsonOf(layerValue));
+    const LayerValue origin = setting.origin.value_or(LayerValue{});
+    return jsonObject({
+            {"group"_L1, jsonOf(setting.name.group)},
+            {"key"_L1, jsonOf(setting.name.key)},
+            {"value"_L1, jsonOf(origin.value)},
+            {"type"_L1, jsonOrNull(QString::fromLatin1(origin.value.typeName()))},
+            {"origin"_L1, setting.origin ? jsonOf(layerName(origin.layer)) : u"null"_s},
+            {"file"_L1, jsonOrNull(origin.file)},
+            {"overridden"_L1, jsonArray(overridden)},
+    });
+}
+
+// A setting a line: there may be many, and no more than one is kept in memory.
+bool printJson(const Box &box, const Options &options, TablePrinter &printer)
+{
+    const QString first = u"\n"_s;
+    QString separator = first;
+    printer.printText(u"{\"settings\":["_s);
+    box.visit([&](const Setting &setting) {
+        if (!options.wants(setting.name))
+            return;
+        printer.printText(separator + settingJson(setting));
+        separator = u",\n"_s;
+    });
+    printer.printText(u"\n],\"warnings\":%1}\n"_s.arg(jsonOf(QVariant(box.warnings()))));
+    return separator != first;
+}
+
+} // namespace
+
+QString jsonOrNull(const QString &text)
+{
+    return text.isEmpty() ? u"null"_s : jsonOf(text);
+}
+
+QString jsonOf(const LayerValue &layerValue)
+{
+    return jsonObject({
+            {"layer"_L1, jsonOf(layerName(layerValue.layer))},
+            {"value"_L1, jsonOf(layerValue.value)},
+            {"type"_L1, jsonOrNull(QString::fromLatin1(layerValue.value.typeName()))},
+            {"file"_L1, jsonOrNull(layerValue.file)},
+            {"entry"_L1, jsonOrNull(layerValue.entry)},
+    });
 }
 
 bool printSettings(const Box &box, const Options &options, TablePrinter &printer)
 {
-    const QList<Setting> settings = box.settings(options);
-    if (options.json) {
-        QJsonArray array;
-        for (const Setting &setting : settings)
-            array.append(objectOf(setting));
-        printer.printJson({{u"settings"_s, array}});
-    } else if (!settings.isEmpty()) {
-        QList<Row> rows{
-                {{u"group"_s, u"key"_s, u"value"_s, u"type"_s, u"answered by"_s, u"hides"_s},
-                 Style::Heading}};
-        for (const Setting &setting : settings)
-            rows.append(rowOf(setting));
-        printer.printTable(rows, {2, 5}); // values and what they hide
-    }
-    return !settings.isEmpty();
+    return options.json ? printJson(box, options, printer) : printTable(box, options, printer);
+}
+
+bool printValue(const Box &box, const Options &options, TablePrinter &printer)
+{
+    const Setting setting = box.setting(*options.wanted);
+    if (!setting.origin)
+        return false;
+    const QVariant &value = setting.origin->value;
+    if (options.json)
+        printer.printText(jsonOf(value) + u'\n');
+    else if (printer.isTerminal())
+        printer.printLine(escaped(QString::fromUtf8(rawValue(value))));
+    else
+        printer.printBytes(rawValue(value) + '\n');
+    return true;
 }

@@ -9,20 +9,19 @@
 #include <QtCore/QString>
 
 class Box;
-class QJsonObject;
 class TablePrinter;
-struct LayerValue;
 
-// Prints a row for each setting that options ask for. Returns whether there was one.
+// Prints a row for each setting that the options ask for. Returns whether there is one.
 bool printSettings(const Box &box, const Options &options, TablePrinter &printer);
 
-// "RavonaConfDefault 'ru'"; with the name of its entry where readers of the setting do not get it.
-QString layerValueText(const LayerValue &layerValue);
+// Prints the value of the setting that the options ask for, and nothing else. Returns whether there
+// is one.
+bool printValue(const Box &box, const Options &options, TablePrinter &printer);
 
-// What a layer holds, with the keys "layer", "value", "type" and "file".
-QJsonObject layerValueObject(const LayerValue &layerValue);
+// What a layer holds, in JSON: "layer", "value", "type", "file" and "entry".
+QString jsonOf(const LayerValue &layerValue);
 
-// The same and "entry".
-QJsonObject entryObject(const LayerValue &layerValue);
+// A text in JSON, null where it is empty.
+QString jsonOrNull(const QString &text);
 
 #endif // LISTING_H

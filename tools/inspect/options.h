@@ -4,21 +4,14 @@
 #ifndef OPTIONS_H
 #define OPTIONS_H
 
-#include <tamsel/settingstype.h>
+#include "pattern.h"
+#include "setting.h"
 
 #include <QtCore/QList>
-#include <QtCore/QRegularExpression>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 #include <optional>
-
-// A group and a key, as they are given and shown with a "/" between them.
-struct SettingName
-{
-    QString group;
-    QString key;
-};
 
 // A value for a layer that has no file, from --set.
 struct Assignment
@@ -37,17 +30,20 @@ struct Options
     QString storage; // directories end with "/"
     QString assets;
     QString otherStorage; // --diff; empty without it
-    QString rdmFile;
+    QString rdmFile; // "-" is standard input
     QString featureKeysFile;
     QList<Assignment> assignments;
+    std::optional<tamsel::SettingsType> layer; // the only one that is looked at
     std::optional<SettingName> explained;
-    QList<QRegularExpression> patterns;
+    std::optional<SettingName> wanted; // --get
+    QList<Pattern> patterns;
     bool json = false;
+    bool wide = false;
     bool colour = true;
     QString answer; // the text that --help or --version asks for; nothing else is done then
 
-    // Whether one of the patterns is that of group / key, or there is none at all.
-    bool wants(const QString &group, const QString &key) const;
+    // Whether one of the patterns matches, or there is none at all.
+    bool wants(const SettingName &name) const;
 };
 
 // Reads arguments, the program's name first. Throws a UserError.

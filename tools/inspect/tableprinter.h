@@ -10,8 +10,6 @@
 #include <QtCore/QStringList>
 #include <QtCore/QTextStream>
 
-class QJsonObject;
-
 enum class Style { Plain, Heading, Faint, Good, Alert };
 
 // A line of a table.
@@ -19,37 +17,64 @@ struct Row
 {
     QStringList cells;
     Style style = Style::Plain;
+    QString note = {}; // a line of its own below, if not empty
 };
 
-// Standard output. A terminal gets frames and colours, and tables that fit into its width. All else
-// gets plain lines with everything in them.
+// The first row is the heading; all have as many cells as it has.
+struct Table
+{
+    QList<Row> rows;
+    qsizetype valueColumn = 0; // the one that gives way last
+    QString remark = {}; // a line below the table, if not empty
+
+    // Takes out those of the columns that say the same in every row, and says it in the remark.
+    void leaveOutRepetitions(QStringList headings);
+};
+
+// Standard output. A terminal gets frames, colours and tables that fit into its width, all else
+// plain lines. Nothing is ever cut off.
 class TablePrinter
 {
 public:
-    // Shows no colours if colour is false, or where the environment asks for none.
-    explicit TablePrinter(bool colour);
+    enum Option {
+        Plain = 0,
+        Colour = 1, // unless the environment asks for none
+        Wide = 2, // as if the terminal had no end
+        Ascii = 4, // on a terminal that cannot show more
+    };
+    Q_DECLARE_FLAGS(Options, Option)
 
-    // text as it is, with its own ends of lines.
+    explicit TablePrinter(Options options);
+
+    bool isTerminal() const { return m_isTerminal; }
+
+    // The text as it is, with its own ends of lines.
     void printText(const QString &text);
+    void printBytes(const QByteArray &bytes);
     void printLine(const QString &text, Style style = Style::Plain);
-    // The first of rows is the heading; all have as many cells as it has. Where the table is too
-    // wide, the columns elastic give way before the others.
-    void printTable(const QList<Row> &rows, const QList<qsizetype> &elastic);
-    void printJson(const QJsonObject &object);
+    // The first of the tables that fits into the terminal, or else the last one with its cells on
+    // several lines. Without a terminal, the first one.
+    void printTable(const QList<Table> &tables);
     // Throws a UserError if not everything could be written.
     void finish();
 
 private:
     Q_DISABLE_COPY_MOVE(TablePrinter)
 
-    void printColumns(const QList<Row> &rows);
-    void printFramed(const QList<Row> &rows, const QList<qsizetype> &elastic);
+    void printColumns(const Table &table);
+    void printFramed(const Table &table);
+    void printFramedRow(const Row &row, const QList<qsizetype> &widths);
+    void printFrame(const QList<qsizetype> &widths, QStringView corners);
     QString painted(const QString &text, Style style) const;
+    QString shown(const QString &text) const;
 
     QFile m_file;
     QTextStream m_out;
-    bool m_isTerminal;
-    bool m_colour;
+    const bool m_isTerminal;
+    const bool m_colour;
+    const bool m_asciiTexts;
+    const bool m_asciiFrames;
+    const qsizetype m_width;
 };
 
 #endif // TABLEPRINTER_H

@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef INIFILE_H
+#define INIFILE_H
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+class QByteArray;
+class QSettings;
+
+// A settings file as QSettings reads it; one that is missing is empty.
+class IniFile
+{
+public:
+    // Throws a UserError if the file cannot be read, or not without danger.
+    explicit IniFile(const QString &fileName);
+
+    // What it holds. Every layer on the same file shares it.
+    const QSettings &settings() const { return *m_settings; }
+
+    // The lines that QSettings skips or mistakes, each as a finished text.
+    const QStringList &warnings() const { return m_warnings; }
+
+private:
+    Q_DISABLE_COPY_MOVE(IniFile)
+
+    qsizetype checkLines(const QByteArray &contents);
+
+    const QString m_fileName;
+    const QSettings *m_settings; // never deleted
+    QStringList m_warnings;
+};
+
+#endif // INIFILE_H
