@@ -29,4 +29,21 @@ function(tamsel_target target)
     if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
+    if(TAMSEL_HARDENED)
+        tamsel_harden(${target})
+    endif()
 endfunction()
+
+# tamsel_harden(<target>): what TAMSEL_HARDENED stands for; tests/install/hardening looks for it in the
+# built files. Packages have flags of their distribution for the same.
+function(tamsel_harden target)
+    # _FORTIFY_SOURCE is left to distributions: no call in these files has a buffer of a size that the
+    # compiler knows, so it changes nothing in them.
+    target_compile_options(${target} PRIVATE -fstack-protector-strong)
+    target_link_options(${target} PRIVATE LINKER:-z,relro,-z,now,-z,noexecstack)
+    set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+endfunction()
+if(TAMSEL_HARDENED)
+    include(CheckPIESupported)
+    check_pie_supported() # or programs are not linked as position-independent ones
+endif()
