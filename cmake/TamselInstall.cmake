@@ -7,8 +7,8 @@ set(tamsel_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tamsel)
 
 install(TARGETS tamsel
     EXPORT tamselTargets
-    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Devel
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Devel
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Devel
     FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Devel)
 install(EXPORT tamselTargets
@@ -30,7 +30,6 @@ install(FILES
 
 # The .pc file finds its prefix from where it lies, so the installed tree can be moved. Both folders
 # may have been given as absolute paths.
-set(tamsel_pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
     BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
     OUTPUT_VARIABLE tamsel_pc_prefix)
@@ -45,9 +44,35 @@ if(NOT BUILD_SHARED_LIBS)
     set(tamsel_pc_definitions -DTAMSEL_STATIC)
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/tamsel.pc.in ${PROJECT_BINARY_DIR}/tamsel.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/tamsel.pc DESTINATION ${tamsel_pc_dir} COMPONENT Devel)
+install(FILES ${PROJECT_BINARY_DIR}/tamsel.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT Devel)
+
+# Staged below DESTDIR, for a sysroot or a package, the .pc file names its prefix instead:
+# freedesktop.org's pkg-config puts PKG_CONFIG_SYSROOT_DIR in front of a folder that it has found from
+# the place of the file as well.
+string(CONFIGURE [[
+    if(NOT "$ENV{DESTDIR}" STREQUAL "")
+        set(pc_file "@CMAKE_INSTALL_LIBDIR@/pkgconfig/tamsel.pc")
+        cmake_path(ABSOLUTE_PATH pc_file BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")
+        file(READ "$ENV{DESTDIR}${pc_file}" text)
+        string(REGEX REPLACE "\nprefix=[^\n]*" "\nprefix=${CMAKE_INSTALL_PREFIX}" text "${text}")
+        file(WRITE "$ENV{DESTDIR}${pc_file}" "${text}")
+    endif()
+]] tamsel_pc_stage @ONLY)
+install(CODE "${tamsel_pc_stage}" COMPONENT Devel)
 
 if(TAMSEL_BUILD_TOOLS)
+    # The tool finds the library from where it lies, and a Qt that is not the system's where this build
+    # has found it.
+    if(BUILD_SHARED_LIBS AND NOT DEFINED CMAKE_INSTALL_RPATH)
+        cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
+            BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
+            OUTPUT_VARIABLE tamsel_libdir_from_tool)
+        set_target_properties(tamsel-inspect PROPERTIES
+            INSTALL_RPATH "$ORIGIN/${tamsel_libdir_from_tool}"
+            INSTALL_RPATH_USE_LINK_PATH ON)
+    endif()
     install(TARGETS tamsel-inspect
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tools)
     install(FILES ${PROJECT_SOURCE_DIR}/tools/inspect/tamsel-inspect.1
