@@ -1,26 +1,37 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-# The box: MIPS32 little-endian Linux. Links against the sysroot that `scripts/sysroot mipsel` makes,
-# or the one in the environment variable TAMSEL_MIPSEL_SYSROOT; tests run under its qemu-mipsel.
+# The box: MIPS32 little-endian Linux. Links against the root TAMSEL_MIPSEL_SYSROOT, a variable of CMake
+# or of the environment, by default what `scripts/sysroot mipsel` makes. The cache keeps it. Tests run
+# under the root's usr/bin/qemu-mipsel, or what else CMAKE_CROSSCOMPILING_EMULATOR names.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR mipsel)
 
 if(DEFINED ENV{TAMSEL_MIPSEL_SYSROOT})
-    set(CMAKE_SYSROOT "$ENV{TAMSEL_MIPSEL_SYSROOT}")
+    set(sysroot "$ENV{TAMSEL_MIPSEL_SYSROOT}")
 else()
-    cmake_path(ABSOLUTE_PATH CMAKE_CURRENT_LIST_DIR OUTPUT_VARIABLE CMAKE_SYSROOT)
-    cmake_path(APPEND CMAKE_SYSROOT ../../.cache/sysroots/mipsel)
-    cmake_path(NORMAL_PATH CMAKE_SYSROOT)
+    cmake_path(SET sysroot NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../../.cache/sysroots/mipsel")
 endif()
-if(NOT EXISTS "${CMAKE_SYSROOT}/usr/bin/qemu-mipsel")
-    message(FATAL_ERROR "No sysroot in ${CMAKE_SYSROOT}: run scripts/sysroot mipsel")
+set(TAMSEL_MIPSEL_SYSROOT "${sysroot}" CACHE PATH "The root of the box")
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TAMSEL_MIPSEL_SYSROOT)
+if(DEFINED ENV{TAMSEL_MIPSEL_SYSROOT} AND NOT sysroot STREQUAL TAMSEL_MIPSEL_SYSROOT)
+    message(WARNING "This build folder is for the root ${TAMSEL_MIPSEL_SYSROOT}, not for that of the "
+        "environment, ${sysroot}. To change it, configure with --fresh.")
 endif()
+if(NOT IS_DIRECTORY "${TAMSEL_MIPSEL_SYSROOT}/usr")
+    message(FATAL_ERROR "There is no root in ${TAMSEL_MIPSEL_SYSROOT}: run scripts/sysroot mipsel, or name "
+        "another one with -D TAMSEL_MIPSEL_SYSROOT=DIR")
+endif()
+set(CMAKE_SYSROOT "${TAMSEL_MIPSEL_SYSROOT}")
 
 set(CMAKE_C_COMPILER mipsel-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER mipsel-linux-gnu-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_SYSROOT}/usr/bin/qemu-mipsel" -L "${CMAKE_SYSROOT}")
+# Debian's folder below usr/lib. CMake finds it out by itself, except for a root with a space in its name.
+set(CMAKE_LIBRARY_ARCHITECTURE mipsel-linux-gnu)
+if(NOT CMAKE_CROSSCOMPILING_EMULATOR AND EXISTS "${CMAKE_SYSROOT}/usr/bin/qemu-mipsel")
+    set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_SYSROOT}/usr/bin/qemu-mipsel" -L "${CMAKE_SYSROOT}")
+endif()
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
