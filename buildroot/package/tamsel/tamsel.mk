@@ -1,0 +1,30 @@
+################################################################################
+#
+# tamsel
+#
+# SPDX-FileCopyrightText: 2026 The libtamsel developers
+# SPDX-License-Identifier: MIT
+#
+################################################################################
+
+TAMSEL_VERSION = 0.1.0
+# The checkout that this package file lies in.
+TAMSEL_SITE = $(BR2_EXTERNAL_TAMSEL_PATH)/..
+TAMSEL_SITE_METHOD = local
+TAMSEL_LICENSE = MIT
+TAMSEL_LICENSE_FILES = LICENSES/MIT.txt
+TAMSEL_INSTALL_STAGING = YES
+TAMSEL_DEPENDENCIES = qt6base
+# Hardening is BR2_RELRO_*, BR2_SSP_* and BR2_FORTIFY_SOURCE_* of the whole system.
+TAMSEL_CONF_OPTS = \
+	-DTAMSEL_BUILD_TESTS=OFF \
+	-DTAMSEL_BUILD_EXAMPLES=OFF \
+	-DCMAKE_SKIP_INSTALL_RPATH=ON
+
+ifeq ($(BR2_PACKAGE_TAMSEL_TOOLS),y)
+TAMSEL_CONF_OPTS += -DTAMSEL_BUILD_TOOLS=ON
+else
+TAMSEL_CONF_OPTS += -DTAMSEL_BUILD_TOOLS=OFF
+endif
+
+$(eval $(cmake-package))
