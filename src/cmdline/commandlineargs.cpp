@@ -36,7 +36,7 @@ void insertText(QVariantMap &entries, const QString &key, const QString &text)
         entries.insert(key, text);
 }
 
-/*! Ends the process if \a text is not empty and no decimal 32-bit integer. */
+// Ends the process if `text` is not empty and no decimal 32-bit integer.
 void insertNumber(QVariantMap &entries, const QString &key, const QString &text, const char *option)
 {
     if (text.isEmpty())

@@ -3,10 +3,16 @@
 
 #include <tamsel/settingstype.h>
 
+#include <algorithm>
+#include <array>
+
 namespace tamsel {
 
-// Built at load: users see a plain list, and none of our other files reads it while loading.
-const QList<SettingsType> storagePriority{
+namespace {
+
+// Constant: priorityOf() is right before the list below is there, in the constructors of static
+// objects of a host that links the library statically.
+constexpr std::array byPriority{
         SettingsType::Runtime, // 0, the highest precedence
         SettingsType::Rdm, // 1
         SettingsType::FeatureKeys, // 2
@@ -17,9 +23,14 @@ const QList<SettingsType> storagePriority{
         SettingsType::RavonaConfDefault, // 7, the lowest
 };
 
+} // namespace
+
+const QList<SettingsType> storagePriority(byPriority.cbegin(), byPriority.cend());
+
 int priorityOf(SettingsType type) noexcept
 {
-    return static_cast<int>(storagePriority.indexOf(type));
+    const auto found = std::find(byPriority.cbegin(), byPriority.cend(), type);
+    return found != byPriority.cend() ? static_cast<int>(found - byPriority.cbegin()) : -1;
 }
 
 } // namespace tamsel

@@ -11,20 +11,8 @@ namespace tamsel {
 
 namespace {
 
-// Built at load and only read afterwards, from any thread. clazy:excludeall=non-pod-global-static
-const QString loggingGroup = u"Logging"_s;
-const QString levelKey = u"level"_s;
-const QString blacklistKey = u"blacklist"_s;
-const QString whitelistKey = u"whitelist"_s;
-const QString jsonLengthLimitKey = u"jsonLengthLimit"_s;
-const QString jsonFormattingEnabledKey = u"jsonFormattingEnabled"_s;
-const QString imageRequestsEnabledKey = u"imageRequestsEnabled"_s;
-
-const QHash<QString, int> levelNumbers{
-        {u"critical"_s, 0}, {u"error"_s, 1}, {u"warning"_s, 2},
-        {u"info"_s, 3},     {u"debug"_s, 4}, {u"trace"_s, 5},
-};
-
+constexpr int critical = 0;
+constexpr int trace = 5;
 constexpr int noLevel = -1;
 
 } // namespace
@@ -39,14 +27,14 @@ public:
 
     QVariant value(const QString &key, const QVariant &defaultValue = {}) const
     {
-        return manager->value(loggingGroup, key, defaultValue);
+        return manager->value(u"Logging"_s, key, defaultValue);
     }
     void setValue(const QString &key, const QVariant &value, SettingsType type)
     {
-        manager->setValue(loggingGroup, key, value, type);
+        manager->setValue(u"Logging"_s, key, value, type);
     }
 
-    LogsConfigWrapper *const q;
+    LogsConfigWrapper *const q; // for the private object's sake; nothing needs it yet
     ConfigurationManager *const manager; // borrowed
 };
 
@@ -59,79 +47,91 @@ LogsConfigWrapper::~LogsConfigWrapper() = default;
 
 logging::Level LogsConfigWrapper::level() const
 {
-    const QVariant stored = d->value(levelKey);
+    const QVariant stored = d->value(u"level"_s);
     if (!stored.isValid())
         return logging::Level(noLevel);
-    const auto named = levelNumbers.constFind(stored.toString());
-    if (named != levelNumbers.cend())
+    const auto &levels = stringLevelToIntLevel();
+    const auto named = levels.constFind(stored.toString());
+    if (named != levels.cend())
         return logging::Level(*named);
-    const int number = stored.toInt(); // kept as it is: text that is no number counts as 0
+    const int number = stored.toInt(); // Intentional: text that is no number counts as 0
     return logging::Level(isLevelValid(number) ? number : noLevel);
 }
 
 void LogsConfigWrapper::setLevel(logging::Level level, SettingsType type)
 {
-    d->setValue(levelKey, int(level), type);
+    d->setValue(u"level"_s, int(level), type);
 }
 
 int LogsConfigWrapper::jsonLengthLimit() const
 {
-    return d->value(jsonLengthLimitKey, -1).toInt();
+    return d->value(u"jsonLengthLimit"_s, -1).toInt();
 }
 
 void LogsConfigWrapper::setJsonLengthLimit(int limit, SettingsType type)
 {
-    d->setValue(jsonLengthLimitKey, limit, type);
+    d->setValue(u"jsonLengthLimit"_s, limit, type);
 }
 
 bool LogsConfigWrapper::jsonFormattingEnabled() const
 {
-    return d->value(jsonFormattingEnabledKey, false).toBool();
+    return d->value(u"jsonFormattingEnabled"_s, false).toBool();
 }
 
 void LogsConfigWrapper::setJsonFormattingEnabled(bool enabled, SettingsType type)
 {
-    d->setValue(jsonFormattingEnabledKey, enabled, type);
+    d->setValue(u"jsonFormattingEnabled"_s, enabled, type);
 }
 
 bool LogsConfigWrapper::imageRequestsEnabled() const
 {
-    return d->value(imageRequestsEnabledKey, false).toBool();
+    return d->value(u"imageRequestsEnabled"_s, false).toBool();
 }
 
 void LogsConfigWrapper::setImageRequestsEnabled(bool enabled, SettingsType type)
 {
-    d->setValue(imageRequestsEnabledKey, enabled, type);
+    d->setValue(u"imageRequestsEnabled"_s, enabled, type);
 }
 
 QString LogsConfigWrapper::modulesBlacklist() const
 {
-    return d->value(blacklistKey, QString()).toString();
+    return d->value(u"blacklist"_s, QString()).toString();
 }
 
 QString LogsConfigWrapper::modulesWhitelist() const
 {
-    return d->value(whitelistKey, QString()).toString();
+    return d->value(u"whitelist"_s, QString()).toString();
 }
 
 const QHash<QString, int> &LogsConfigWrapper::stringLevelToIntLevel() noexcept
 {
-    return levelNumbers;
+    // Made for the first caller, which may be the constructor of a static object. Intentional: never
+    // deleted, since its destructor may call too.
+    static const auto *const levels = new QHash<QString, int>{
+            {u"critical"_s, critical}, {u"error"_s, 1},     {u"warning"_s, 2}, {u"info"_s, 3},
+            {u"debug"_s, 4},           {u"trace"_s, trace},
+    };
+    return *levels;
 }
 
 int LogsConfigWrapper::minLevel()
 {
-    return levelNumbers.value(u"critical"_s);
+    return critical;
 }
 
 int LogsConfigWrapper::maxLevel()
 {
-    return levelNumbers.value(u"trace"_s);
+    return trace;
 }
 
 bool LogsConfigWrapper::isLevelValid(int level)
 {
     return level >= minLevel() && level <= maxLevel();
 }
+
+namespace {
+// At load at the latest, so that level() needs no memory for the table.
+[[maybe_unused]] const auto &levelsAtLoad = LogsConfigWrapper::stringLevelToIntLevel();
+} // namespace
 
 } // namespace tamsel

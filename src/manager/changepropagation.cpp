@@ -1,21 +1,17 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Decides which changes readers can see, logs them and tells the host's handlers.
+// Finds out which changes alter an effective value, logs them and notifies the host's handlers.
 
 #include "configurationmanager_p.h"
 
 #include "../core/spinlocker.h"
-#include "../storage/lookupstorage.h"
+#include "../storage/ownstorages.h"
 
-#include <tamsel/ilogger.h>
-
-#include <QtCore/QMetaEnum>
-#include <QtCore/QScopeGuard>
 #include <QtCore/QStringBuilder>
 
 #include <algorithm>
-#include <limits>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
@@ -23,12 +19,23 @@ namespace tamsel {
 
 namespace {
 
-constexpr int lowestRank = std::numeric_limits<int>::max();
+// By the numbers of the layers. Constant: this does not depend on what has been initialised.
+constexpr std::array typeNames{
+        "CommandLineArgs"_L1,   "CustomConfPersistent"_L1, "Rdm"_L1,
+        "RavonaConfDefault"_L1, "SystemProperties"_L1,     "Runtime"_L1,
+        "SelviDb"_L1,           "FeatureKeys"_L1,
+};
 
-using LogOperation = void (ILogger::*)(const QString &message);
+} // namespace
 
-/*! The operation that takes the change messages of \a type; null if they are not logged. */
-LogOperation logOperation(SettingsType type)
+QLatin1StringView typeName(SettingsType type)
+{
+    const auto number = static_cast<std::size_t>(type);
+    return number < typeNames.size() ? typeNames[number] : QLatin1StringView();
+}
+
+ConfigurationManagerPrivate::LogOperation
+ConfigurationManagerPrivate::logOperation(SettingsType type)
 {
     switch (type) {
     case SettingsType::Rdm:
@@ -46,89 +53,98 @@ LogOperation logOperation(SettingsType type)
     return nullptr;
 }
 
-QString topValueChanged(SettingsType type, const QString &group, const QString &key,
-                        const QString &value)
-{
-    return "Top value changed "_L1 % typeName(type) % ": "_L1 % group % '/'_L1 % key % " = '"_L1
-            % value % '\''_L1;
-}
-
-} // namespace
-
-QLatin1StringView typeName(SettingsType type)
-{
-#if QT_VERSION >= QT_VERSION_CHECK(6, 9, 0)
-    using Number = quint64;
-#else
-    using Number = int;
-#endif
-    static const auto metaEnum = QMetaEnum::fromType<SettingsType>();
-    return QLatin1StringView(metaEnum.valueToKey(static_cast<Number>(type)));
-}
-
 // Called by the layers after each change of their own, and by the registry.
 void ConfigurationManagerPrivate::onValueChanged(SettingsType type, const QString &group,
                                                  const QString &key, const QVariant &value)
 {
     // A handler may change the variable behind the reference.
     const QVariant reported = value; // NOLINT(performance-unnecessary-copy-initialization)
-    const bool isRemoval = !reported.isValid();
-    const Origin origin = findOrigin(group, key, isRemoval ? priorityOf(type) : lowestRank);
-
-    if (!origin.isHeld) {
-        if (isLogged(type))
-            logForType(type, "Parameter removed from all storages: "_L1 % group % ':'_L1 % key);
-        notifyHandlers(type, group, key, reported);
+    if (reported.isValid()) {
+        const auto origin = findOrigin(group, key);
+        if (!origin)
+            reportLoss(type, group, key, reported);
+        else if (*origin == type) // otherwise it is overridden
+            reportTopValue(type, type, group, key, reported);
         return;
     }
-    if (!isRemoval) {
-        if (origin.type != type)
-            return; // overridden
-        if (isLogged(type))
-            logForType(type, topValueChanged(type, group, key, reported.toString()));
-        notifyHandlers(type, group, key, reported);
-        return;
-    }
-    // A removal changes the effective value only where it uncovers that of a lower layer, which is
-    // passed on as text, whatever its type.
-    if (priorityOf(origin.type) <= priorityOf(type))
-        return;
-    const QString uncovered = origin.value.toString();
-    if (isLogged(type))
-        logForType(type, topValueChanged(origin.type, group, key, uncovered));
-    notifyHandlers(origin.type, group, key, uncovered);
+    QVariant uncovered;
+    const auto origin = findUncovered(type, group, key, &uncovered);
+    if (!origin)
+        reportLoss(type, group, key, reported);
+    else if (priorityOf(*origin) > priorityOf(type)) // Intentional: as text, whatever its type
+        reportTopValue(type, *origin, group, key, uncovered.toString());
 }
 
-// The layer that holds the key and, if its rank is below `rank`, its value. A layer of the library's own
-// says both in one step: no other thread comes between them. Any other is asked for the value after the
-// lock has been released. No layer is kept alive by the result: the logger or a handler may clear it.
-ConfigurationManagerPrivate::Origin
-ConfigurationManagerPrivate::findOrigin(const QString &group, const QString &key, int rank) const
+// Logs and notifies that no layer holds the key any more.
+void ConfigurationManagerPrivate::reportLoss(SettingsType type, const QString &group,
+                                             const QString &key, const QVariant &value) const
 {
-    Origin origin;
-    QSharedPointer<AbstractStorage> asked; // counted: another thread may clear the layer meanwhile
+    logForType(type, [&]() -> QString {
+        return "Parameter removed from all storages: "_L1 % group % ':'_L1 % key;
+    });
+    notifyHandlers(type, group, key, value);
+}
+
+// Logs, as a change of the layer `changed`, and notifies that the effective value of the key is now
+// `value` of the layer `origin`.
+void ConfigurationManagerPrivate::reportTopValue(SettingsType changed, SettingsType origin,
+                                                 const QString &group, const QString &key,
+                                                 const QVariant &value) const
+{
+    logForType(changed, [&]() -> QString {
+        return "Top value changed "_L1 % typeName(origin) % ": "_L1 % group % '/'_L1 % key
+                % " = '"_L1 % value.toString() % '\''_L1;
+    });
+    notifyHandlers(origin, group, key, value);
+}
+
+// The highest layer that holds the key, if any.
+std::optional<SettingsType> ConfigurationManagerPrivate::findOrigin(const QString &group,
+                                                                    const QString &key) const
+{
+    const SpinLocker locker(&mutex);
+    for (const auto &storage : storages) {
+        if (storage->contains(group, key))
+            return storage->type();
+    }
+    return std::nullopt;
+}
+
+// As findOrigin(), and the value if that layer is below `removed`, which has lost the key. A layer of
+// the library's own gives both in one step, so that no other thread comes between. Any other is asked
+// for its value when the lock is free. No layer is kept alive beyond that: a logger or a handler that
+// clears it ends it.
+std::optional<SettingsType> ConfigurationManagerPrivate::findUncovered(SettingsType removed,
+                                                                       const QString &group,
+                                                                       const QString &key,
+                                                                       QVariant *value) const
+{
+    const int rank = priorityOf(removed);
     const LookupKey wanted(group, key);
+    QSharedPointer<AbstractStorage> other; // counted: another thread may clear it meanwhile
     {
         const SpinLocker locker(&mutex);
         for (const auto &storage : storages) {
-            const bool isBelow = rank < priorityOf(storage->type());
-            const LookupStorage *own = isBelow ? toLookupStorage(*storage) : nullptr;
-            origin.isHeld
-                    = own ? own->lookup(wanted, &origin.value) : storage->contains(group, key);
-            if (!origin.isHeld)
-                continue;
-            origin.type = storage->type();
-            if (isBelow && !own)
-                asked = storage;
-            break;
+            const SettingsType type = storage->type();
+            const bool isBelow = rank < priorityOf(type);
+            if (const LookupStorage *own = isBelow ? toLookupStorage(*storage) : nullptr) {
+                if (own->lookup(wanted, value))
+                    return type;
+            } else if (storage->contains(group, key)) {
+                if (!isBelow)
+                    return type;
+                other = storage;
+                break;
+            }
         }
     }
-    if (asked)
-        origin.value = asked->value(group, key);
-    return origin;
+    if (!other)
+        return std::nullopt;
+    *value = other->value(group, key);
+    return other->type();
 }
 
-/*! The layer that answers for the pair, or null; uncounted, as findStorage(). */
+// The highest layer that holds the key, or null. A raw pointer, as findStorage().
 AbstractStorage *ConfigurationManagerPrivate::topStorage(const QString &group,
                                                          const QString &key) const
 {
@@ -140,12 +156,10 @@ AbstractStorage *ConfigurationManagerPrivate::topStorage(const QString &group,
     return nullptr;
 }
 
-/*!
- * Whether a layer above \a type holds the pair. As long as it is in the list, the layer \a type and
- * those below are not asked.
- */
-bool ConfigurationManagerPrivate::isHidden(const QString &group, const QString &key,
-                                           SettingsType type) const
+// Whether a layer above `type` holds the key. As long as it is in the list, the layer `type` and those
+// below are not asked.
+bool ConfigurationManagerPrivate::isOverridden(const QString &group, const QString &key,
+                                               SettingsType type) const
 {
     const SpinLocker locker(&mutex);
     for (const auto &storage : storages) {
@@ -157,74 +171,64 @@ bool ConfigurationManagerPrivate::isHidden(const QString &group, const QString &
     return false;
 }
 
-// Whether the effective value of the key comes from the layer `type`.
+// Whether the effective value of the key comes from the layer `type`. `holder` may be null or a layer
+// that is known to hold the key and is not asked.
 bool ConfigurationManagerPrivate::isOrigin(SettingsType type, const QString &group,
-                                           const QString &key) const
+                                           const QString &key, const AbstractStorage *holder) const
 {
     const SpinLocker locker(&mutex);
     for (const auto &storage : storages) {
-        if (storage->contains(group, key))
+        if (storage.data() == holder || storage->contains(group, key))
             return storage->type() == type;
     }
     return false;
 }
 
-/*! Whether changes of the layer \a type are logged at all; if not, no text needs to be built. */
-bool ConfigurationManagerPrivate::isLogged(SettingsType type)
-{
-    return logOperation(type) != nullptr;
-}
-
-/*! Passes \a message to the logger operation chosen for \a type; for some types to none. */
-void ConfigurationManagerPrivate::logForType(SettingsType type, const QString &message) const
-{
-    if (const LogOperation log = logOperation(type))
-        (logger->*log)(message);
-}
-
-/*!
- * Calls the handlers registered now, in their order. A handler may append and remove handlers: one
- * that is removed is not called any more, one that is appended is left to the next walk. Where
- * nobody does so, the walk is one pass over the list.
- */
+// Calls the handlers in their order. A handler may append and remove handlers: removed ones are not
+// called any more, added ones are first called for the next change.
 void ConfigurationManagerPrivate::notifyHandlers(SettingsType type, const QString &group,
                                                  const QString &key, const QVariant &value) const
 {
-    const quint64 end = nextHandlerTicket;
+    const quint64 end = nextHandlerId;
     qsizetype i = 0;
-    while (i < handlers.size() && handlerTickets.at(i) < end) {
-        const quint64 ticket = handlerTickets.at(i);
-        handlers.at(i)->onValueChanged(type, group, key, value);
-        if (i < handlers.size() && handlerTickets.at(i) == ticket) {
+    while (i < handlers.size() && handlers.at(i).id < end) {
+        const auto [handler, id] = handlers.at(i);
+        handler->onValueChanged(type, group, key, value);
+        if (i < handlers.size() && handlers.at(i).id == id) {
             ++i;
-        } else { // handlers were removed at or before this place
-            const auto next
-                    = std::upper_bound(handlerTickets.cbegin(), handlerTickets.cend(), ticket);
-            i = std::distance(handlerTickets.cbegin(), next);
+        } else { // handlers were removed at or before this position
+            const auto next = std::find_if(handlers.cbegin(), handlers.cend(),
+                                           [id = id](const auto &other) { return other.id > id; });
+            i = std::distance(handlers.cbegin(), next);
         }
     }
 }
 
+qsizetype
+ConfigurationManagerPrivate::indexOfHandler(const IConfigurationChangeHandler *handler) const
+{
+    for (qsizetype i = 0; i < handlers.size(); ++i) {
+        if (handlers.at(i).handler == handler)
+            return i;
+    }
+    return -1;
+}
+
 bool ConfigurationManagerPrivate::appendHandler(IConfigurationChangeHandler *handler)
 {
-    if (!handlers.contains(handler)) {
-        handlerTickets.append(nextHandlerTicket);
-        // If memory runs out, neither list has grown.
-        auto withdrawal = qScopeGuard([this] { handlerTickets.removeLast(); });
-        handlers.append(handler);
-        withdrawal.dismiss();
-        ++nextHandlerTicket;
+    if (indexOfHandler(handler) < 0) {
+        handlers.append(RegisteredHandler{handler, nextHandlerId});
+        ++nextHandlerId;
     }
     return true;
 }
 
 bool ConfigurationManagerPrivate::removeHandler(IConfigurationChangeHandler *handler)
 {
-    const qsizetype index = handlers.indexOf(handler);
+    const qsizetype index = indexOfHandler(handler);
     if (index < 0)
         return false;
     handlers.removeAt(index);
-    handlerTickets.removeAt(index);
     return true;
 }
 

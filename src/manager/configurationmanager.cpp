@@ -6,7 +6,7 @@
 #include "configurationmanager_p.h"
 
 #include "../core/spinlocker.h"
-#include "../storage/lookupstorage.h"
+#include "../storage/ownstorages.h"
 
 using namespace Qt::StringLiterals;
 
@@ -24,8 +24,8 @@ ConfigurationManagerPrivate::ConfigurationManagerPrivate(ConfigurationManager *f
 
 ConfigurationManagerPrivate::~ConfigurationManagerPrivate() = default;
 
-/*! The layer \a type, or null. Uncounted: callers use it after the lock is gone, see the thread
- *  rules of ConfigurationManager. */
+// The layer `type`, or null. A raw pointer: callers use it after the lock is gone, see the thread rules
+// of ConfigurationManager.
 AbstractStorage *ConfigurationManagerPrivate::findStorage(SettingsType type) const
 {
     const SpinLocker locker(&mutex);
@@ -33,7 +33,7 @@ AbstractStorage *ConfigurationManagerPrivate::findStorage(SettingsType type) con
     return index < 0 ? nullptr : storages.at(index).data();
 }
 
-/*! The place of the layer \a type in `storages`, or -1. The caller holds `mutex`. */
+// The position of the layer `type` in `storages`, or -1. The caller holds `mutex`.
 qsizetype ConfigurationManagerPrivate::indexOfStorage(SettingsType type) const
 {
     for (qsizetype i = 0; i < storages.size(); ++i) {
@@ -110,8 +110,8 @@ void ConfigurationManager::setValue(const QString &group, const QString &key, co
 void ConfigurationManager::removeValue(const QString &group, const QString &key, SettingsType type)
 {
     AbstractStorage *storage = d->findStorage(type);
-    // Unlike a write, a removal reaches the layer only for a pair it holds: a read-only layer
-    // refuses the others in silence.
+    // Intentional: unlike a write, a removal reaches the layer only for a key it holds. A read-only
+    // layer refuses no other.
     if (storage && storage->contains(group, key))
         storage->remove(group, key);
 }

@@ -7,22 +7,30 @@
 #include <tamsel/abstractstorage.h>
 #include <tamsel/configurationmanager.h>
 #include <tamsel/iconfigurationchangehandler.h>
+#include <tamsel/ilogger.h>
 
 #include <QtCore/QList>
 #include <QtCore/QMutex>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 
+#include <optional>
+
 namespace tamsel {
 
-/*!
- * \internal
- * \brief The state of a ConfigurationManager, and the change handler of every layer it creates.
- *
- * `mutex` is held while `storages` is walked or changed, which includes the layers' contains() and
- * value() during a read. It is not recursive and is never held while a layer lists its keys or is
- * written, while anything is logged, or while a handler runs.
- */
+// A handler of the host and what tells it from others registered before and after it: the list may
+// change while its handlers are called.
+struct RegisteredHandler
+{
+    IConfigurationChangeHandler *handler; // borrowed
+    quint64 id; // ascending
+};
+
+// The state of a ConfigurationManager, and the change handler of every layer it creates.
+//
+// `mutex` is held while `storages` is searched or changed, which includes the layers' lookup(),
+// contains() and value() during a read. It is not recursive and is never held while a layer lists its
+// keys or is written, while anything is logged, or while a handler runs.
 class ConfigurationManagerPrivate final : public IConfigurationChangeHandler
 {
 public:
@@ -34,54 +42,62 @@ public:
 
     // storageregistry.cpp
     void initStorage(SettingsType type, const QVariantMap &values);
-    void registerStorage(const QSharedPointer<AbstractStorage> &storage);
+    void registerStorage(QSharedPointer<AbstractStorage> storage);
     void clearStorage(SettingsType type);
 
     // changepropagation.cpp
     void onValueChanged(SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
     AbstractStorage *topStorage(const QString &group, const QString &key) const;
-    bool isHidden(const QString &group, const QString &key, SettingsType type) const;
-    bool isOrigin(SettingsType type, const QString &group, const QString &key) const;
-    static bool isLogged(SettingsType type);
-    void logForType(SettingsType type, const QString &message) const;
+    bool isOverridden(const QString &group, const QString &key, SettingsType type) const;
+    bool isOrigin(SettingsType type, const QString &group, const QString &key,
+                  const AbstractStorage *holder) const;
+    using LogOperation = void (ILogger::*)(const QString &message);
+    // The operation that takes the change messages of `type`; null if they are not logged.
+    static LogOperation logOperation(SettingsType type);
+    // Passes what `build` returns to that operation. It is called only if it is needed.
+    template <typename Build> void logForType(SettingsType type, const Build &build) const
+    {
+        if (const LogOperation log = logOperation(type))
+            (logger->*log)(build());
+    }
+    void logForType(SettingsType type, const QString &message) const
+    {
+        logForType(type, [&message] { return message; });
+    }
     void notifyHandlers(SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) const;
     bool appendHandler(IConfigurationChangeHandler *handler);
     bool removeHandler(IConfigurationChangeHandler *handler);
 
-    ConfigurationManager *const q;
+    ConfigurationManager *const q; // for the private object's sake; nothing needs it yet
     QString persistentStoragePath;
     QString assetsPrefix;
     ILogger *const logger; // borrowed
-    QList<QSharedPointer<AbstractStorage>>
-            storages; // guarded by mutex; one a type, by priorityOf()
+    // Guarded by mutex; one for each type, by priorityOf().
+    QList<QSharedPointer<AbstractStorage>> storages;
     mutable QMutex mutex;
-    QList<IConfigurationChangeHandler *> handlers; // borrowed; no lock, see notifyHandlers()
-    // One for each handler and ascending: tells a walk what came and what went while it called out.
-    QList<quint64> handlerTickets;
-    quint64 nextHandlerTicket = 0;
+    QList<RegisteredHandler> handlers; // no lock, see notifyHandlers()
+    quint64 nextHandlerId = 0;
 
 private:
-    struct Origin
-    {
-        bool isHeld = false;
-        SettingsType type{}; // the layer, if the key is held
-        QVariant value;
-    };
-
-    Origin findOrigin(const QString &group, const QString &key, int rank) const;
+    std::optional<SettingsType> findOrigin(const QString &group, const QString &key) const;
+    std::optional<SettingsType> findUncovered(SettingsType removed, const QString &group,
+                                              const QString &key, QVariant *value) const;
+    void reportLoss(SettingsType type, const QString &group, const QString &key,
+                    const QVariant &value) const;
+    void reportTopValue(SettingsType changed, SettingsType origin, const QString &group,
+                        const QString &key, const QVariant &value) const;
+    qsizetype indexOfHandler(const IConfigurationChangeHandler *handler) const;
     qsizetype indexOfStorage(SettingsType type) const;
     QSharedPointer<AbstractStorage> sharedStorage(SettingsType type) const;
-    void insertStorage(const QSharedPointer<AbstractStorage> &storage);
-    void replaceStorage(const QSharedPointer<AbstractStorage> &previous,
-                        const QSharedPointer<AbstractStorage> &storage);
+    void insertStorage(QSharedPointer<AbstractStorage> storage);
+    void replaceStorage(const AbstractStorage &previous, QSharedPointer<AbstractStorage> storage);
     void placeStorage(const QSharedPointer<AbstractStorage> &storage);
-    void reportCandidates(const AbstractStorage &storage, const KeyList &candidates);
-    void logCandidates(const AbstractStorage &storage, const KeyList &candidates) const;
+    void reportCandidates(QSharedPointer<AbstractStorage> storage, const KeyList &candidates);
 };
 
-/*! \internal The key of \a type in its enumeration, as log messages show it; empty if unknown. */
+// The key of `type` in its enumeration, as log messages show it; empty if unknown.
 QLatin1StringView typeName(SettingsType type);
 
 } // namespace tamsel

@@ -1,14 +1,12 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Creates, replaces and removes layers, and works out which values readers see change by it.
+// Creates, replaces and removes layers, and finds out which effective values change by it.
 
 #include "configurationmanager_p.h"
 
 #include "../core/spinlocker.h"
-#include "../storage/dynamicmapstorage.h"
-#include "../storage/qtsettingsinistorage.h"
-#include "../storage/staticmapreader.h"
+#include "../storage/ownstorages.h"
 
 #include <tamsel/ilogger.h>
 
@@ -17,6 +15,8 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <optional>
+#include <typeinfo>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -25,29 +25,32 @@ namespace tamsel {
 
 namespace {
 
-/*!
- * Tells which pairs are in a list. Pairs are best asked for in the order of the list: two layers of
- * a type list their keys in the same order, and then nothing needs to be searched.
- */
-class KeyLookup
+// A place in a list of keys. Two layers of a type list their keys in the same order, so that what is
+// looked for is mostly next; otherwise it is searched in the list, sorted once.
+class KeyCursor
 {
 public:
-    explicit KeyLookup(const KeyList &keys) : m_keys(keys), m_next(m_keys.cbegin()) { }
+    explicit KeyCursor(const KeyList &keys) : m_keys(keys), m_next(m_keys.cbegin()) { }
 
-    bool contains(const KeyList::value_type &pair)
+    // The key in the list that equals `key`, null if there is none. The cursor moves behind it.
+    const KeyList::value_type *moveBehind(const KeyList::value_type &key)
     {
-        if (m_next == m_keys.cend() || *m_next != pair) {
+        if (!isNext(key)) {
             sort();
-            m_next = std::lower_bound(m_keys.cbegin(), m_keys.cend(), pair);
-            if (m_next == m_keys.cend() || *m_next != pair)
-                return false;
+            m_next = std::lower_bound(m_keys.cbegin(), m_keys.cend(), key);
+            if (!isNext(key))
+                return nullptr;
         }
-        ++m_next;
-        return true;
+        return &*m_next++;
     }
 
 private:
-    Q_DISABLE_COPY_MOVE(KeyLookup)
+    Q_DISABLE_COPY_MOVE(KeyCursor)
+
+    bool isNext(const KeyList::value_type &key) const
+    {
+        return m_next != m_keys.cend() && *m_next == key;
+    }
 
     void sort()
     {
@@ -69,22 +72,74 @@ private:
     bool m_isSorted = false; // found out when a search is needed
 };
 
-/*! \a keys without those in \a others; order and duplicates are kept. */
+// `keys` without those in `others`; order and duplicates stay.
 KeyList without(const KeyList &keys, const KeyList &others)
 {
-    KeyLookup dropped(others);
+    KeyCursor dropped(others);
     KeyList result;
-    for (const auto &pair : keys) {
-        if (!dropped.contains(pair))
-            result.append(pair);
+    for (const auto &key : keys) {
+        if (!dropped.moveBehind(key))
+            result.append(key);
     }
     return result;
 }
 
-/*!
- * A new layer. QSharedPointer::create() cannot be left by an exception: where memory runs out, it
- * destroys what it has not made yet.
- */
+// Reads the values of a layer, at the least cost in the order of its keys. Borrows the layer.
+class ValueReader
+{
+public:
+    explicit ValueReader(const AbstractStorage &storage) : m_storage(storage)
+    {
+        if (typeid(storage) == typeid(StaticMapReader))
+            m_cursor.emplace(static_cast<const StaticMapReader &>(storage));
+    }
+
+    // The value in a fixed map; null if the key is not known to be held by one.
+    const QVariant *inPlace(const KeyList::value_type &key)
+    {
+        return m_cursor ? m_cursor->find(key.first, key.second) : nullptr;
+    }
+
+    // Good until the next call.
+    const QVariant &value(const KeyList::value_type &key)
+    {
+        if (const QVariant *found = inPlace(key))
+            return *found;
+        m_fetched = m_storage.value(key.first, key.second);
+        return m_fetched;
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(ValueReader)
+
+    const AbstractStorage &m_storage;
+    std::optional<StaticMapReader::Cursor> m_cursor;
+    QVariant m_fetched;
+};
+
+QString topValuesChanged(const AbstractStorage &storage, const KeyList &candidates)
+{
+    constexpr qsizetype roomForValue = 32; // with what is around it; the text may grow further
+    const QLatin1StringView name = typeName(storage.type());
+    qsizetype size = 32 + name.size();
+    for (const auto &[group, key] : candidates)
+        size += group.size() + key.size() + roomForValue;
+
+    QString line;
+    line.reserve(size);
+    line += "Top values changed: "_L1 % name % ": {"_L1;
+    ValueReader reader(storage);
+    for (const auto &candidate : candidates) {
+        line += u' ' % candidate.first % u'/' % candidate.second % u" = '"
+                % reader.value(candidate).toString() % u"',";
+    }
+    line.chop(1); // the comma behind the last value
+    line += " }"_L1;
+    return line;
+}
+
+// A new layer. Not QSharedPointer::create(): if the constructor throws, it destroys an object that was
+// never constructed.
 template <typename Storage, typename... Arguments>
 QSharedPointer<AbstractStorage> makeStorage(Arguments &&...arguments)
 {
@@ -123,13 +178,14 @@ void ConfigurationManagerPrivate::initStorage(SettingsType type, const QVariantM
     }
 }
 
-/*! Inserts a newly made layer at its rank, or puts it in the place of the one of its type. */
-void ConfigurationManagerPrivate::registerStorage(const QSharedPointer<AbstractStorage> &storage)
+// Inserts a new layer at its rank, or puts it in the place of the one of its type. It takes the layer
+// over, so that the layer dies at once if a handler clears it during the last notification.
+void ConfigurationManagerPrivate::registerStorage(QSharedPointer<AbstractStorage> storage)
 {
     if (const auto previous = sharedStorage(storage->type()))
-        replaceStorage(previous, storage);
+        replaceStorage(*previous, std::move(storage));
     else
-        insertStorage(storage);
+        insertStorage(std::move(storage));
 }
 
 void ConfigurationManagerPrivate::clearStorage(SettingsType type)
@@ -151,54 +207,58 @@ void ConfigurationManagerPrivate::clearStorage(SettingsType type)
         onValueChanged(type, group, key, QVariant());
 }
 
-void ConfigurationManagerPrivate::insertStorage(const QSharedPointer<AbstractStorage> &storage)
+void ConfigurationManagerPrivate::insertStorage(QSharedPointer<AbstractStorage> storage)
 {
     const SettingsType type = storage->type();
     KeyList candidates = storage->keys();
     placeStorage(storage);
     logger->info("Storage: "_L1 % typeName(type) % " initialized"_L1);
+    if (!logOperation(type) && handlers.isEmpty())
+        return;
 
     candidates.removeIf(
-            [this, type](const auto &pair) { return isHidden(pair.first, pair.second, type); });
-    reportCandidates(*storage, candidates);
+            [this, type](const auto &key) { return isOverridden(key.first, key.second, type); });
+    reportCandidates(std::move(storage), candidates);
 }
 
-/*!
- * Keys that a higher layer hides stay candidates here, unlike in insertStorage(): among two or more
- * they are reported, a single one is dropped by onValueChanged(). Kept as it is.
- */
-void ConfigurationManagerPrivate::replaceStorage(const QSharedPointer<AbstractStorage> &previous,
-                                                 const QSharedPointer<AbstractStorage> &storage)
+// Intentional: overridden keys stay candidates here, unlike in insertStorage(). Among two or more they
+// are notified, a single one is dropped by onValueChanged().
+void ConfigurationManagerPrivate::replaceStorage(const AbstractStorage &previous,
+                                                 QSharedPointer<AbstractStorage> storage)
 {
     const SettingsType type = storage->type();
     KeyList candidates = storage->keys();
-    const KeyList previousKeys = previous->keys();
+    const KeyList previousKeys = previous.keys();
     const KeyList removed = without(previousKeys, candidates);
-    // Asked while the previous layer is in place: does it answer, and does the new one agree?
-    KeyLookup previouslyHeld(previousKeys);
-    candidates.removeIf([&](const auto &pair) {
-        if (!previouslyHeld.contains(pair))
+    // While the previous layer is in place: do readers get its value, and is the new one equal?
+    KeyCursor cursor(previousKeys);
+    ValueReader previousReader(previous);
+    ValueReader reader(*storage);
+    candidates.removeIf([&](const auto &key) {
+        const auto *previousKey = cursor.moveBehind(key);
+        if (!previousKey)
             return false;
-        const auto &[group, key] = pair;
-        return isOrigin(type, group, key)
-                && previous->value(group, key) == storage->value(group, key);
+        const QVariant *held = previousReader.inPlace(*previousKey);
+        if (!isOrigin(type, key.first, key.second, held ? &previous : nullptr))
+            return false;
+        return (held ? *held : previousReader.value(*previousKey)) == reader.value(key);
     });
 
     placeStorage(storage);
     logger->info("Storage: "_L1 % typeName(type) % " reinitialized"_L1);
     for (const auto &[group, key] : removed)
         onValueChanged(type, group, key, QVariant());
-    reportCandidates(*storage, candidates);
+    reportCandidates(std::move(storage), candidates);
 }
 
-/*! The layer \a type with a reference counted, or null. */
+// The layer `type` with a reference counted, or null.
 QSharedPointer<AbstractStorage> ConfigurationManagerPrivate::sharedStorage(SettingsType type) const
 {
     const SpinLocker locker(&mutex);
     return storages.value(indexOfStorage(type));
 }
 
-/*! Puts \a storage in the place of the layer of its type, or at its rank where there is none. */
+// Puts `storage` in the place of the layer of its type, or at its rank where there is none.
 void ConfigurationManagerPrivate::placeStorage(const QSharedPointer<AbstractStorage> &storage)
 {
     const SettingsType type = storage->type();
@@ -213,31 +273,28 @@ void ConfigurationManagerPrivate::placeStorage(const QSharedPointer<AbstractStor
         storages.insert(place, storage);
 }
 
-/*! Tells of the pairs of a newly placed layer that may have changed what readers see. */
-void ConfigurationManagerPrivate::reportCandidates(const AbstractStorage &storage,
+// Logs and notifies the keys of a newly placed layer whose effective values may have changed.
+void ConfigurationManagerPrivate::reportCandidates(QSharedPointer<AbstractStorage> storage,
                                                    const KeyList &candidates)
 {
-    const SettingsType type = storage.type();
-    if (candidates.size() == 1) {
-        const auto &[group, key] = candidates.first();
-        onValueChanged(type, group, key, storage.value(group, key));
+    if (candidates.isEmpty())
         return;
-    }
-    if (candidates.size() > 1 && isLogged(type))
-        logCandidates(storage, candidates);
-    for (const auto &[group, key] : candidates)
-        notifyHandlers(type, group, key, storage.value(group, key));
-}
+    const SettingsType type = storage->type();
+    const bool isSingle = candidates.size() == 1;
+    if (!isSingle)
+        logForType(type, [&] { return topValuesChanged(*storage, candidates); });
 
-void ConfigurationManagerPrivate::logCandidates(const AbstractStorage &storage,
-                                                const KeyList &candidates) const
-{
-    QString line = "Top values changed: "_L1 % typeName(storage.type()) % ": {"_L1;
-    for (const auto &[group, key] : candidates)
-        line += u' ' % group % u'/' % key % u" = '" % storage.value(group, key).toString() % u"',";
-    line.chop(1); // the comma behind the last value
-    line += " }"_L1;
-    logForType(storage.type(), line);
+    ValueReader reader(*storage);
+    for (auto key = candidates.cbegin(); key != std::prev(candidates.cend()); ++key)
+        notifyHandlers(type, key->first, key->second, reader.value(*key));
+
+    const auto &[group, key] = candidates.last();
+    const QVariant value = reader.value(candidates.last());
+    storage.reset(); // a handler may clear the layer, and then it has to die
+    if (isSingle)
+        onValueChanged(type, group, key, value);
+    else
+        notifyHandlers(type, group, key, value);
 }
 
 } // namespace tamsel

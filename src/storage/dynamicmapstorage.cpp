@@ -22,6 +22,8 @@ bool DynamicMapStorage::isAvailable() const
 
 bool DynamicMapStorage::contains(const QString &group, const QString &key) const
 {
+    if (!mayHold(group))
+        return false;
     const SpinLocker locker(&m_mutex);
     const auto entries = m_values.constFind(group);
     return entries != m_values.cend() && entries->contains(key);
@@ -36,6 +38,8 @@ QVariant DynamicMapStorage::value(const QString &group, const QString &key) cons
 
 bool DynamicMapStorage::lookup(const LookupKey &key, QVariant *value) const
 {
+    if (!mayHold(key.group()))
+        return false;
     const SpinLocker locker(&m_mutex);
     const auto entries = m_values.constFind(key.group());
     if (entries == m_values.cend())
@@ -43,7 +47,7 @@ bool DynamicMapStorage::lookup(const LookupKey &key, QVariant *value) const
     const auto entry = entries->constFind(key.key());
     if (entry == entries->cend())
         return false;
-    *value = *entry;
+    QVariant(*entry).swap(*value); // cheaper than the assignment
     return true;
 }
 
@@ -70,22 +74,24 @@ KeyList DynamicMapStorage::keys() const
     return result;
 }
 
-/*! Whether the value differed from the stored one and was written. */
+// Whether the value differed from the stored one and was written.
 bool DynamicMapStorage::store(const QString &group, const QString &key, const QVariant &value)
 {
     const SpinLocker locker(&m_mutex);
     QVariantMap &entries = m_values[group]; // an equal value is in a group that exists
     const auto entry = entries.find(key);
-    if (entry == entries.end())
+    if (entry == entries.end()) {
         entries.insert(key, value);
-    else if (*entry != value)
+        m_groupBits |= groupBit(group);
+    } else if (*entry != value) {
         *entry = QVariant(value); // if the copy fails, the old value is still there
-    else
+    } else {
         return false;
+    }
     return true;
 }
 
-/*! Whether the pair was there. */
+// Whether the key was held.
 bool DynamicMapStorage::erase(const QString &group, const QString &key)
 {
     const SpinLocker locker(&m_mutex);

@@ -9,15 +9,14 @@
 #include <QtCore/QMap>
 #include <QtCore/QMutex>
 
+#include <atomic>
+
 namespace tamsel {
 
-/*!
- * \internal
- * \brief The writable layer in memory: starts empty, is never saved.
- *
- * Each operation is atomic under the storage's own lock. A change is reported after the lock has
- * been released, so a handler may come back; another thread's write may slip in between.
- */
+// The writable layer in memory: starts empty, is never saved.
+//
+// Each operation is atomic under the storage's own lock. The handler is called after the lock has
+// been released, so a handler may come back; another thread's write may slip in between.
 class DynamicMapStorage : public LookupStorage
 {
 public:
@@ -28,19 +27,25 @@ public:
     bool contains(const QString &group, const QString &key) const override;
     QVariant value(const QString &group, const QString &key) const override;
     bool lookup(const LookupKey &key, QVariant *value) const override;
-    /*! A value equal to the stored one is neither written nor reported. */
+    // A value equal to the stored one is neither written nor notified.
     void setValue(const QString &group, const QString &key, const QVariant &value) override;
-    /*! Reports the removal of a pair that was there, and nothing else. */
+    // Notifies only if the key was held.
     void remove(const QString &group, const QString &key) override;
-    /*! Sorted by group, then by key. */
+    // Sorted by group, then by key.
     KeyList keys() const override;
 
 private:
+    // If not, no key of that group has ever been written.
+    bool mayHold(const QString &group) const
+    {
+        return (m_groupBits.load(std::memory_order_relaxed) & groupBit(group)) != 0;
+    }
     bool store(const QString &group, const QString &key, const QVariant &value);
     bool erase(const QString &group, const QString &key);
 
     QMap<QString, QVariantMap> m_values; // guarded by m_mutex; a group stays when it gets empty
     mutable QMutex m_mutex;
+    std::atomic<quintptr> m_groupBits = 0; // of the groups in m_values; only grows
 };
 
 } // namespace tamsel

@@ -11,6 +11,18 @@
 
 namespace tamsel {
 
+// One of as many bits as a pointer has, for the name of a group. A layer in memory collects those of
+// its groups: where the bit is missing, the layer need not be searched. Groups of one length that
+// begin and end alike share a bit, so that it costs little.
+inline quintptr groupBit(const QString &group)
+{
+    if (group.isEmpty())
+        return 1;
+    const quintptr hash
+            = quintptr(group.size()) + 5U * group.front().unicode() + 11U * group.back().unicode();
+    return quintptr{1} << hash % (8 * sizeof(quintptr));
+}
+
 // The group and the key that a lookup is for. Borrows both.
 class LookupKey
 {
@@ -43,9 +55,6 @@ public:
     // Whether the layer holds the key. If so, *value becomes its value; otherwise it stays.
     virtual bool lookup(const LookupKey &key, QVariant *value) const = 0;
 };
-
-// `storage`, if it is one of the library's own; null for any other AbstractStorage.
-const LookupStorage *toLookupStorage(const AbstractStorage &storage);
 
 } // namespace tamsel
 

@@ -8,6 +8,7 @@
 #include <QtCore/QAtomicInt>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEvent>
+#include <QtCore/QRectF>
 #include <QtCore/QSettings>
 #include <QtCore/QThread>
 
@@ -19,26 +20,13 @@ namespace tamsel {
 
 namespace {
 
-// What QSettings is to answer for a key that it does not hold. No file can hold one: a file that names
-// the type gives an object without the address.
-struct NotHeld
-{
-    const void *address = nullptr;
-};
-
-constexpr char notHeldAddress = 0;
-
+// What QSettings is to answer for a key that it does not hold. A QRectF is too large to lie inside a
+// QVariant: copies share it, and no value from a file has its address.
 const QVariant &notHeld()
 {
     // Intentional: never deleted. A manager that is a static object may still be read at the end.
-    static const auto *const variant = new QVariant(QVariant::fromValue(NotHeld{&notHeldAddress}));
-    return *variant;
-}
-
-bool isNotHeld(const QVariant &value)
-{
-    return value.metaType() == QMetaType::fromType<NotHeld>()
-            && static_cast<const NotHeld *>(value.constData())->address == &notHeldAddress;
+    static const auto *const value = new QVariant(QRectF());
+    return *value;
 }
 
 } // namespace
@@ -118,8 +106,9 @@ QVariant QtSettingsIniStorage::value(const QString &group, const QString &key) c
 
 bool QtSettingsIniStorage::lookup(const LookupKey &key, QVariant *value) const
 {
-    QVariant found = m_settings->value(key.full(), notHeld());
-    if (isNotHeld(found))
+    const QVariant &missing = notHeld();
+    QVariant found = m_settings->value(key.full(), missing);
+    if (found.constData() == missing.constData())
         return false;
     *value = std::move(found);
     return true;
@@ -148,7 +137,7 @@ void QtSettingsIniStorage::remove(const QString &group, const QString &key)
     }
     m_settings->remove(LookupKey(group, key).full());
     m_settings->requestFlush();
-    // Kept as it is: unlike in memory, removing an absent key is reported.
+    // Intentional: unlike in memory, removing an absent key is notified.
     notify(group, key, QVariant());
 }
 
@@ -159,7 +148,7 @@ KeyList QtSettingsIniStorage::keys() const
     result.reserve(fullKeys.size());
     QString group = u""_s; // shared by the keys that follow one another
     for (const QString &fullKey : fullKeys) {
-        // Kept as it is: a key without "/" is its own group, middle segments are dropped.
+        // Intentional: a key without "/" is its own group, middle segments are dropped.
         const QStringView first = QStringView(fullKey).left(fullKey.indexOf(u'/'));
         if (group != first)
             group = first.toString();

@@ -10,14 +10,11 @@
 
 namespace tamsel {
 
-/*!
- * \internal
- * \brief The layer in an INI file: (group, key) is the key "group/key" of one QSettings.
- *
- * Nothing is cached here and sync() is never called: QSettings decides when the file is written, at
- * the latest when the storage dies. The consistency of a single call is that of QSettings too; two
- * threads that write the same pair may both report it.
- */
+// The layer in an INI file: (group, key) is the key "group/key" of one QSettings.
+//
+// Nothing is cached here and sync() is never called: QSettings decides when the file is written, at
+// the latest when the storage dies. The consistency of a single call is that of QSettings too; two
+// threads that write the same pair may both report it.
 class QtSettingsIniStorage : public LookupStorage
 {
 public:
@@ -29,11 +26,11 @@ public:
     bool contains(const QString &group, const QString &key) const override;
     QVariant value(const QString &group, const QString &key) const override;
     bool lookup(const LookupKey &key, QVariant *value) const override;
-    /*! Logs an error if the file is not writable, also for a value that would not change. */
+    // Logs an error if the file is not writable, also for a value that would not change.
     void setValue(const QString &group, const QString &key, const QVariant &value) override;
-    /*! Takes the keys below the pair with it, as QSettings does, and always reports the removal. */
+    // Also removes every key that starts with `key` + "/", as QSettings does. Always notifies, once.
     void remove(const QString &group, const QString &key) override;
-    /*! In the order of QSettings::allKeys(): the first and the last segment of each key. */
+    // In the order of QSettings::allKeys(): the first and the last segment of each key.
     KeyList keys() const override;
 
 private:

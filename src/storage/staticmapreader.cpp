@@ -15,6 +15,20 @@ const QVariantMap *asMap(const QVariant &group)
     return static_cast<const QVariantMap *>(group.constData());
 }
 
+quintptr groupBits(const QVariantMap &groups)
+{
+    quintptr bits = 0;
+    for (auto group = groups.cbegin(); group != groups.cend(); ++group)
+        bits |= groupBit(group.key());
+    return bits;
+}
+
+// Whether the texts share their characters, as a key and its copies do.
+bool isShared(const QString &a, const QString &b)
+{
+    return a.constData() == b.constData() && a.size() == b.size();
+}
+
 // The entries of a group. A QVariantMap is read in place, without a copy. What merely converts to one
 // is converted again for every question; nothing is cached.
 class GroupEntries
@@ -43,7 +57,7 @@ private:
 
 StaticMapReader::StaticMapReader(SettingsType type, IConfigurationChangeHandler *handler,
                                  ILogger *logger, const QVariantMap &values)
-    : LookupStorage(type, handler, logger), m_values(values)
+    : LookupStorage(type, handler, logger), m_values(values), m_groupBits(groupBits(values))
 {
 }
 
@@ -56,6 +70,8 @@ bool StaticMapReader::isAvailable() const
 
 bool StaticMapReader::contains(const QString &group, const QString &key) const
 {
+    if (!mayHold(group))
+        return false;
     const auto found = m_values.constFind(group);
     if (found == m_values.cend())
         return false;
@@ -77,6 +93,8 @@ QVariant StaticMapReader::value(const QString &group, const QString &key) const
 
 bool StaticMapReader::lookup(const LookupKey &key, QVariant *value) const
 {
+    if (!mayHold(key.group()))
+        return false;
     const auto found = m_values.constFind(key.group());
     if (found == m_values.cend())
         return false;
@@ -84,7 +102,7 @@ bool StaticMapReader::lookup(const LookupKey &key, QVariant *value) const
         const auto entry = entries->constFind(key.key());
         if (entry == entries->cend())
             return false;
-        *value = *entry;
+        QVariant(*entry).swap(*value); // cheaper than the assignment
         return true;
     }
     // Intentional: converted once for each of the two questions, which the host can count.
@@ -97,14 +115,40 @@ bool StaticMapReader::lookup(const LookupKey &key, QVariant *value) const
 KeyList StaticMapReader::keys() const
 {
     KeyList result;
+    qsizetype count = 0;
+    for (const QVariant &group : m_values) {
+        if (const QVariantMap *entries = asMap(group))
+            count += entries->size();
+    }
+    result.reserve(count);
     for (auto group = m_values.cbegin(); group != m_values.cend(); ++group) {
         const GroupEntries entries(*group);
         if (!entries)
             continue;
         for (auto entry = entries->cbegin(); entry != entries->cend(); ++entry)
-            result.append({group.key(), entry.key()});
+            result.emplaceBack(group.key(), entry.key());
     }
     return result;
+}
+
+const QVariant *StaticMapReader::Cursor::find(const QString &group, const QString &key)
+{
+    if (!isShared(m_group, group)) {
+        m_group = group;
+        const auto found = m_values.constFind(group);
+        m_entries = found != m_values.cend() ? asMap(*found) : nullptr;
+        if (m_entries)
+            m_entry = m_entries->cbegin();
+    }
+    if (!m_entries)
+        return nullptr;
+    // This one or the next, or somewhere else.
+    for (int i = 0; i < 2 && m_entry != m_entries->cend(); ++i, ++m_entry) {
+        if (isShared(m_entry.key(), key))
+            return &*m_entry;
+    }
+    m_entry = m_entries->constFind(key);
+    return m_entry != m_entries->cend() ? &*m_entry : nullptr;
 }
 
 } // namespace tamsel

@@ -8,14 +8,11 @@
 
 namespace tamsel {
 
-/*!
- * \internal
- * \brief The read-only layer over a map of group name to the map of the group's entries.
- *
- * An entry that cannot be converted to a QVariantMap is no group and is invisible. The map never
- * changes, so any number of threads may read without a lock. Writes and removals are refused by the
- * base.
- */
+// The read-only layer over a map of group name to the map of the group's entries.
+//
+// An entry that cannot be converted to a QVariantMap is no group and is invisible. The map never
+// changes, so any number of threads may read without a lock. Writes and removals are refused by the
+// base.
 class StaticMapReader : public LookupStorage
 {
 public:
@@ -27,11 +24,33 @@ public:
     bool contains(const QString &group, const QString &key) const override;
     QVariant value(const QString &group, const QString &key) const override;
     bool lookup(const LookupKey &key, QVariant *value) const override;
-    /*! Sorted by group, then by key. */
+    // Sorted by group, then by key.
     KeyList keys() const override;
 
+    // Reads the map in place. Cheapest in the order of keys(), where nothing is searched. Borrows the
+    // map of the reader.
+    class Cursor
+    {
+    public:
+        explicit Cursor(const StaticMapReader &reader) : m_values(reader.m_values) { }
+
+        // The value of the key; null if it is not held, or in a group that has to be converted.
+        const QVariant *find(const QString &group, const QString &key);
+
+    private:
+        Q_DISABLE_COPY_MOVE(Cursor)
+
+        const QVariantMap &m_values;
+        QString m_group;
+        const QVariantMap *m_entries = nullptr; // of m_group, if it has some in place
+        QVariantMap::const_iterator m_entry; // the last one found, if m_entries is there
+    };
+
 private:
+    bool mayHold(const QString &group) const { return (m_groupBits & groupBit(group)) != 0; }
+
     const QVariantMap m_values;
+    const quintptr m_groupBits;
 };
 
 } // namespace tamsel

@@ -168,8 +168,7 @@ public:
             describe(*storage, &lines);
         if (layer)
             describe(*layer, &lines);
-        lines.append(u"%1 handlers, %2 tickets"_s.arg(privateOf(*manager).handlers.size())
-                             .arg(privateOf(*manager).handlerTickets.size()));
+        lines.append(u"%1 handlers"_s.arg(privateOf(*manager).handlers.size()));
         return lines.replaceInStrings(m_folder.path(), QString());
     }
 

@@ -4,10 +4,10 @@
 // A key is read while other threads write and remove it in every kind of layer. What a reader gets,
 // what is logged and what the handlers get is always something that a layer held.
 
-#include <files.h>
-#include <journal.h>
-#include <layers.h>
-#include <threads.h>
+#include "files.h"
+#include "journal.h"
+#include "layers.h"
+#include "threads.h"
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/iconfigurationchangehandler.h>
