@@ -34,7 +34,7 @@ public:
         manager->setValue(u"Logging"_s, key, value, type);
     }
 
-    LogsConfigWrapper *const q; // for the private object's sake; nothing needs it yet
+    LogsConfigWrapper *const q; // the way back of a d-pointer; nothing needs it yet
     ConfigurationManager *const manager; // borrowed
 };
 

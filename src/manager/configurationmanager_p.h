@@ -70,7 +70,7 @@ public:
     bool appendHandler(IConfigurationChangeHandler *handler);
     bool removeHandler(IConfigurationChangeHandler *handler);
 
-    ConfigurationManager *const q; // for the private object's sake; nothing needs it yet
+    ConfigurationManager *const q; // the way back of a d-pointer; nothing needs it yet
     QString persistentStoragePath;
     QString assetsPrefix;
     ILogger *const logger; // borrowed
