@@ -125,6 +125,8 @@ public:
         manager->setAssetsPrefix(m_folder.path() + u'/');
         manager->appendConfigurationHandler(&listener);
         manager->appendConfigurationHandler(&secondHandler);
+        manager->appendConfigurationHandler(
+                &thirdHandler); // the list is full: one more needs memory
     }
 
     ~Host()
@@ -211,6 +213,7 @@ public:
     Listener listener;
     Listener secondHandler;
     Listener thirdHandler;
+    Listener fourthHandler;
     std::unique_ptr<ConfigurationManager> manager;
     std::unique_ptr<AbstractStorage> layer; // one that the manager does not know
 };
@@ -447,7 +450,7 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
         const ConfigurationManager manager(&host.listener);
     }) << Step();
     QTest::newRow("manager: a handler more") << Step([](Host &) {}) << Step([](Host &host) {
-        host.manager->appendConfigurationHandler(&host.thirdHandler);
+        host.manager->appendConfigurationHandler(&host.fourthHandler);
     }) << Step();
     QTest::newRow("manager: path of the start-up screen")
             << Step([](Host &) {})
