@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-# Upper limits in bytes, each 10 % above what was measured; docs/size.md says what they are made of.
+# Upper limits in bytes, each 10 % above what was measured; docs/building-for-a-box.md says what is measured.
 
 # The stripped library, preset mipsel.
 set(size_budget_text 143971) # 130883
