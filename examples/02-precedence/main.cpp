@@ -22,12 +22,11 @@ int main()
     for (const SettingsType type : tamsel::storagePriority)
         printing::line(QVariant::fromValue(type).toString());
 
-    show(u"nobody holds it"_s);
+    show(u"no layer holds it"_s);
 
-    // The order in which layers are created does not matter.
     settings.initStorage(SettingsType::Runtime);
-    settings.initStorage(SettingsType::SystemProperties);
     settings.initStorage(SettingsType::Rdm, {{u"ui"_s, QVariantMap{{u"theme"_s, u"operator"_s}}}});
+    settings.initStorage(SettingsType::SystemProperties);
     show(u"Rdm holds it"_s);
 
     settings.setValue(u"ui"_s, u"theme"_s, u"light"_s, SettingsType::SystemProperties);
@@ -36,7 +35,7 @@ int main()
     settings.setValue(u"ui"_s, u"theme"_s, u"dark"_s, SettingsType::Runtime);
     show(u"written above"_s);
 
-    // Holding the pair counts, not the value. Writing an invalid value is told to nobody.
+    // A layer that holds the setting is its origin, whatever the value is.
     settings.setValue(u"ui"_s, u"theme"_s, QVariant(), SettingsType::Runtime);
     show(u"an invalid value above"_s);
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// A change handler hears of what readers can see, and of nothing else.
+// A change handler is notified when an effective value changes.
 
 #include "printing.h"
 
@@ -15,8 +15,8 @@ int main()
     printing::Logger logger;
     printing::Handler handler;
     tamsel::ConfigurationManager settings(&logger);
-    settings.initStorage(SettingsType::SystemProperties);
     settings.initStorage(SettingsType::Runtime);
+    settings.initStorage(SettingsType::SystemProperties);
     settings.appendConfigurationHandler(&handler);
 
     printing::line(u"A value is written:"_s);
@@ -28,10 +28,10 @@ int main()
     printing::line(u"A higher layer:"_s);
     settings.setValue(u"player"_s, u"volume"_s, 9, SettingsType::Runtime);
 
-    printing::line(u"The lower layer, hidden now:"_s);
+    printing::line(u"The lower layer, overridden now:"_s);
     settings.setValue(u"player"_s, u"volume"_s, 8, SettingsType::SystemProperties);
 
-    // The value that appears is passed on as text. settings.value() gives the number.
+    // Handlers get the uncovered value as text. settings.value() returns the number.
     printing::line(u"The higher layer loses it:"_s);
     settings.removeValue(u"player"_s, u"volume"_s, SettingsType::Runtime);
 
@@ -39,7 +39,7 @@ int main()
     settings.removeValue(u"player"_s, u"volume"_s, SettingsType::SystemProperties);
 
     settings.removeConfigurationHandler(&handler);
-    printing::line(u"Nobody listens any more:"_s);
+    printing::line(u"Without the handler:"_s);
     settings.setValue(u"player"_s, u"volume"_s, 5, SettingsType::Runtime);
 
     return 0;

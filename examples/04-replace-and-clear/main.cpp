@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// A whole layer is replaced, then cleared; the handler hears of the difference, pair by pair.
+// A layer is replaced, then cleared; the handler is notified of each difference.
 
 #include "printing.h"
 
@@ -18,14 +18,14 @@ int main()
     settings.appendConfigurationHandler(&handler);
 
     printing::line(u"Two fixed maps:"_s);
-    settings.initStorage(SettingsType::FeatureKeys,
-                         {{u"features"_s, QVariantMap{{u"recording"_s, false}}}});
     settings.initStorage(
             SettingsType::Rdm,
             {{u"features"_s, QVariantMap{{u"recording"_s, true}}},
              {u"network"_s, QVariantMap{{u"server"_s, u"north"_s}, {u"timeout"_s, 20}}}});
+    settings.initStorage(SettingsType::FeatureKeys,
+                         {{u"features"_s, QVariantMap{{u"recording"_s, false}}}});
 
-    // Lost pairs come first, one by one; then the new and the changed ones. Equal ones are not told.
+    // Lost settings come first, then the new and the changed ones. Equal ones are not notified.
     printing::line(u"Rdm is replaced:"_s);
     settings.initStorage(
             SettingsType::Rdm,

@@ -33,7 +33,8 @@ int fail(const QString &reason)
 
 void createLayers(tamsel::ConfigurationManager &settings, const QVariantMap &commandLine)
 {
-    // These may hold the log level: they come first. Otherwise the order is of no importance.
+    // Intentional: the layers that may hold the log level come first, so that it filters the messages
+    // about the others. Else a host creates its layers from the highest precedence to the lowest.
     settings.initStorage(SettingsType::CommandLineArgs, commandLine);
     settings.initStorage(SettingsType::CustomConfPersistent);
     settings.initStorage(SettingsType::SelviDb);

@@ -106,7 +106,7 @@ void describe(QCommandLineParser &parser)
             {u"layer"_s, u"Look at this layer alone, as if there were no other."_s, u"LAYER"_s},
             {u"get"_s, u"Print the value of one setting and nothing else."_s, u"group/key"_s},
             {u"explain"_s, u"Show every layer for one setting."_s, u"group/key"_s},
-            {u"diff"_s, u"Show what readers would see change with this storage directory."_s,
+            {u"diff"_s, u"Show the effective values that this storage directory would change."_s,
              u"DIR/"_s},
             {u"json"_s, u"Print JSON."_s},
             {u"wide"_s, u"Print tables on a terminal as wide as they are."_s},
