@@ -43,11 +43,11 @@ QString valueOf(const QString &layer, int group, int key)
     return u"%1's value %2 of %3"_s.arg(layer, QString::number(key), QString::number(group));
 }
 
-QByteArray iniFile(const QString &layer)
+QByteArray iniFile(const QString &layer, const QString &prefix = {})
 {
     QString text;
     for (int group = 0; group < groupCount; ++group) {
-        text += u'[' + groupName(group) + "]\n"_L1;
+        text += u'[' + prefix + groupName(group) + "]\n"_L1;
         for (int key = 0; key < keysPerGroup; ++key)
             text += keyName(key) + u'=' + valueOf(layer, group, key) + u'\n';
     }
@@ -105,6 +105,7 @@ class tst_InspectCost : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void tenThousandSettingsCostUnderTwentyTimesTheirLoading();
+    void jsonOfTwoHundredThousandSettingsTakesUnderTwoHundredMegabytes();
 };
 
 // Every setting is in all eight layers. The files are loaded with nothing around it; the tool is
@@ -155,6 +156,33 @@ void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
           double(loading) / 1000, double(inspecting) / 1000, ratio);
     QVERIFY(loading > 0);
     QVERIFY2(ratio < mostAllowed, qUtf8Printable(QString::number(ratio)));
+}
+
+void tst_InspectCost::jsonOfTwoHundredThousandSettingsTakesUnderTwoHundredMegabytes()
+{
+    const QTemporaryDir directory;
+    QFile file(directory.filePath(u"ravona.conf"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    for (int part = 0; part < 200'000 / groupCount / keysPerGroup; ++part)
+        file.write(iniFile(u"part%1"_s.arg(part), u"part%1"_s.arg(part)));
+    file.close();
+
+    ProgramSurroundings surroundings;
+    surroundings.directory = directory.path();
+    surroundings.outputFile = directory.filePath(u"output"_s);
+    const ProgramResult result
+            = runProgram(QStringLiteral(TAMSEL_INSPECT),
+                         {u"--storage=."_s, u"--assets=."_s, u"--json"_s}, surroundings);
+    QCOMPARE(result.errors, QString());
+    QCOMPARE(result.end, u"exit 0"_s);
+    QFile output(surroundings.outputFile);
+    QVERIFY(output.open(QIODevice::ReadOnly));
+    QCOMPARE(output.readAll().count('\n'), 200'000 + 2);
+
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage); // the largest of them
+    qInfo("tamsel-inspect --json: %.1f MB", double(usage.ru_maxrss) / 1000);
+    QVERIFY2(usage.ru_maxrss < 200'000, qUtf8Printable(QString::number(usage.ru_maxrss)));
 }
 
 QTEST_GUILESS_MAIN(tst_InspectCost)
