@@ -51,7 +51,8 @@ QString escapeOf(char32_t character)
         break;
     }
     QString result;
-    for (const QChar unit : QString::fromUcs4(&character, 1))
+    const QString units = QString::fromUcs4(&character, 1);
+    for (const QChar unit : units)
         result += u"\\u%1"_s.arg(uint(unit.unicode()), 4, 16, '0'_L1);
     return result;
 }
@@ -145,6 +146,7 @@ QString jsonOfNumber(double number)
     return std::isfinite(number) ? digits : jsonOf(digits);
 }
 
+// NOLINTBEGIN(misc-no-recursion): values are nested no deeper than their file may nest them
 QString jsonOfMap(const QVariantMap &map)
 {
     QStringList members;
@@ -160,6 +162,7 @@ QString jsonOfList(const QVariantList &list)
         members.append(jsonOf(value));
     return jsonArray(members);
 }
+// NOLINTEND(misc-no-recursion)
 
 } // namespace
 
@@ -216,7 +219,7 @@ QString typeText(const QVariant &value)
     return value.isValid() ? QString::fromLatin1(value.typeName()) : u"-"_s;
 }
 
-QString wholeTypeText(const QVariant &value)
+QString wholeTypeText(const QVariant &value) // NOLINT(misc-no-recursion)
 {
     QStringList inner;
     if (value.typeId() == QMetaType::QVariant) {
@@ -235,7 +238,7 @@ QString wholeTypeText(const QVariant &value)
                            : u"%1(%2)"_s.arg(typeText(value), inner.join(", "_L1));
 }
 
-QString jsonOf(const QVariant &value)
+QString jsonOf(const QVariant &value) // NOLINT(misc-no-recursion)
 {
     switch (value.typeId()) {
     case QMetaType::UnknownType:
@@ -286,7 +289,7 @@ QString jsonObject(std::initializer_list<std::pair<QLatin1StringView, QString>> 
     QString result;
     for (const auto &[name, value] : members) {
         result += result.isEmpty() ? u'{' : u',';
-        result += u'"' + name + "\":"_L1 + value;
+        result += u'"' + name + R"(":)"_L1 + value;
     }
     return result + u'}';
 }

@@ -34,7 +34,7 @@ constexpr qsizetype bytesPerLevel = 4;
 
 // Twice what Qt 6.4 to 6.11 need to read a level, divided by its bytes.
 constexpr std::size_t stackPerByte = 32 * sizeof(void *);
-constexpr std::size_t leastStack = 1024 * 1024;
+constexpr std::size_t leastStack = 1 << 20;
 
 QByteArray contentsOf(const QString &fileName)
 {
@@ -131,6 +131,7 @@ qsizetype LineReader::number()
     return m_number;
 }
 
+// NOLINTBEGIN(misc-no-recursion): there is stack for it where a file nests its values deep
 int nestingOf(const QVariant &value)
 {
     int deepest = 0;
@@ -156,6 +157,7 @@ int nestingOf(const QVariant &value)
     }
     return deepest + 1;
 }
+// NOLINTEND(misc-no-recursion)
 
 struct Loading
 {
@@ -199,6 +201,7 @@ void loadOnOwnStack(Loading *loading, qsizetype longest)
 // Intentional: they are never deleted. For what is nested deep that would take as much stack again.
 const QSettings *keep(std::unique_ptr<QSettings> settings)
 {
+    // NOLINTNEXTLINE(*-non-const-global-variables)
     static auto *const kept = new std::vector<std::unique_ptr<QSettings>>;
     kept->push_back(std::move(settings));
     return kept->back().get();

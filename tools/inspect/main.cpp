@@ -50,8 +50,10 @@ void dropWarnings(QtMsgType type, const QMessageLogContext &context, const QStri
 // Before there is a QCoreApplication, which changes the locale to one with UTF-8.
 bool isLocaleAscii()
 {
-    std::setlocale(LC_CTYPE, "");
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
+    static_cast<void>(std::setlocale(LC_CTYPE, ""));
     return std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0;
+    // NOLINTEND(concurrency-mt-unsafe)
 }
 
 QList<SettingName> namesIn(const QList<const Box *> &boxes)

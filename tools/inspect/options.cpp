@@ -76,7 +76,7 @@ std::optional<SettingName> settingOf(const QCommandLineParser &parser, const QSt
     if (!parser.isSet(option))
         return std::nullopt;
     const QString text = parser.value(option);
-    const auto name = nameOf(text);
+    auto name = nameOf(text);
     if (!name)
         throw UserError(u"--%1 '%2' is not group/key"_s.arg(option, text));
     return name;

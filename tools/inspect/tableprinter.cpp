@@ -85,7 +85,7 @@ QString padded(const QString &text, qsizetype width)
 
 } // namespace
 
-void Table::leaveOutRepetitions(QStringList headings)
+void Table::leaveOutRepetitions(const QStringList &headings)
 {
     QStringList repeated;
     for (qsizetype column = rows.first().cells.size() - 1; column >= 0; --column) {

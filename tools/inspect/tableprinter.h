@@ -28,7 +28,7 @@ struct Table
     QString remark = {}; // a line below the table, if not empty
 
     // Takes out those of the columns that say the same in every row, and says it in the remark.
-    void leaveOutRepetitions(QStringList headings);
+    void leaveOutRepetitions(const QStringList &headings);
 };
 
 // Standard output. A terminal gets frames, colours and tables that fit into its width, all else
