@@ -12,8 +12,6 @@
 #include <QtCore/QSettings>
 #include <QtCore/QThread>
 
-#include <utility>
-
 using namespace Qt::StringLiterals;
 
 namespace tamsel {
@@ -110,7 +108,7 @@ bool QtSettingsIniStorage::lookup(const LookupKey &key, QVariant *value) const
     QVariant found = m_settings->value(key.full(), missing);
     if (found.constData() == missing.constData())
         return false;
-    *value = std::move(found);
+    value->swap(found);
     return true;
 }
 
