@@ -11,27 +11,33 @@
 #include <QtCore/QStringBuilder>
 
 #include <algorithm>
-#include <array>
 
 using namespace Qt::StringLiterals;
 
 namespace tamsel {
 
-namespace {
-
-// By the numbers of the layers. Constant: this does not depend on what has been initialised.
-constexpr std::array typeNames{
-        "CommandLineArgs"_L1,   "CustomConfPersistent"_L1, "Rdm"_L1,
-        "RavonaConfDefault"_L1, "SystemProperties"_L1,     "Runtime"_L1,
-        "SelviDb"_L1,           "FeatureKeys"_L1,
-};
-
-} // namespace
-
+// Not a table of views: on a box, the dynamic linker would have to fill in its pointers.
 QLatin1StringView typeName(SettingsType type)
 {
-    const auto number = static_cast<std::size_t>(type);
-    return number < typeNames.size() ? typeNames[number] : QLatin1StringView();
+    switch (type) {
+    case SettingsType::CommandLineArgs:
+        return "CommandLineArgs"_L1;
+    case SettingsType::CustomConfPersistent:
+        return "CustomConfPersistent"_L1;
+    case SettingsType::Rdm:
+        return "Rdm"_L1;
+    case SettingsType::RavonaConfDefault:
+        return "RavonaConfDefault"_L1;
+    case SettingsType::SystemProperties:
+        return "SystemProperties"_L1;
+    case SettingsType::Runtime:
+        return "Runtime"_L1;
+    case SettingsType::SelviDb:
+        return "SelviDb"_L1;
+    case SettingsType::FeatureKeys:
+        return "FeatureKeys"_L1;
+    }
+    return {};
 }
 
 ConfigurationManagerPrivate::LogOperation

@@ -6,7 +6,7 @@
 # The stripped library, preset mipsel.
 set(size_budget_text 143971) # 130883
 set(size_budget_data 4172) # 3793
-set(size_budget_relocations 730) # 664
+set(size_budget_relocations 994) # 904
 
 # The heap of an idle manager with eight empty layers, for 32-bit and for 64-bit pointers.
 set(heap_budget_32 1927) # 1752
