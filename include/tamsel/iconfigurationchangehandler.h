@@ -21,7 +21,8 @@ namespace tamsel {
  * \par Changes that are not notified
  * - An invalid value is written, or is the only new value of a layer that is created or replaced.
  * - A layer is replaced, and its new value equals the old one but has another type, as 5 and "5".
- * - A file layer reads its file again because another program changed it.
+ * - A file layer reads its file again because another program changed it, or is replaced after that;
+ *   ConfigurationManager::clearStorage() and then initStorage() do notify.
  * - A removal from a file layer takes further settings with it, see
  *   ConfigurationManager::removeValue().
  * - Two keys address one entry of a file, as ("a", "b/c") and ("a/b", "c"): only the key that was

@@ -57,8 +57,8 @@ Q_ENUM_NS(SettingsType)
  * \c CustomConfPersistent, \c SelviDb, \c RavonaConfDefault.
  *
  * \par Threads
- * Built when the library is loaded and never changed: any thread may read it without a lock. Static
- * objects of another library or program must not rely on it before \c main() has been entered.
+ * Built when the library is loaded and never changed: any thread may read it without a lock. Do not
+ * use it in the constructors of static objects: it may still be empty there. priorityOf() is ready.
  */
 extern TAMSEL_EXPORT const QList<SettingsType> storagePriority;
 

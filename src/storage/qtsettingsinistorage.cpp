@@ -39,7 +39,7 @@ public:
 
     ~Settings() override
     {
-        if (m_isFlushRequested.loadAcquire() == 0)
+        if (m_flush.loadAcquire() == None)
             return;
         QEvent request(QEvent::UpdateRequest);
         try {
@@ -52,13 +52,12 @@ public:
     void requestFlush()
     {
         if (QThread::currentThreadId() == m_thread
-            || m_isFlushRequested.fetchAndStoreOrdered(1) != 0)
+            || m_flush.fetchAndStoreOrdered(Posted) == Posted)
             return;
         try {
             QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
-        } catch (...) {
-            m_isFlushRequested.storeRelease(0);
-            throw;
+        } catch (...) { // out of memory: left to the next change, or to the destructor
+            m_flush.storeRelease(Wanted);
         }
     }
 
@@ -69,14 +68,16 @@ protected:
             // One flush is enough for all. Events go first: one that is posted after the other line
             // has to stay.
             QCoreApplication::removePostedEvents(this, QEvent::UpdateRequest);
-            m_isFlushRequested.fetchAndStoreOrdered(0);
+            m_flush.fetchAndStoreOrdered(None);
         }
         return QSettings::event(event);
     }
 
 private:
+    enum Flush { None, Wanted, Posted };
+
     const Qt::HANDLE m_thread = QThread::currentThreadId(); // its event loop writes the file
-    QAtomicInt m_isFlushRequested = 0;
+    QAtomicInt m_flush = None; // what other threads wait for
 };
 
 QtSettingsIniStorage::QtSettingsIniStorage(SettingsType type, IConfigurationChangeHandler *handler,
