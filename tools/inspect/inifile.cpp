@@ -252,11 +252,16 @@ qsizetype IniFile::checkLines(const QByteArray &contents)
         longest = std::max(longest, line.size());
         if (marked && line.data() == contents.constData())
             line = line.sliced(3).trimmed();
-        if (line.startsWith('[') && !line.contains(']'))
-            warn(u"the section has no closing bracket"_s);
-        else if (!line.isEmpty() && !line.startsWith('[') && !line.startsWith(';')
-                 && !reader.hasEquals())
+        if (line.startsWith('[')) {
+            const qsizetype end = line.indexOf(']');
+            if (end < 0)
+                warn(u"the section has no closing bracket"_s);
+            else if (line.first(end).contains('\\'))
+                warn(u"a backslash in the name of a section, for which Qt 6.11 reports the file as "
+                     "damaged"_s);
+        } else if (!line.isEmpty() && !line.startsWith(';') && !reader.hasEquals()) {
             warn(u"no section, no key=value and no comment; the line is skipped"_s);
+        }
     }
     if (unshown > 0)
         m_warnings.append(

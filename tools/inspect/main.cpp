@@ -160,6 +160,9 @@ int main(int argc, char **argv)
     qInstallMessageHandler(dropWarnings);
     const bool ascii = isLocaleAscii();
     const QCoreApplication application(argc, argv);
+    // Not every version of Qt does so in such a locale; the widths of letters depend on it.
+    if (ascii)
+        static_cast<void>(std::setlocale(LC_CTYPE, "C.UTF-8")); // NOLINT(concurrency-mt-unsafe)
     try {
         return run(parseOptions(QCoreApplication::arguments()), ascii);
     } catch (const UserError &error) {
