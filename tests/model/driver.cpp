@@ -132,7 +132,7 @@ template <typename Manager> Driver<Manager>::Driver(const QString &root) : m_roo
               };
     m_manager.appendConfigurationHandler(&handler(Role::Records));
     m_manager.appendConfigurationHandler(&handler(Role::Reads));
-} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): it takes the members for leaks
+}
 
 template <typename Manager> QStringList Driver<Manager>::apply(const Operation &operation)
 {
