@@ -111,7 +111,9 @@ ProgramResult sweep(const QString &folder)
 {
     QString commands = recipe();
     commands.replace("/var/lib/host"_L1, u'"' + folder + u'"');
-    return runProgram(u"/bin/sh"_s, {u"-euc"_s, commands});
+    ProgramSurroundings surroundings;
+    surroundings.isOfThisMachine = true;
+    return runProgram(u"/bin/sh"_s, {u"-euc"_s, commands}, surroundings);
 }
 
 } // namespace

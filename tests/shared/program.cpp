@@ -72,7 +72,9 @@ ProgramResult runProgram(const QString &program, const QStringList &arguments,
 void startProgram(QProcess *process, const QString &program, const QStringList &arguments,
                   const ProgramSurroundings &surroundings)
 {
-    QStringList command = emulator() + QStringList(program) + arguments;
+    QStringList command = QStringList(program) + arguments;
+    if (!surroundings.isOfThisMachine)
+        command = emulator() + command;
     process->setProgram(command.takeFirst());
     process->setArguments(command);
     process->setWorkingDirectory(surroundings.directory);

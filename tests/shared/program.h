@@ -27,6 +27,7 @@ struct ProgramSurroundings
 
     QString directory; // the test's own if empty
     QString outputFile; // takes standard output, which is not in the result then; may be a terminal
+    bool isOfThisMachine = false; // as /bin/sh is, which needs no emulator
     QProcessEnvironment environment; // a UTF-8 locale, and Qt's messages as they are by default
 };
 
