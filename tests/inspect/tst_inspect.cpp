@@ -55,7 +55,7 @@ QStringList inventoryOf(const QString &directory)
     return result;
 }
 
-// A terminal that a program can write to. It takes little: nobody reads until the program ends.
+// A terminal that a program can write to. It holds little: it is read only after the program has ended.
 class Terminal
 {
 public:
@@ -471,7 +471,7 @@ void tst_Inspect::deeplyNestedValuesAreTrouble()
     write(u"box/custom.conf"_s, nested(30'000));
     QCOMPARE(run(u"tamsel-inspect"_s), message.arg(30'000));
     QCOMPARE(run(u"tamsel-inspect --json --diff box"_s), message.arg(30'000));
-    // Nobody can read an entry with an empty part. It must not end the tool all the same.
+    // An entry with an empty part cannot be read. The tool must still not end.
     write(u"box/custom.conf"_s, nested(30'000).replace("value", "\\value"));
     QCOMPARE(run(u"tamsel-inspect --get ui/lang"_s), u"de\n"_s);
     write(u"box/custom.conf"_s, nested(501));

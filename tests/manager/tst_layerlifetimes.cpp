@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// A layer that is cleared while its first values are notified dies at once, and what nobody would
-// see is not read.
+// A layer that is cleared while its first values are notified dies at once, and values
+// that are neither logged nor notified are not read.
 
 #include "datarows.h"
 #include "managerprivate.h"

@@ -232,7 +232,7 @@ void Driver<Manager>::initStorage(SettingsType type, const QVariantMap &values)
     m_manager.initStorage(type, values);
 }
 
-// Delivers only where nobody has the file open: when QSettings looks at an open file again, and how
+// Delivers only while no layer has the file open: when QSettings looks at an open file again, and how
 // it mixes what it finds there with changes of its own, is up to QSettings.
 template <typename Manager> void Driver<Manager>::deliverFile(const Operation &operation)
 {

@@ -25,7 +25,7 @@ void show(const QString &part, const Heap &heap)
 
 } // namespace
 
-// What a manager that nobody uses holds on the heap.
+// What an unused manager holds on the heap.
 class tst_IdleHeap : public QObject
 {
     Q_OBJECT

@@ -27,8 +27,8 @@ struct EffectiveSetting
     QList<tamsel::SettingsType> hidden; // the lower ones that hold it too, highest first
 };
 
-// Knows all settings there are, although the manager lists none: it remembers each pair of group
-// and key that it hears of.
+// Knows all settings there are, although the manager lists none: it remembers each group
+// and key that it is notified of.
 //
 // Make it before the first layer. A pair is then heard of once some layer brings it, if not for
 // this layer, then for the higher one that hides it. What escapes it: a pair that comes alone,
