@@ -1,41 +1,29 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
+#include "files.h"
 #include "inifile.h"
 #include "skip.h"
+#include "transcripts.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
 #include <QtCore/QDirIterator>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSettings>
-#include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
 
-#include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <optional>
 
-#include <fcntl.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace tamsel::tests;
 
 namespace {
-
-constexpr int patience = 120'000; // milliseconds; emulated programs are slow
-
-QByteArray contentsOf(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : "unreadable"_ba;
-}
 
 // Every file and directory below the directory with its bytes, and when it was changed last.
 QStringList inventoryOf(const QString &directory)
@@ -47,55 +35,13 @@ QStringList inventoryOf(const QString &directory)
         const QString file = files.next();
         const QFileInfo info(file);
         const QString contents
-                = info.isFile() ? QString::fromLatin1(contentsOf(file).toHex()) : QString();
+                = info.isFile() ? QString::fromLatin1(readFile(file).toHex()) : QString();
         result.append(u"%1 %2 %3"_s.arg(
                 file, info.lastModified().toUTC().toString(Qt::ISODateWithMs), contents));
     }
     result.sort();
     return result;
 }
-
-// A terminal that a program can write to. It holds little: it is read only after the program has ended.
-class Terminal
-{
-public:
-    explicit Terminal(ushort columns) : m_screen(posix_openpt(O_RDWR | O_NOCTTY))
-    {
-        std::array<char, 64> name{};
-        if (m_screen < 0 || grantpt(m_screen) != 0 || unlockpt(m_screen) != 0
-            || ptsname_r(m_screen, name.data(), name.size()) != 0)
-            return;
-        m_name = QFile::decodeName(name.data());
-        // Kept open: what was written is lost with the last one who has it open.
-        m_keyboard = open(name.data(), O_RDWR | O_NOCTTY);
-        const winsize size{24, columns, 0, 0};
-        ioctl(m_screen, TIOCSWINSZ, &size);
-        fcntl(m_screen, F_SETFL, O_NONBLOCK);
-    }
-    ~Terminal()
-    {
-        close(m_keyboard);
-        close(m_screen);
-    }
-    QString name() const { return m_name; }
-    QString text() const
-    {
-        QByteArray result;
-        std::array<char, 1024> buffer{};
-        for (ssize_t size = 1; size > 0;) {
-            size = read(m_screen, buffer.data(), buffer.size());
-            result.append(buffer.data(), std::max<ssize_t>(size, 0));
-        }
-        return QString::fromUtf8(result).remove(u'\r');
-    }
-
-private:
-    Q_DISABLE_COPY_MOVE(Terminal)
-
-    const int m_screen;
-    int m_keyboard = -1;
-    QString m_name;
-};
 
 } // namespace
 
@@ -124,125 +70,47 @@ private Q_SLOTS:
     void deeplyNestedValuesAreTrouble();
 
 private:
-    QString path(const QString &name) const { return m_directory->filePath(name); }
-    void write(const QString &name, const QByteArray &contents) const;
+    QString path(const QString &name) const { return m_shell->path(name); }
+    void write(const QString &name, const QByteArray &contents) const
+    {
+        m_shell->write(name, contents);
+    }
     QString run(const QString &command, const QProcessEnvironment &changes = {},
-                std::optional<ushort> columns = {}) const;
-    void checkCommands(const QString &transcript, int *count = nullptr) const;
+                std::optional<ushort> columns = {}) const
+    {
+        return m_shell->run(command, changes, columns);
+    }
 
-    std::optional<QTemporaryDir> m_directory;
+    std::optional<TestShell> m_shell;
 };
 
 // The commands find the tool, the box and its assets by themselves, in a directory of their own.
 void tst_Inspect::init()
 {
-    m_directory.emplace();
+    m_shell.emplace(u"tamsel-inspect"_s, QByteArrayLiteral(TAMSEL_INSPECT));
+    m_shell->environment.remove(u"COLUMNS"_s);
+    m_shell->environment.insert(u"TERM"_s, u"xterm"_s);
+    m_shell->environment.insert(u"NO_COLOR"_s, u"1"_s);
+    m_shell->environment.insert(u"TAMSEL_STORAGE"_s, u"box"_s);
+    m_shell->environment.insert(u"TAMSEL_ASSETS"_s, u"assets"_s);
     write(u"box/custom.conf"_s, "[ui]\nlang=en\n");
     write(u"box/selvi.db"_s, "[ui]\nlang=de\n[profile]\nname=family\n");
     write(u"assets/ravona.conf"_s, "[ui]\nlang=ru\ntheme=light\n");
-    write(u".bin/tamsel-inspect"_s, "#!/bin/sh\nexec " TAMSEL_INSPECT " \"$@\"\n");
-    QVERIFY(QFile::setPermissions(path(u".bin/tamsel-inspect"_s),
-                                  QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-}
-
-void tst_Inspect::write(const QString &name, const QByteArray &contents) const
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path(name)).path()));
-    QFile file(path(name));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(contents), contents.size());
-}
-
-// What a command of the shell prints: standard output, lines of standard error behind a "!", and an
-// exit code that is not 0 in brackets. With columns, it is run on a terminal of this width.
-QString tst_Inspect::run(const QString &command, const QProcessEnvironment &changes,
-                         std::optional<ushort> columns) const
-{
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(u"COLUMNS"_s);
-    environment.insert(u"LC_ALL"_s, u"C.UTF-8"_s);
-    environment.insert(u"TERM"_s, u"xterm"_s);
-    environment.insert(u"NO_COLOR"_s, u"1"_s);
-    environment.insert(u"TAMSEL_STORAGE"_s, u"box"_s);
-    environment.insert(u"TAMSEL_ASSETS"_s, u"assets"_s);
-    environment.insert(u"PATH"_s, path(u".bin:"_s) + environment.value(u"PATH"_s));
-    environment.insert(changes);
-    const Terminal terminal(columns.value_or(0));
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(m_directory->path());
-    process.setStandardInputFile(QProcess::nullDevice());
-    if (columns)
-        process.setStandardOutputFile(terminal.name(), QIODevice::Append);
-    process.start(u"/bin/sh"_s, {u"-c"_s, command});
-    if (!process.waitForFinished(patience) || process.exitStatus() != QProcess::NormalExit)
-        return process.errorString();
-    QString result = columns ? terminal.text() : QString::fromUtf8(process.readAllStandardOutput());
-    const QStringList errors
-            = QString::fromUtf8(process.readAllStandardError()).split(u'\n', Qt::SkipEmptyParts);
-    for (const QString &error : errors)
-        result += "! "_L1 + error + u'\n';
-    if (process.exitCode() != 0)
-        result += u"[%1]\n"_s.arg(process.exitCode());
-    return result;
-}
-
-// Runs each "$ command", or "80$ command" on a terminal, and compares it with what follows.
-void tst_Inspect::checkCommands(const QString &transcript, int *count) const
-{
-    static const QRegularExpression command(u"^(\\d*)\\$ (.*)\n((?:(?!\\d*\\$ |```).*\n)*)"_s,
-                                            QRegularExpression::MultilineOption);
-    auto matches = command.globalMatch(transcript);
-    while (matches.hasNext()) {
-        const QRegularExpressionMatch match = matches.next();
-        const QString columns = match.captured(1);
-        QCOMPARE(
-                match.captured(2) + u'\n'
-                        + run(match.captured(2), {},
-                              columns.isEmpty() ? std::nullopt : std::optional(columns.toUShort())),
-                match.captured(2) + u'\n' + match.captured(3));
-        if (count)
-            ++*count;
-    }
 }
 
 void tst_Inspect::transcripts_data()
 {
-    QTest::addColumn<QString>("transcript");
-
-    const QDir directory(QStringLiteral(TAMSEL_TREE "/tests/inspect/transcripts"));
-    const QStringList files = directory.entryList({u"*.txt"_s});
-    for (const QString &file : files) {
-        const QString text = u'\n' + QString::fromUtf8(contentsOf(directory.filePath(file)));
-        const QStringList sections = text.split(u"\n== "_s).mid(1);
-        for (QString section : sections) {
-            // The blank line in front of the next one is not of its last command.
-            if (section.endsWith(u'\n'))
-                section.chop(1);
-            const QString row = file.section(u'.', 0, 0) + ": "_L1 + section.section(u'\n', 0, 0);
-            QTest::newRow(qUtf8Printable(row)) << section + u'\n';
-        }
-    }
+    addTranscriptRows(QStringLiteral(TAMSEL_TREE "/tests/inspect/transcripts"));
 }
 
 void tst_Inspect::transcripts()
 {
     QFETCH(const QString, transcript);
 
-    // "<< name", and what the file holds up to the next file or command.
-    static const QRegularExpression file(u"^<< (.*)\n((?:(?!\\d*\\$ |<< ).*\n)*)"_s,
-                                         QRegularExpression::MultilineOption);
-    auto files = file.globalMatch(transcript);
-    while (files.hasNext()) {
-        const QRegularExpressionMatch match = files.next();
-        write(match.captured(1), match.captured(2).toUtf8());
-    }
     static const QRegularExpression onTerminal(u"^\\d+\\$ "_s, QRegularExpression::MultilineOption);
     if (transcript.contains(onTerminal) && Terminal(80).name().isEmpty())
         SKIP_TEST("there are no terminals here");
-    int count = 0;
-    checkCommands(transcript, &count);
-    QVERIFY(count > 0);
+    QVERIFY(m_shell->check(transcript) > 0);
 }
 
 void tst_Inspect::theDocumentsShowRealOutput_data()
@@ -260,13 +128,13 @@ void tst_Inspect::theDocumentsShowRealOutput()
     QFETCH(const int, commands);
 
     QVERIFY(QDir().mkpath(path(u"fresh"_s)));
-    const QString text = QString::fromUtf8(contentsOf(document));
+    const QString text = QString::fromUtf8(readFile(document));
     static const QRegularExpression block(u"<!-- checked by tst_inspect -->\n```\n(.*?)```\n"_s,
                                           QRegularExpression::DotMatchesEverythingOption);
     int found = 0;
     auto blocks = block.globalMatch(text);
     while (blocks.hasNext())
-        checkCommands(blocks.next().captured(1), &found);
+        found += m_shell->check(blocks.next().captured(1));
     QCOMPARE(found, commands);
 }
 
@@ -378,10 +246,10 @@ void tst_Inspect::filesStayAsTheyAre()
     QVERIFY(custom.setFileTime(longAgo, QFileDevice::FileModificationTime));
     custom.close();
 
-    const QStringList before = inventoryOf(m_directory->path());
-    QCOMPARE(before.size(), 9);
+    const QStringList before = inventoryOf(path({}));
+    QCOMPARE(before.size(), 7);
     QCOMPARE(run(u"tamsel-inspect %1 > /dev/null 2>&1"_s.arg(options)), end);
-    QCOMPARE(inventoryOf(m_directory->path()), before);
+    QCOMPARE(inventoryOf(path({})), before);
 }
 
 // The manual describes the options that the help lists, and no other.
@@ -400,7 +268,7 @@ void tst_Inspect::helpVersionAndManual()
     };
     const QString help = run(u"tamsel-inspect --help"_s);
     const QString manual = QString::fromUtf8(
-            contentsOf(QStringLiteral(TAMSEL_TREE "/tools/inspect/tamsel-inspect.1")));
+            readFile(QStringLiteral(TAMSEL_TREE "/tools/inspect/tamsel-inspect.1")));
     QStringList options = optionsIn(help, u"^  (?:-., )?--([a-z-]+)"_s);
     options.removeOne(u"help-all"_s); // added by Qt, and the same as --help here
     QVERIFY(options.size() > 10);
