@@ -5,16 +5,21 @@ include(CMakePackageConfigHelpers)
 
 set(tamsel_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tamsel)
 
-install(TARGETS tamsel
-    EXPORT tamselTargets
-    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Devel
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Devel
-    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Devel)
-install(EXPORT tamselTargets
-    NAMESPACE tamsel::
-    DESTINATION ${tamsel_package_dir}
-    COMPONENT Devel)
+# tamsel_install_library(<target> <runtime component> <development component>): a library with its
+# headers, its .pc file, and the targets that tamselConfig.cmake includes.
+function(tamsel_install_library target runtime devel)
+    install(TARGETS ${target}
+        EXPORT ${target}Targets
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${runtime}
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${runtime} NAMELINK_COMPONENT ${devel}
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${devel}
+        FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${devel})
+    install(EXPORT ${target}Targets
+        NAMESPACE tamsel::
+        DESTINATION ${tamsel_package_dir}
+        COMPONENT ${devel})
+    tamsel_install_pc(${target} ${devel})
+endfunction()
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/tamselConfig.cmake.in
     ${PROJECT_BINARY_DIR}/tamselConfig.cmake
@@ -28,7 +33,7 @@ install(FILES
     DESTINATION ${tamsel_package_dir}
     COMPONENT Devel)
 
-# The .pc file finds its prefix from where it lies, so the installed tree can be moved. Both folders
+# The .pc files find their prefix from where they lie, so the installed tree can be moved. Both folders
 # may have been given as absolute paths.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
     BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
@@ -43,24 +48,33 @@ set(tamsel_pc_definitions "")
 if(NOT BUILD_SHARED_LIBS)
     set(tamsel_pc_definitions -DTAMSEL_STATIC)
 endif()
-configure_file(${CMAKE_CURRENT_LIST_DIR}/tamsel.pc.in ${PROJECT_BINARY_DIR}/tamsel.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/tamsel.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-    COMPONENT Devel)
 
-# Staged below DESTDIR, for a sysroot or a package, the .pc file names its prefix instead:
-# freedesktop.org's pkg-config puts PKG_CONFIG_SYSROOT_DIR in front of a folder that it has found from
-# the place of the file as well.
-string(CONFIGURE [[
-    if(NOT "$ENV{DESTDIR}" STREQUAL "")
-        set(pc_file "@CMAKE_INSTALL_LIBDIR@/pkgconfig/tamsel.pc")
-        cmake_path(ABSOLUTE_PATH pc_file BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")
-        file(READ "$ENV{DESTDIR}${pc_file}" text)
-        string(REGEX REPLACE "\nprefix=[^\n]*" "\nprefix=${CMAKE_INSTALL_PREFIX}" text "${text}")
-        file(WRITE "$ENV{DESTDIR}${pc_file}" "${text}")
-    endif()
-]] tamsel_pc_stage @ONLY)
-install(CODE "${tamsel_pc_stage}" COMPONENT Devel)
+# tamsel_install_pc(<name> <component>): makes <name>.pc from cmake/<name>.pc.in.
+function(tamsel_install_pc name component)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${name}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT ${component})
+
+    # Staged below DESTDIR, for a sysroot or a package, the .pc file names its prefix instead:
+    # freedesktop.org's pkg-config puts PKG_CONFIG_SYSROOT_DIR in front of a folder that it has found
+    # from the place of the file as well.
+    string(CONFIGURE [[
+        if(NOT "$ENV{DESTDIR}" STREQUAL "")
+            set(pc_file "@CMAKE_INSTALL_LIBDIR@/pkgconfig/@name@.pc")
+            cmake_path(ABSOLUTE_PATH pc_file BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}")
+            file(READ "$ENV{DESTDIR}${pc_file}" text)
+            string(REGEX REPLACE "\nprefix=[^\n]*" "\nprefix=${CMAKE_INSTALL_PREFIX}" text "${text}")
+            file(WRITE "$ENV{DESTDIR}${pc_file}" "${text}")
+        endif()
+    ]] tamsel_pc_stage @ONLY)
+    install(CODE "${tamsel_pc_stage}" COMPONENT ${component})
+endfunction()
+
+tamsel_install_library(tamsel Runtime Devel)
+if(TAMSEL_BUILD_HOST)
+    tamsel_install_library(tamselhost HostRuntime HostDevel)
+endif()
 
 if(TAMSEL_BUILD_TOOLS)
     # The tool finds the library from where it lies, and a Qt that is not the system's where this build

@@ -88,7 +88,7 @@ targets = {target for page in made.values() for target in page.targets}
 tags = dict(re.findall("<name>(.*?)</name>.*<filename>(.*?)</filename>",
                        (TREE / "docs/doxygen/qtcore.tags").read_text(encoding="utf-8")))
 classes = set()
-for header in (TREE / "include/tamsel").glob("*.h"):
+for header in (TREE / "include/tamsel").rglob("*.h"):
     code = re.sub(r"/\*.*?\*/|//.*?$|^#.*?$", "", header.read_text(encoding="utf-8"),
                   flags=re.DOTALL | re.MULTILINE)
     classes.update(re.findall(r"\bQ[A-Z][a-z]\w+", code))

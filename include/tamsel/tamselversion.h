@@ -22,7 +22,7 @@
 /*! \brief Rises with every release that breaks users' sources or binaries. */
 #define TAMSEL_VERSION_MAJOR 0
 /*! \brief Rises with every release that adds something. */
-#define TAMSEL_VERSION_MINOR 1
+#define TAMSEL_VERSION_MINOR 2
 /*! \brief Rises with every release that only fixes. */
 #define TAMSEL_VERSION_PATCH 0
 
@@ -38,7 +38,7 @@
 #define TAMSEL_VERSION_EXPANDED(major, minor, patch) TAMSEL_VERSION_TEXT(major, minor, patch)
 /*! \endcond */
 
-/*! \brief The version of these headers as text, "0.1.0" for example. */
+/*! \brief The version of these headers as text, "0.2.0" for example. */
 #define TAMSEL_VERSION_STRING \
     TAMSEL_VERSION_EXPANDED(TAMSEL_VERSION_MAJOR, TAMSEL_VERSION_MINOR, TAMSEL_VERSION_PATCH)
 // NOLINTEND(cppcoreguidelines-macro-usage)

@@ -7,7 +7,7 @@
 #
 ################################################################################
 
-TAMSEL_VERSION = 0.1.0
+TAMSEL_VERSION = 0.2.0
 # The checkout that this package file lies in.
 TAMSEL_SITE = $(BR2_EXTERNAL_TAMSEL_PATH)/..
 TAMSEL_SITE_METHOD = local
@@ -21,6 +21,12 @@ TAMSEL_CONF_OPTS = \
 	-DTAMSEL_BUILD_TESTS=OFF \
 	-DTAMSEL_BUILD_EXAMPLES=OFF \
 	-DCMAKE_SKIP_INSTALL_RPATH=ON
+
+ifeq ($(BR2_PACKAGE_TAMSEL_HOST),y)
+TAMSEL_CONF_OPTS += -DTAMSEL_BUILD_HOST=ON
+else
+TAMSEL_CONF_OPTS += -DTAMSEL_BUILD_HOST=OFF
+endif
 
 ifeq ($(BR2_PACKAGE_TAMSEL_TOOLS),y)
 TAMSEL_CONF_OPTS += -DTAMSEL_BUILD_TOOLS=ON

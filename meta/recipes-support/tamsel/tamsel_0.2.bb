@@ -22,10 +22,12 @@ PACKAGECONFIG[tools] = "-DTAMSEL_BUILD_TOOLS=ON,-DTAMSEL_BUILD_TOOLS=OFF"
 # The hardening is that of the distribution's security_flags.inc.
 EXTRA_OECMAKE = "\
     -DBUILD_SHARED_LIBS=ON \
+    -DTAMSEL_BUILD_HOST=ON \
     -DTAMSEL_BUILD_TESTS=OFF \
     -DTAMSEL_BUILD_EXAMPLES=OFF \
     -DCMAKE_SKIP_INSTALL_RPATH=ON \
 "
 
-PACKAGE_BEFORE_PN = "${PN}-tools"
+PACKAGE_BEFORE_PN = "${PN}-host ${PN}-tools"
+FILES:${PN}-host = "${libdir}/libtamselhost${SOLIBS}"
 FILES:${PN}-tools = "${bindir}/tamsel-inspect"

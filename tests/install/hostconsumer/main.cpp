@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// Uses each part of the companion library once, as a host does, and says what is not as it should be.
+
+#include <tamsel/configurationmanager.h>
+#include <tamsel/host/qtlogger.h>
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+
+namespace {
+
+int failures = 0;
+
+void check(bool passed, const char *what)
+{
+    if (passed)
+        return;
+    std::fprintf(stderr, "failed: %s\n", what);
+    ++failures;
+}
+
+#define CHECK(condition) check(condition, #condition)
+
+QStringList logged;
+
+void useLogger()
+{
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &context, const QString &text) {
+        logged.append(context.category + (": " + text));
+    });
+    tamsel::host::QtLogger logger;
+    tamsel::ConfigurationManager settings(&logger);
+    settings.initStorage(tamsel::SettingsType::Runtime);
+    qInstallMessageHandler(nullptr);
+    CHECK(logged == QStringList("tamsel: Storage: Runtime initialized"));
+    // The type information is the library's, not a copy of our own.
+    tamsel::ILogger *interface = &logger;
+    CHECK(dynamic_cast<tamsel::host::QtLogger *>(interface) == &logger);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    useLogger();
+    return failures;
+}
