@@ -29,7 +29,7 @@ const QList<SettingsType> storagePriority(byPriority.cbegin(), byPriority.cend()
 
 int priorityOf(SettingsType type) noexcept
 {
-    const auto found = std::find(byPriority.cbegin(), byPriority.cend(), type);
+    const auto *const found = std::find(byPriority.cbegin(), byPriority.cend(), type);
     return found != byPriority.cend() ? static_cast<int>(found - byPriority.cbegin()) : -1;
 }
 

@@ -107,6 +107,7 @@ const QHash<QString, int> &LogsConfigWrapper::stringLevelToIntLevel() noexcept
 {
     // Made for the first caller, which may be the constructor of a static object. Intentional: never
     // deleted, since its destructor may call too.
+    // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): out of memory ends the process
     static const auto *const levels = new QHash<QString, int>{
             {u"critical"_s, critical}, {u"error"_s, 1},     {u"warning"_s, 2}, {u"info"_s, 3},
             {u"debug"_s, 4},           {u"trace"_s, trace},

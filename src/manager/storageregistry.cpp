@@ -91,6 +91,7 @@ public:
     explicit ValueReader(const AbstractStorage &storage) : m_storage(storage)
     {
         if (typeid(storage) == typeid(StaticMapReader))
+            // NOLINTNEXTLINE(*-static-cast-downcast)
             m_cursor.emplace(static_cast<const StaticMapReader &>(storage));
     }
 

@@ -18,8 +18,8 @@ inline quintptr groupBit(const QString &group)
 {
     if (group.isEmpty())
         return 1;
-    const quintptr hash
-            = quintptr(group.size()) + 5U * group.front().unicode() + 11U * group.back().unicode();
+    const quintptr hash = quintptr(group.size()) + quintptr{5} * group.front().unicode()
+            + quintptr{11} * group.back().unicode();
     return quintptr{1} << hash % (8 * sizeof(quintptr));
 }
 

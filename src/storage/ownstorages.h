@@ -24,6 +24,7 @@ inline const LookupStorage *toLookupStorage(const AbstractStorage &storage)
         && type != &typeid(DynamicMapStorage)) {
         return nullptr;
     }
+    // NOLINTNEXTLINE(*-static-cast-downcast): see above
     return static_cast<const LookupStorage *>(&storage);
 }
 

@@ -34,10 +34,9 @@ bool isShared(const QString &a, const QString &b)
 class GroupEntries
 {
 public:
-    explicit GroupEntries(const QVariant &group)
+    explicit GroupEntries(const QVariant &group) : m_entries(asMap(group))
     {
         const auto mapType = QMetaType::fromType<QVariantMap>();
-        m_entries = asMap(group);
         if (!m_entries && QMetaType::canConvert(group.metaType(), mapType)) {
             m_converted = group.toMap();
             m_entries = &m_converted;
@@ -50,7 +49,7 @@ private:
     Q_DISABLE_COPY_MOVE(GroupEntries)
 
     QVariantMap m_converted;
-    const QVariantMap *m_entries = nullptr;
+    const QVariantMap *m_entries;
 };
 
 } // namespace

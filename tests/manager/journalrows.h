@@ -94,9 +94,10 @@ Step files(); // "file first/persistent/custom.conf: [g] k=1", or "no file"
 class Layers : public QList<SettingsType>
 {
 public:
-    Layers(SettingsType type) : QList{type} { } // NOLINT(google-explicit-constructor)
-    Layers(const QList<SettingsType> &types)
-        : QList(types) { } // NOLINT(google-explicit-constructor)
+    // NOLINTBEGIN(google-explicit-constructor)
+    Layers(SettingsType type) : QList{type} { }
+    Layers(const QList<SettingsType> &types) : QList(types) { }
+    // NOLINTEND(google-explicit-constructor)
     Layers(std::initializer_list<SettingsType> types) : QList(types) { }
 };
 
