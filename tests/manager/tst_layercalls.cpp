@@ -318,7 +318,7 @@ void tst_LayerCalls::replacingALayerNotifiesWhatIsListedAndNotHeld()
     TestHost host;
     addLayer(&host, RavonaConfDefault, u"defaults"_s, {{u"listed, held below"_s, 1}});
     const auto makeListing = [&host](const QString &name) {
-        const auto layer = makeLayer(&host, SelviDb, name, {{u"held"_s, QVariant()}});
+        auto layer = makeLayer(&host, SelviDb, name, {{u"held"_s, QVariant()}});
         layer->list(u"g"_s, u"listed"_s);
         layer->list(u"g"_s, u"listed, held below"_s);
         return layer;
@@ -342,7 +342,7 @@ void tst_LayerCalls::keysListedTwiceStayTwice()
 {
     TestHost host;
     const auto makeListing = [&host](const QString &name, const QStringList &keys) {
-        const auto layer = makeLayer(&host, FeatureKeys, name);
+        auto layer = makeLayer(&host, FeatureKeys, name);
         for (const QString &key : keys)
             layer->put(u"g"_s, key, 1);
         return layer;

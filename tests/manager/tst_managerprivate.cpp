@@ -171,8 +171,8 @@ void tst_ManagerPrivate::aSharedLayerOutlivesItsReplacementItsClearingAndItsMana
     auto host = std::make_unique<TestHost>();
     Journal journal; // outlives the host
     const auto add = [&](const QString &name) {
-        const auto layer = QSharedPointer<FakeStorage>::create(Rdm, &privateOf(host->manager),
-                                                               &journal, name);
+        auto layer = QSharedPointer<FakeStorage>::create(Rdm, &privateOf(host->manager), &journal,
+                                                         name);
         privateOf(host->manager).registerStorage(layer);
         return layer;
     };
