@@ -107,7 +107,6 @@ bool noticesFullDisk(const TinyDisk &disk, qsizetype size)
 
 } // namespace
 
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): it returns from the test
 #define SKIP_WITHOUT(disk) \
     do { \
         if (!(disk).isMounted()) { \

@@ -73,7 +73,6 @@ bool isFutex(long number)
 
 } // namespace
 
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): asm() takes a literal only
 #define POST_EVENT "_ZN16QCoreApplication9postEventEP7QObjectP6QEventi"
 Q_DECL_EXPORT void postEvent(QObject *receiver, QEvent *event, int priority) asm(POST_EVENT);
 void postEvent(QObject *receiver, QEvent *event, int priority)

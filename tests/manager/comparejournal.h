@@ -61,7 +61,6 @@ inline QString difference(const QStringList &actual, const QStringList &expected
 } // namespace tamsel::tests
 
 // Compares what is in a journal, which is empty afterwards, with expectedLines(...).
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): QVERIFY2 returns from the test
 #define COMPARE_JOURNAL(journal, ...) \
     do { \
         const QString differenceText = tamsel::tests::difference( \

@@ -94,10 +94,8 @@ Step files(); // "file first/persistent/custom.conf: [g] k=1", or "no file"
 class Layers : public QList<SettingsType>
 {
 public:
-    // NOLINTBEGIN(google-explicit-constructor)
     Layers(SettingsType type) : QList{type} { }
     Layers(const QList<SettingsType> &types) : QList(types) { }
-    // NOLINTEND(google-explicit-constructor)
     Layers(std::initializer_list<SettingsType> types) : QList(types) { }
 };
 

@@ -14,7 +14,6 @@
 #include <cstddef>
 
 // The C library's own functions, under names that it keeps for replacements such as these.
-// NOLINTBEGIN(cppcoreguidelines-macro-usage,bugprone-reserved-identifier,cert-dcl*)
 #ifdef TAMSEL_ADDRESS_SANITIZER
 #    define TAMSEL_REAL(function) __interceptor_##function
 #else
@@ -27,7 +26,6 @@ void *TAMSEL_REAL(realloc)(void *block, std::size_t size) noexcept;
 void *TAMSEL_REAL(memalign)(std::size_t alignment, std::size_t size) noexcept;
 void TAMSEL_REAL(free)(void *block) noexcept;
 }
-// NOLINTEND(cppcoreguidelines-macro-usage,bugprone-reserved-identifier,cert-dcl*)
 
 namespace tamsel::tests {
 
@@ -41,8 +39,6 @@ static void release(void *block) noexcept;
 
 } // namespace tamsel::tests
 
-// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name,cppcoreguidelines-no-malloc)
-// NOLINTBEGIN(misc-definitions-in-headers)
 #pragma GCC visibility push(default) // or the libraries would not find them
 extern "C" {
 
@@ -86,7 +82,5 @@ void free(void *block) noexcept
 
 } // extern "C"
 #pragma GCC visibility pop
-// NOLINTEND(misc-definitions-in-headers)
-// NOLINTEND(readability-inconsistent-declaration-parameter-name,cppcoreguidelines-no-malloc)
 
 #endif // TAMSEL_TESTS_REPLACEALLOCATOR_H

@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 // QSKIP leaves out a variable argument, which clang does not accept for C++17.
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): it returns from the test
 #define SKIP_TEST(reason) \
     do { \
         QTest::qSkip(reason, __FILE__, __LINE__); \

@@ -76,13 +76,11 @@ void tst_IdleHeap::everyAllocationIsCounted()
 {
     const auto grown = [before = Heap::now()] { return Heap::now() - before; };
 
-    // NOLINTBEGIN(cppcoreguidelines-no-malloc)
     void *volatile block = std::malloc(1000); // volatile: or the compiler may drop the calls
     const Heap allocated = grown();
     block = std::realloc(block, 5000);
     const Heap enlarged = grown();
     std::free(block);
-    // NOLINTEND(cppcoreguidelines-no-malloc)
     QCOMPARE(allocated.blocks, 1);
     QCOMPARE(allocated.bytes, 1000);
     QCOMPARE(enlarged.blocks, 1);
