@@ -4,17 +4,19 @@
 #ifndef FORMAT_H
 #define FORMAT_H
 
-#include <tamsel/settingstype.h>
+#include "settingjson.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
-#include <initializer_list>
-#include <utility>
-
-// The name of a layer, as the library's log messages show it too.
-QString layerName(tamsel::SettingsType layer);
+using tamsel::host::asciiOnly;
+using tamsel::host::escaped;
+using tamsel::host::jsonArray;
+using tamsel::host::jsonObject;
+using tamsel::host::jsonOf;
+using tamsel::host::jsonOrNull;
+using tamsel::host::layerName;
 
 // A value for people to read: texts in quotes, bytes that are no ASCII text as \xNN, lists and maps
 // as JSON, an invalid value as "(invalid)".
@@ -29,24 +31,6 @@ QString typeText(const QVariant &value);
 
 // The same with the types of what lists and maps hold.
 QString wholeTypeText(const QVariant &value);
-
-// A value in JSON: integers with all their digits, bytes as valueText() has them. What JSON does not
-// know becomes a text, an invalid value null.
-QString jsonOf(const QVariant &value);
-
-// A text in JSON. Characters that cannot be seen are escaped.
-QString jsonOf(const QString &text);
-
-// An object or an array on one line; the members are in JSON already.
-QString jsonObject(std::initializer_list<std::pair<QLatin1StringView, QString>> members);
-QString jsonArray(const QStringList &members);
-
-// The text on a single line and unable to steer a terminal: control characters are escaped, and so
-// are those that turn the direction of what follows or cannot be seen.
-QString escaped(const QString &text);
-
-// The text with all that is not ASCII escaped.
-QString asciiOnly(const QString &text);
 
 // How many columns of a terminal the text takes.
 qsizetype columnsOf(const QString &text);

@@ -119,11 +119,6 @@ bool printJson(const Box &box, const Options &options, TablePrinter &printer)
 
 } // namespace
 
-QString jsonOrNull(const QString &text)
-{
-    return text.isEmpty() ? u"null"_s : jsonOf(text);
-}
-
 QString jsonOf(const LayerValue &layerValue)
 {
     return jsonObject({

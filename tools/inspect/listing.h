@@ -21,7 +21,4 @@ bool printValue(const Box &box, const Options &options, TablePrinter &printer);
 // What a layer holds, in JSON: "layer", "value", "type", "file" and "entry".
 QString jsonOf(const LayerValue &layerValue);
 
-// A text in JSON, null where it is empty.
-QString jsonOrNull(const QString &text);
-
 #endif // LISTING_H

@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_HOST_REDACTION_H
+#define TAMSEL_HOST_REDACTION_H
+
+#include <tamsel/host/hostglobal.h>
+
+#include <QtCore/QSharedDataPointer>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+namespace tamsel::host {
+
+class RedactionPrivate;
+
+/*!
+ * \brief Decides by their keys which settings hold secrets, and takes the secrets out of their
+ * values.
+ *
+ * A pattern is matched with the whole text `group/key`, without regard to case: \c * is any text,
+ * slashes included, \c ? is one character, \c [abc] is one of these. So `*pin*` matches
+ * "parental/PIN" and also "ui/spinner": what is redacted without need can be asked for, what was
+ * shown cannot be taken back.
+ *
+ * A member of a map is matched too, as `group/key/member`. The text of a value is not looked at: a
+ * password inside a URL is not found.
+ *
+ * \par Ownership
+ * A value; copies share their data.
+ * \par Threads
+ * Any thread may use a copy of its own. Several may call const functions of one object.
+ * \par Failure
+ * A pattern that cannot be understood, as `[a`, matches every setting.
+ */
+class TAMSEL_HOST_EXPORT Redaction
+{
+public:
+    /*! \brief Redacts by defaultPatterns(). */
+    Redaction();
+    /*! \brief Redacts by \a patterns in place of the default ones; nothing if there are none. */
+    explicit Redaction(const QStringList &patterns);
+    Redaction(const Redaction &other);
+    Redaction &operator=(const Redaction &other);
+    ~Redaction();
+
+    /*! \brief `*password*`, `*token*`, `*secret*` and `*pin*`. */
+    [[nodiscard]] static QStringList defaultPatterns();
+    /*! \brief What stands in place of a secret: "(redacted)". */
+    [[nodiscard]] static QString placeholder();
+
+    /*! \brief The patterns. */
+    [[nodiscard]] QStringList patterns() const;
+    /*! \brief Whether a pattern matches \a group / \a key: the whole value is a secret. */
+    [[nodiscard]] bool matches(const QString &group, const QString &key) const;
+    /*!
+     * \brief \a value without its secrets.
+     *
+     * It is placeholder() if matches(\a group, \a key), whatever \a value is. Otherwise members of
+     * maps whose names match are replaced, at any depth, and all else is unchanged.
+     */
+    [[nodiscard]] QVariant redacted(const QString &group, const QString &key,
+                                    const QVariant &value) const;
+
+private:
+    QSharedDataPointer<RedactionPrivate> d;
+};
+
+} // namespace tamsel::host
+
+#endif // TAMSEL_HOST_REDACTION_H

@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_HOST_SETTINGJSON_H
+#define TAMSEL_HOST_SETTINGJSON_H
+
+// Values and settings in JSON, as snapshots and tamsel-inspect write them; both are built with it.
+
+#include <tamsel/settingstype.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <initializer_list>
+#include <optional>
+#include <utility>
+
+namespace tamsel::host {
+
+// Lists and maps inside of lists and maps, of which more are not shown: each level takes stack.
+constexpr int deepestShown = 500;
+
+// The name of a layer, as the library's log messages show it too.
+QString layerName(SettingsType layer);
+
+// A value in JSON: integers with all their digits, bytes as bytesText() has them. What JSON does not
+// know becomes a text, an invalid value null.
+QString jsonOf(const QVariant &value);
+
+// A text in JSON. Characters that cannot be seen are escaped.
+QString jsonOf(const QString &text);
+// null if the text is empty.
+QString jsonOrNull(const QString &text);
+
+// An object or an array on one line; the members are in JSON already.
+QString jsonObject(std::initializer_list<std::pair<QLatin1StringView, QString>> members);
+QString jsonArray(const QStringList &members);
+
+// The text on a single line and unable to steer a terminal: control characters are escaped, and so
+// are those that turn the direction of what follows or cannot be seen.
+QString escaped(const QString &text);
+
+// The text with all that is not ASCII escaped.
+QString asciiOnly(const QString &text);
+
+// Bytes that are no printable ASCII as "\xff", a backslash as two.
+QString bytesText(const QByteArray &bytes);
+
+// A value of any type as a text.
+QString plainText(const QVariant &value);
+
+// What is shown of a value.
+struct ShownValue
+{
+    // The secrets in a value are not kept at all, but whether there was something to keep.
+    enum class Redacted { No, Empty, NotEmpty };
+
+    QVariant value;
+    QByteArray type; // the name; empty for an invalid value
+    Redacted redacted = Redacted::No;
+};
+
+// What is shown of a value if the setting is no secret, and if it is one.
+ShownValue shownValue(const QVariant &value);
+ShownValue redactedValue(const QVariant &value);
+
+// The keys "value", "type" and "redacted", without braces.
+QString valueMembers(const ShownValue &value);
+
+// What a layer holds.
+QString layerValueJson(SettingsType layer, const ShownValue &value, const QString &file,
+                       const QString &entry);
+
+// A setting; more are further members, each with a "," in front.
+QString settingJson(const QString &group, const QString &key, const ShownValue &value,
+                    std::optional<SettingsType> origin, const QString &file,
+                    const QStringList &overridden, const QString &more = {});
+
+} // namespace tamsel::host
+
+#endif // TAMSEL_HOST_SETTINGJSON_H
