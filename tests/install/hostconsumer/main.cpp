@@ -4,9 +4,12 @@
 // Uses each part of the companion library once, as a host does, and says what is not as it should be.
 
 #include <tamsel/configurationmanager.h>
+#include <tamsel/host/changenotifier.h>
+#include <tamsel/host/origin.h>
 #include <tamsel/host/qtlogger.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QLoggingCategory>
 
 #include <cstdio>
 
@@ -41,11 +44,35 @@ void useLogger()
     CHECK(dynamic_cast<tamsel::host::QtLogger *>(interface) == &logger);
 }
 
+void useNotifier()
+{
+    using tamsel::SettingsType;
+    tamsel::host::QtLogger logger("quiet");
+    QLoggingCategory::setFilterRules("quiet.*=false");
+    tamsel::ConfigurationManager settings(&logger);
+    tamsel::host::ChangeNotifier notifier(&settings);
+    settings.initStorage(SettingsType::Runtime);
+    QObject context;
+    QList<tamsel::host::Change> changes;
+    tamsel::host::Subscription subscription
+            = notifier.subscribe("ui", "lang", &context, [&](const tamsel::host::Change &change) {
+                  changes.append(change);
+              });
+    settings.setValue("ui", "lang", "en", SettingsType::Runtime);
+    subscription.drop();
+    settings.setValue("ui", "lang", "de", SettingsType::Runtime);
+    CHECK(changes.size() == 1 && changes.first().value.toString() == "en"
+          && changes.first().origin == SettingsType::Runtime);
+    CHECK(tamsel::host::originOf(settings, "ui", "lang") == SettingsType::Runtime);
+    CHECK(!tamsel::host::originOf(settings, "ui", "theme"));
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
     const QCoreApplication application(argc, argv);
     useLogger();
+    useNotifier();
     return failures;
 }

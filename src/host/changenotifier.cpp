@@ -1,0 +1,449 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// One handler finds the subscriptions of a changed setting by hash. Each subscription is marked with
+// the setting first and called after that: a change inside a function is so delivered once, by the
+// notification that comes first to the subscription.
+//
+// Locks, none of which is held while a function runs or values are compared:
+//   SubscriptionRecord::m_mutex   one subscription; as long as it is held, its context lives
+//   Subscriptions::m_mutex        the lists; may be taken with the one above held, not the other way
+//   Subscriptions::m_readLock     keeps the notifier's manager alive while a delivery reads from it
+
+#include <tamsel/host/changenotifier.h>
+
+#include <tamsel/configurationmanager.h>
+#include <tamsel/host/origin.h>
+#include <tamsel/iconfigurationchangehandler.h>
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QMetaObject>
+#include <QtCore/QMutex>
+#include <QtCore/QObject>
+#include <QtCore/QReadWriteLock>
+#include <QtCore/QThread>
+
+#include <array>
+#include <utility>
+
+namespace tamsel::host {
+
+namespace {
+
+using Key = std::pair<QString, QString>;
+using Origin = std::optional<SettingsType>;
+
+enum class Scope { Setting, Group, All };
+
+bool areSame(const QVariant &left, const QVariant &right)
+{
+    return left.metaType() == right.metaType() && left == right;
+}
+
+} // namespace
+
+class Subscriptions;
+
+// One subscription. Only the thread of the context delivers.
+class SubscriptionRecord : public std::enable_shared_from_this<SubscriptionRecord>
+{
+public:
+    SubscriptionRecord(std::weak_ptr<Subscriptions> subscriptions, Scope scope, Key key,
+                       QObject *context, ChangeNotifier::Function function)
+        : m_subscriptions(std::move(subscriptions)),
+          m_scope(scope),
+          m_key(std::move(key)),
+          m_function(std::move(function)),
+          m_context(context)
+    {
+    }
+
+    Scope scope() const { return m_scope; }
+    const Key &key() const { return m_key; }
+
+    void start();
+    void mark(const Key &key, Origin origin);
+    void dispatch(const Key &key);
+    void end();
+
+private:
+    Q_DISABLE_COPY_MOVE(SubscriptionRecord)
+
+    struct Pending
+    {
+        Origin origin; // as the notification has it
+        bool isPosted = false; // an event of this mark waits for the context
+    };
+
+    bool detach();
+    void deliver(const Key &key);
+    bool isNew(const QVariant &value);
+
+    const std::weak_ptr<Subscriptions> m_subscriptions;
+    const Scope m_scope;
+    const Key m_key; // as far as the scope has one
+    const ChangeNotifier::Function m_function;
+
+    QMutex m_mutex;
+    QObject *m_context; // null when the subscription has ended; guarded by m_mutex, as all below
+    QMetaObject::Connection m_destroyed;
+    QHash<Key, Pending> m_pending;
+    std::optional<QVariant> m_last; // the value that the function got, of one setting only
+};
+
+using Record = std::shared_ptr<SubscriptionRecord>;
+using Records = QList<Record>;
+
+// The subscriptions of a notifier, and what deliveries on other threads read from.
+class Subscriptions
+{
+public:
+    explicit Subscriptions(ConfigurationManager *settings) : m_settings(settings) { }
+
+    void add(const Record &record);
+    void remove(const Record &record);
+    void close();
+
+    std::array<Records, 3> find(const Key &key) const;
+    std::optional<Origin> notifiedOrigin(SettingsType type, const Key &key,
+                                         const QVariant &value) const;
+    bool read(Change *change) const;
+    QVariant value(const Key &key) const;
+
+private:
+    Q_DISABLE_COPY_MOVE(Subscriptions)
+
+    struct Group
+    {
+        QHash<QString, Records> ofKeys;
+        Records ofGroup;
+    };
+
+    // Intentional: the layers are named on the thread that creates and clears them, and no other.
+    bool mayNameLayers() const { return QThread::currentThreadId() == m_thread; }
+
+    const Qt::HANDLE m_thread = QThread::currentThreadId();
+
+    mutable QMutex m_mutex;
+    QHash<QString, Group> m_groups; // guarded by m_mutex
+    Records m_ofAll; // guarded by m_mutex
+
+    mutable QReadWriteLock m_readLock;
+    ConfigurationManager *m_settings; // null when the notifier is gone; guarded by m_readLock
+};
+
+// Makes the subscription known. A change after this is delivered.
+void SubscriptionRecord::start()
+{
+    const auto subscriptions = m_subscriptions.lock();
+    // The destructor of the context waits for whoever uses it under the lock.
+    m_destroyed = QObject::connect(
+            m_context, &QObject::destroyed, m_context,
+            [record = weak_from_this()] {
+                if (const Record ended = record.lock())
+                    ended->end();
+            },
+            Qt::DirectConnection);
+    subscriptions->add(shared_from_this());
+    if (m_scope != Scope::Setting)
+        return;
+    // Read after it was added, or a change in between would be lost.
+    QVariant value = subscriptions->value(m_key);
+    const QMutexLocker locker(&m_mutex);
+    if (!m_last)
+        m_last = std::move(value);
+}
+
+// What a notification does first.
+void SubscriptionRecord::mark(const Key &key, Origin origin)
+{
+    const QMutexLocker locker(&m_mutex);
+    if (m_context)
+        m_pending[key].origin = origin;
+}
+
+// What a notification does then, unless somebody has delivered the mark.
+void SubscriptionRecord::dispatch(const Key &key)
+{
+    {
+        const QMutexLocker locker(&m_mutex);
+        const auto pending = m_pending.find(key);
+        if (pending == m_pending.end())
+            return;
+        if (m_context->thread() != QThread::currentThread()) {
+            if (!std::exchange(pending->isPosted, true)) {
+                QMetaObject::invokeMethod(
+                        m_context,
+                        [record = weak_from_this(), key] {
+                            if (const Record posted = record.lock())
+                                posted->deliver(key);
+                        },
+                        Qt::QueuedConnection);
+            }
+            return;
+        }
+    }
+    deliver(key);
+}
+
+// Runs on the thread of the context, so that nothing ends the context meanwhile.
+void SubscriptionRecord::deliver(const Key &key)
+{
+    const auto subscriptions = m_subscriptions.lock();
+    if (!subscriptions)
+        return;
+    Change change{key.first, key.second, {}, {}};
+    {
+        const QMutexLocker locker(&m_mutex);
+        const auto pending = m_pending.constFind(key);
+        if (pending == m_pending.constEnd())
+            return;
+        change.origin = pending->origin;
+        m_pending.erase(pending);
+    }
+    // A change from here on is a mark of its own.
+    if (subscriptions->read(&change) && (m_scope != Scope::Setting || isNew(change.value)))
+        m_function(change);
+}
+
+bool SubscriptionRecord::isNew(const QVariant &value)
+{
+    std::optional<QVariant> last;
+    {
+        const QMutexLocker locker(&m_mutex);
+        last = std::exchange(m_last, value);
+    }
+    return !last || !areSame(*last, value);
+}
+
+void SubscriptionRecord::end()
+{
+    if (!detach())
+        return;
+    if (const auto subscriptions = m_subscriptions.lock())
+        subscriptions->remove(shared_from_this());
+}
+
+// Whether the subscription had not ended before.
+bool SubscriptionRecord::detach()
+{
+    QMetaObject::Connection destroyed;
+    {
+        const QMutexLocker locker(&m_mutex);
+        if (!std::exchange(m_context, nullptr))
+            return false;
+        m_pending.clear();
+        destroyed = std::exchange(m_destroyed, {});
+    }
+    QObject::disconnect(destroyed);
+    return true;
+}
+
+void Subscriptions::add(const Record &record)
+{
+    const auto &[group, key] = record->key();
+    const QMutexLocker locker(&m_mutex);
+    switch (record->scope()) {
+    case Scope::Setting:
+        m_groups[group].ofKeys[key].append(record);
+        break;
+    case Scope::Group:
+        m_groups[group].ofGroup.append(record);
+        break;
+    case Scope::All:
+        m_ofAll.append(record);
+        break;
+    }
+}
+
+void Subscriptions::remove(const Record &record)
+{
+    const auto &[group, key] = record->key();
+    const QMutexLocker locker(&m_mutex);
+    if (record->scope() == Scope::All) {
+        m_ofAll.removeOne(record);
+        return;
+    }
+    const auto entry = m_groups.find(group);
+    if (entry == m_groups.end())
+        return; // the notifier is being destroyed
+    if (record->scope() == Scope::Group) {
+        entry->ofGroup.removeOne(record);
+    } else if (const auto records = entry->ofKeys.find(key); records != entry->ofKeys.end()) {
+        records->removeOne(record);
+        if (records->isEmpty())
+            entry->ofKeys.erase(records);
+    }
+    if (entry->ofGroup.isEmpty() && entry->ofKeys.isEmpty())
+        m_groups.erase(entry);
+}
+
+// The notifier is being destroyed. Waits for deliveries that read from the manager.
+void Subscriptions::close()
+{
+    {
+        const QWriteLocker locker(&m_readLock);
+        m_settings = nullptr;
+    }
+    Records records;
+    {
+        const QMutexLocker locker(&m_mutex);
+        records = std::exchange(m_ofAll, {});
+        for (const Group &group : std::as_const(m_groups)) {
+            records += group.ofGroup;
+            for (const Records &ofKey : group.ofKeys)
+                records += ofKey;
+        }
+        m_groups.clear();
+    }
+    for (const Record &record : std::as_const(records))
+        record->end();
+}
+
+// The subscriptions that a change of the setting concerns.
+std::array<Records, 3> Subscriptions::find(const Key &key) const
+{
+    const QMutexLocker locker(&m_mutex);
+    const auto group = m_groups.constFind(key.first);
+    if (group == m_groups.constEnd())
+        return {Records(), Records(), m_ofAll};
+    return {group->ofKeys.value(key.second), group->ofGroup, m_ofAll};
+}
+
+// The origin of the setting after the change that a handler was notified of. Nothing if another
+// thread has changed the setting since: its own notification comes later, or came before.
+std::optional<Origin> Subscriptions::notifiedOrigin(SettingsType type, const Key &key,
+                                                    const QVariant &value) const
+{
+    // Called by the manager, which lives; on a thread that may create layers or only write to them.
+    if (mayNameLayers())
+        return originOf(*m_settings, key.first, key.second);
+    if (!m_settings->contains(key.first, key.second))
+        return Origin();
+    // An uncovered value is notified as text. What has no text and no comparison passes.
+    const QVariant effective = m_settings->value(key.first, key.second);
+    if (value.isValid() && (areSame(effective, value) || effective.toString() == value.toString()))
+        return Origin(type);
+    return std::nullopt;
+}
+
+// The rest of a change whose origin is that of the notification. False if the notifier is gone.
+bool Subscriptions::read(Change *change) const
+{
+    const QReadLocker locker(&m_readLock);
+    if (!m_settings)
+        return false;
+    change->value = m_settings->value(change->group, change->key);
+    if (mayNameLayers())
+        change->origin = originOf(*m_settings, change->group, change->key);
+    else if (!m_settings->contains(change->group, change->key))
+        change->origin.reset();
+    return true;
+}
+
+QVariant Subscriptions::value(const Key &key) const
+{
+    const QReadLocker locker(&m_readLock);
+    return m_settings ? m_settings->value(key.first, key.second) : QVariant();
+}
+
+class ChangeNotifierPrivate final : public IConfigurationChangeHandler
+{
+public:
+    explicit ChangeNotifierPrivate(ConfigurationManager *manager)
+        : settings(manager), subscriptions(std::make_shared<Subscriptions>(manager))
+    {
+        settings->appendConfigurationHandler(this);
+    }
+    ~ChangeNotifierPrivate() override
+    {
+        settings->removeConfigurationHandler(this);
+        subscriptions->close();
+    }
+
+    void onValueChanged(SettingsType type, const QString &group, const QString &key,
+                        const QVariant &value) override
+    {
+        // A function may change the variables behind the references, or destroy the notifier.
+        const Key changed(group, key);
+        const std::array<Records, 3> found = subscriptions->find(changed);
+        if (found[0].isEmpty() && found[1].isEmpty() && found[2].isEmpty())
+            return;
+        const std::optional<Origin> origin = subscriptions->notifiedOrigin(type, changed, value);
+        if (!origin)
+            return;
+        for (const Records &records : found) {
+            for (const Record &record : records)
+                record->mark(changed, *origin);
+        }
+        for (const Records &records : found) {
+            for (const Record &record : records)
+                record->dispatch(changed);
+        }
+    }
+
+    Subscription subscribe(Scope scope, Key key, QObject *context,
+                           ChangeNotifier::Function function)
+    {
+        const auto record = std::make_shared<SubscriptionRecord>(
+                subscriptions, scope, std::move(key), context, std::move(function));
+        record->start();
+        return Subscription(record);
+    }
+
+    ConfigurationManager *const settings;
+
+private:
+    Q_DISABLE_COPY_MOVE(ChangeNotifierPrivate)
+
+    const std::shared_ptr<Subscriptions> subscriptions;
+};
+
+Subscription::Subscription() noexcept = default;
+Subscription::Subscription(std::weak_ptr<SubscriptionRecord> record) noexcept
+    : m_record(std::move(record))
+{
+}
+Subscription::Subscription(const Subscription &other) noexcept = default;
+Subscription::Subscription(Subscription &&other) noexcept = default;
+Subscription &Subscription::operator=(const Subscription &other) noexcept = default;
+Subscription &Subscription::operator=(Subscription &&other) noexcept = default;
+Subscription::~Subscription() = default;
+
+void Subscription::drop()
+{
+    if (const Record record = m_record.lock())
+        record->end();
+}
+
+ChangeNotifier::ChangeNotifier(ConfigurationManager *settings)
+    : d(std::make_unique<ChangeNotifierPrivate>(settings))
+{
+}
+
+ChangeNotifier::~ChangeNotifier() = default;
+
+ConfigurationManager *ChangeNotifier::settings() const noexcept
+{
+    return d->settings;
+}
+
+Subscription ChangeNotifier::subscribe(const QString &group, const QString &key, QObject *context,
+                                       Function function)
+{
+    return d->subscribe(Scope::Setting, {group, key}, context, std::move(function));
+}
+
+Subscription ChangeNotifier::subscribeGroup(const QString &group, QObject *context,
+                                            Function function)
+{
+    return d->subscribe(Scope::Group, {group, {}}, context, std::move(function));
+}
+
+Subscription ChangeNotifier::subscribeAll(QObject *context, Function function)
+{
+    return d->subscribe(Scope::All, {}, context, std::move(function));
+}
+
+} // namespace tamsel::host
