@@ -3,6 +3,7 @@
 
 #include "storage/dynamicmapstorage.h"
 
+#include "comparejournal.h"
 #include "storagetesting.h"
 #include "threads.h"
 
@@ -49,41 +50,26 @@ class tst_DynamicMapStorage : public QObject
 private Q_SLOTS:
     void aValueIsHeldAndNotifiedAsItWasWritten_data();
     void aValueIsHeldAndNotifiedAsItWasWritten();
-    void anEqualValueIsNeitherWrittenNorNotified_data();
-    void anEqualValueIsNeitherWrittenNorNotified();
-    void aDifferentValueReplacesTheOldOne_data();
-    void aDifferentValueReplacesTheOldOne();
+    void onlyADifferentValueIsWritten_data();
+    void onlyADifferentValueIsWritten();
     void changesByTheCallerDoNotReachTheStorage();
 
     void anInvalidValueIsRemovedAsAnyOther();
-    void removingWhatIsNotThereNotifiesNoHandler_data();
     void removingWhatIsNotThereNotifiesNoHandler();
-    void aRemovalLeavesTheOtherPairsAlone();
+    void aRemovalLeavesTheOtherKeysAlone();
     void anEmptiedGroupLooksMissingAndCanBeFilledAgain();
 
     void aThrowingComparisonLeavesTheLockFree();
     void availabilityNeedsNoLock();
 
-    void ofManyEqualWritesOneIsNotified();
-    void ofManyRemovalsOneIsNotified();
+    void ofManyEqualChangesOneIsNotified();
     void readersSeeWholeValuesOnly();
     void keysNeverShowHalfAChange();
 };
 
 void tst_DynamicMapStorage::aValueIsHeldAndNotifiedAsItWasWritten_data()
 {
-    QTest::addColumn<QVariant>("value");
-    QTest::newRow("number") << QVariant(5);
-    QTest::newRow("large number") << QVariant(Q_INT64_C(-5'000'000'000));
-    QTest::newRow("fraction") << QVariant(0.5);
-    QTest::newRow("truth") << QVariant(false);
-    QTest::newRow("text") << QVariant(u"en"_s);
-    QTest::newRow("empty text") << QVariant(u""_s);
-    QTest::newRow("bytes") << QVariant(QByteArray("\0\xff", 2));
-    QTest::newRow("list") << QVariant(QVariantList{1, u"two"_s, QVariant()});
-    QTest::newRow("map") << QVariant(QVariantMap{{u"a"_s, 1}, {u"b"_s, QVariantMap()}});
-    QTest::newRow("null number") << QVariant(QMetaType::fromType<int>());
-    QTest::newRow("invalid") << QVariant();
+    addValueRows();
 }
 
 void tst_DynamicMapStorage::aValueIsHeldAndNotifiedAsItWasWritten()
@@ -101,75 +87,69 @@ void tst_DynamicMapStorage::aValueIsHeldAndNotifiedAsItWasWritten()
     QCOMPARE(notified, QStringList(shown(value)));
 }
 
-void tst_DynamicMapStorage::anEqualValueIsNeitherWrittenNorNotified_data()
+void tst_DynamicMapStorage::onlyADifferentValueIsWritten_data()
 {
     QTest::addColumn<QVariant>("stored");
     QTest::addColumn<QVariant>("written");
+    QTest::addColumn<bool>("isEqual");
+    const auto equal = [](const QByteArray &name, const QVariant &stored, const QVariant &written) {
+        QTest::newRow(QByteArray("equal: " + name).constData()) << stored << written << true;
+    };
+    const auto different = [](const QByteArray &name, const QVariant &stored,
+                              const QVariant &written) {
+        QTest::newRow(QByteArray("different: " + name).constData()) << stored << written << false;
+    };
     const QVariantMap map{{u"a"_s, 1}};
     const QVariantMap equalMap{{u"a"_s, 1.0}};
-    QTest::newRow("same text") << QVariant(u"en"_s) << QVariant(u"en"_s);
-    QTest::newRow("number as fraction") << QVariant(1) << QVariant(1.0);
-    QTest::newRow("fraction as number") << QVariant(1.0) << QVariant(1);
-    QTest::newRow("number as text") << QVariant(1) << QVariant(u"1"_s);
-    QTest::newRow("text as number") << QVariant(u"1"_s) << QVariant(1);
-    QTest::newRow("number as text with a zero in front") << QVariant(1) << QVariant(u"01"_s);
-    QTest::newRow("fraction as text") << QVariant(1.5) << QVariant(u"1.5"_s);
-    QTest::newRow("number as truth") << QVariant(1) << QVariant(true);
-    QTest::newRow("truth as text") << QVariant(true) << QVariant(u"true"_s);
-    QTest::newRow("number of another size") << QVariant(5) << QVariant(Q_INT64_C(5));
-    QTest::newRow("zero as null number") << QVariant(0) << QVariant(QMetaType::fromType<int>());
-    QTest::newRow("empty text as null text") << QVariant(u""_s) << QVariant(QString());
-    QTest::newRow("map of equal values") << QVariant(map) << QVariant(equalMap);
-    QTest::newRow("invalid") << QVariant() << QVariant();
-}
+    equal("same text", u"en"_s, u"en"_s);
+    equal("number as fraction", 1, 1.0);
+    equal("fraction as number", 1.0, 1);
+    equal("number as text", 1, u"1"_s);
+    equal("text as number", u"1"_s, 1);
+    equal("number as text with a zero in front", 1, u"01"_s);
+    equal("fraction as text", 1.5, u"1.5"_s);
+    equal("number as truth", 1, true);
+    equal("truth as text", true, u"true"_s);
+    equal("number of another size", 5, Q_INT64_C(5));
+    equal("zero as null number", 0, QVariant(QMetaType::fromType<int>()));
+    equal("empty text as null text", u""_s, QString());
+    equal("map of equal values", map, equalMap);
+    equal("invalid", QVariant(), QVariant());
 
-void tst_DynamicMapStorage::anEqualValueIsNeitherWrittenNorNotified()
-{
-    QFETCH(const QVariant, stored);
-    QFETCH(const QVariant, written);
-    Layer layer;
-    layer.storage->setValue(u"g"_s, u"k"_s, stored);
-    layer.journal.take();
-    layer.storage->setValue(u"g"_s, u"k"_s, written);
-    QCOMPARE(layer.journal.take(), QStringList());
-    const QVariant value = layer.storage->value(u"g"_s, u"k"_s);
-    QCOMPARE(shown(value), shown(stored));
-    QCOMPARE(value.isNull(), stored.isNull());
-    QCOMPARE(value.toString().isNull(), stored.toString().isNull());
-}
-
-void tst_DynamicMapStorage::aDifferentValueReplacesTheOldOne_data()
-{
-    QTest::addColumn<QVariant>("stored");
-    QTest::addColumn<QVariant>("written");
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    QTest::newRow("other text") << QVariant(u"en"_s) << QVariant(u"ru"_s);
-    QTest::newRow("text in another case") << QVariant(u"en"_s) << QVariant(u"EN"_s);
-    QTest::newRow("number as text that is no integer") << QVariant(1) << QVariant(u"1.0"_s);
-    QTest::newRow("number as bytes") << QVariant(1) << QVariant(QByteArray("1"));
-    QTest::newRow("zero as text that is no number") << QVariant(0) << QVariant(u"off"_s);
-    QTest::newRow("texts of one number") << QVariant(u"1"_s) << QVariant(u"01"_s);
-    QTest::newRow("text as list of it") << QVariant(u"a"_s) << QVariant(QStringList(u"a"_s));
-    QTest::newRow("list in another order")
-            << QVariant(QVariantList{1, 2}) << QVariant(QVariantList{2, 1});
-    QTest::newRow("not a number") << QVariant(nan) << QVariant(nan);
-    QTest::newRow("type without comparison")
-            << QVariant::fromValue(Opaque{1}) << QVariant::fromValue(Opaque{1});
-    QTest::newRow("invalid over null number") << QVariant(QMetaType::fromType<int>()) << QVariant();
-    QTest::newRow("invalid over empty text") << QVariant(u""_s) << QVariant();
-    QTest::newRow("empty text over invalid") << QVariant() << QVariant(u""_s);
+    different("other text", u"en"_s, u"ru"_s);
+    different("text in another case", u"en"_s, u"EN"_s);
+    different("number as text that is no integer", 1, u"1.0"_s);
+    different("number as bytes", 1, QByteArray("1"));
+    different("zero as text that is no number", 0, u"off"_s);
+    different("texts of one number", u"1"_s, u"01"_s);
+    different("text as list of it", u"a"_s, QStringList(u"a"_s));
+    different("list in another order", QVariantList{1, 2}, QVariantList{2, 1});
+    different("not a number", nan, nan);
+    different("type without comparison", QVariant::fromValue(Opaque{1}),
+              QVariant::fromValue(Opaque{1}));
+    different("invalid over null number", QVariant(QMetaType::fromType<int>()), QVariant());
+    different("invalid over empty text", u""_s, QVariant());
+    different("empty text over invalid", QVariant(), u""_s);
 }
 
-void tst_DynamicMapStorage::aDifferentValueReplacesTheOldOne()
+void tst_DynamicMapStorage::onlyADifferentValueIsWritten()
 {
     QFETCH(const QVariant, stored);
     QFETCH(const QVariant, written);
+    QFETCH(const bool, isEqual);
     Layer layer;
     layer.storage->setValue(u"g"_s, u"k"_s, stored);
     layer.journal.take();
     layer.storage->setValue(u"g"_s, u"k"_s, written);
-    QCOMPARE(layer.journal.take(), QStringList("handler: Runtime g/k = "_L1 + describe(written)));
-    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(written));
+    QCOMPARE(layer.journal.take(),
+             isEqual ? QStringList()
+                     : QStringList("handler: Runtime g/k = "_L1 + describe(written)));
+    const QVariant expected = isEqual ? stored : written;
+    const QVariant value = layer.storage->value(u"g"_s, u"k"_s);
+    QCOMPARE(shown(value), shown(expected));
+    QCOMPARE(value.isNull(), expected.isNull());
+    QCOMPARE(value.toString().isNull(), expected.toString().isNull());
     QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}}));
 }
 
@@ -203,65 +183,53 @@ void tst_DynamicMapStorage::anInvalidValueIsRemovedAsAnyOther()
     QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
 }
 
-void tst_DynamicMapStorage::removingWhatIsNotThereNotifiesNoHandler_data()
-{
-    QTest::addColumn<QString>("group");
-    QTest::addColumn<QString>("key");
-    QTest::newRow("missing group") << u"Other"_s << u"Key"_s;
-    QTest::newRow("missing key") << u"Group"_s << u"Other"_s;
-    QTest::newRow("key in another case") << u"Group"_s << u"key"_s;
-    QTest::newRow("group in another case") << u"group"_s << u"Key"_s;
-    QTest::newRow("empty key") << u"Group"_s << u""_s;
-    QTest::newRow("empty group") << u""_s << u"Key"_s;
-    QTest::newRow("nothing at all") << QString() << QString();
-}
-
 void tst_DynamicMapStorage::removingWhatIsNotThereNotifiesNoHandler()
 {
-    QFETCH(const QString, group);
-    QFETCH(const QString, key);
     Layer layer;
     layer.storage->setValue(u"Group"_s, u"Key"_s, 1);
     layer.journal.take();
-    layer.storage->remove(group, key);
+    for (const auto &[group, key] : KeyList{{u"Other"_s, u"Key"_s},
+                                            {u"Group"_s, u"Other"_s},
+                                            {u"Group"_s, u"key"_s},
+                                            {u"group"_s, u"Key"_s},
+                                            {u"Group"_s, u""_s},
+                                            {u""_s, u"Key"_s},
+                                            {QString(), QString()}})
+        layer.storage->remove(group, key);
     QCOMPARE(layer.journal.take(), QStringList());
     QCOMPARE(layer.storage->keys(), KeyList({{u"Group"_s, u"Key"_s}}));
-    QCOMPARE(shown(layer.storage->value(u"Group"_s, u"Key"_s)), shown(1));
 }
 
-void tst_DynamicMapStorage::aRemovalLeavesTheOtherPairsAlone()
+void tst_DynamicMapStorage::aRemovalLeavesTheOtherKeysAlone()
 {
     Layer layer;
-    layer.storage->setValue(u"a"_s, u"k"_s, 1);
-    layer.storage->setValue(u"a"_s, u"k/below"_s, 2);
-    layer.storage->setValue(u"a"_s, u"l"_s, 3);
-    layer.storage->setValue(u"b"_s, u"k"_s, 4);
+    const KeyList keys{
+            {u"a"_s, u"k"_s}, {u"a"_s, u"k/below"_s}, {u"a"_s, u"l"_s}, {u"b"_s, u"k"_s}};
+    for (const auto &[group, key] : keys)
+        layer.storage->setValue(group, key, QString(group + key));
     layer.journal.take();
     layer.storage->remove(u"a"_s, u"k"_s);
     QCOMPARE(layer.journal.take(), QStringList(u"handler: Runtime a/k = invalid"_s));
-    QCOMPARE(layer.storage->keys(),
-             KeyList({{u"a"_s, u"k/below"_s}, {u"a"_s, u"l"_s}, {u"b"_s, u"k"_s}}));
-    QCOMPARE(shown(layer.storage->value(u"a"_s, u"k/below"_s)), shown(2));
-    QCOMPARE(shown(layer.storage->value(u"a"_s, u"l"_s)), shown(3));
-    QCOMPARE(shown(layer.storage->value(u"b"_s, u"k"_s)), shown(4));
+    QCOMPARE(layer.storage->keys(), keys.mid(1));
+    for (const auto &[group, key] : keys.mid(1))
+        QCOMPARE(layer.storage->value(group, key), QVariant(QString(group + key)));
 }
 
 void tst_DynamicMapStorage::anEmptiedGroupLooksMissingAndCanBeFilledAgain()
 {
     Layer layer;
-    layer.storage->setValue(u"g"_s, u"k"_s, 1);
     layer.storage->setValue(u"h"_s, u"k"_s, 2);
-    layer.storage->remove(u"g"_s, u"k"_s);
-    layer.journal.take();
-    QCOMPARE(layer.storage->keys(), KeyList({{u"h"_s, u"k"_s}}));
-    QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
-    layer.storage->remove(u"g"_s, u"k"_s);
-    QCOMPARE(layer.journal.take(), QStringList());
-
     layer.storage->setValue(u"g"_s, u"k"_s, 1);
-    QCOMPARE(layer.journal.take(), QStringList(u"handler: Runtime g/k = int(1)"_s));
-    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(1));
+    layer.storage->remove(u"g"_s, u"k"_s);
+    layer.storage->remove(u"g"_s, u"k"_s);
+    QCOMPARE(layer.storage->keys(), KeyList({{u"h"_s, u"k"_s}}));
+    layer.storage->setValue(u"g"_s, u"k"_s, 1);
     QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}, {u"h"_s, u"k"_s}}));
+    COMPARE_JOURNAL(layer.journal, uR"(
+        handler: Runtime h/k = int(2)
+        handler: Runtime g/k = int(1)
+        handler: Runtime g/k = invalid
+        handler: Runtime g/k = int(1) )");
 }
 
 void tst_DynamicMapStorage::aThrowingComparisonLeavesTheLockFree()
@@ -291,41 +259,30 @@ void tst_DynamicMapStorage::availabilityNeedsNoLock()
     QCOMPARE(answers, QList<bool>({true}));
 }
 
-void tst_DynamicMapStorage::ofManyEqualWritesOneIsNotified()
+void tst_DynamicMapStorage::ofManyEqualChangesOneIsNotified()
 {
     // Comparing and writing are one step: of the threads that write a value one finds it new.
     const Watchdog watchdog;
     Layer layer;
-    QStringList expected;
-    for (int i = 0; i < 1000; ++i)
-        expected.append(u"handler: Runtime g/%1 = int(7)"_s.arg(i, 4, 10, '0'_L1));
-    runTogether(4, [&layer](int) {
-        for (int i = 0; i < 1000; ++i)
-            layer.storage->setValue(u"g"_s, u"%1"_s.arg(i, 4, 10, '0'_L1), 7);
-    });
-    QStringList notified = layer.journal.take();
-    notified.sort();
-    QCOMPARE(notified, expected);
+    const auto change = [&layer](const QVariant &value) {
+        QStringList expected;
+        for (int i = 1000; i < 2000; ++i)
+            expected.append(u"handler: Runtime g/%1 = %2"_s.arg(i).arg(describe(value)));
+        runTogether(4, [&layer, &value](int) {
+            for (int i = 1000; i < 2000; ++i) {
+                if (value.isValid())
+                    layer.storage->setValue(u"g"_s, QString::number(i), value);
+                else
+                    layer.storage->remove(u"g"_s, QString::number(i));
+            }
+        });
+        QStringList notified = layer.journal.take();
+        notified.sort();
+        QCOMPARE(notified, expected);
+    };
+    change(7);
     QCOMPARE(layer.storage->keys().size(), 1000);
-}
-
-void tst_DynamicMapStorage::ofManyRemovalsOneIsNotified()
-{
-    const Watchdog watchdog;
-    Layer layer;
-    QStringList expected;
-    for (int i = 0; i < 1000; ++i) {
-        layer.storage->setValue(u"g"_s, u"%1"_s.arg(i, 4, 10, '0'_L1), 7);
-        expected.append(u"handler: Runtime g/%1 = invalid"_s.arg(i, 4, 10, '0'_L1));
-    }
-    layer.journal.take();
-    runTogether(4, [&layer](int) {
-        for (int i = 0; i < 1000; ++i)
-            layer.storage->remove(u"g"_s, u"%1"_s.arg(i, 4, 10, '0'_L1));
-    });
-    QStringList notified = layer.journal.take();
-    notified.sort();
-    QCOMPARE(notified, expected);
+    change(QVariant());
     QCOMPARE(layer.storage->keys(), KeyList());
 }
 
