@@ -42,6 +42,32 @@ QString refusal(const QString &option, const QString &text)
     return u"error: argument %1: invalid value: '%2'\n"_s.arg(option, text);
 }
 
+// Adds rows of what the helper is given and how it ends.
+class Rows
+{
+public:
+    Rows()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("errors");
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("end");
+    }
+    static void parsed(const QByteArray &name, const QStringList &arguments,
+                       const QStringList &entries)
+    {
+        QTest::newRow(name.constData())
+                << arguments << QString() << printed(entries) << u"exit 0"_s;
+    }
+    // A bad option is Qt's business, a bad number is fatal.
+    static void refused(const QByteArray &name, const QStringList &arguments, const QString &errors)
+    {
+        QTest::newRow(name.constData())
+                << arguments << errors << QString()
+                << (errors.startsWith("error"_L1) ? u"signal 6"_s : u"exit 1"_s);
+    }
+};
+
 } // namespace
 
 class tst_CommandLineArgs : public QObject
@@ -50,29 +76,40 @@ class tst_CommandLineArgs : public QObject
 
 private Q_SLOTS:
     void optionsBecomeTheMap_data();
-    void optionsBecomeTheMap();
+    void optionsBecomeTheMap() { runRow(); }
     void decimalNumbersOf32BitsAreAccepted_data();
-    void decimalNumbersOf32BitsAreAccepted();
+    void decimalNumbersOf32BitsAreAccepted() { runRow(); }
     void anyOtherTextForANumberAborts_data();
-    void anyOtherTextForANumberAborts();
-    void theFirstBadNumberIsNamed_data();
-    void theFirstBadNumberIsNamed();
-    void theFatalMessageHasNoSourceLocation_data();
-    void theFatalMessageHasNoSourceLocation();
+    void anyOtherTextForANumberAborts() { runRow(); }
     void badOptionsEndTheProcess_data();
-    void badOptionsEndTheProcess();
+    void badOptionsEndTheProcess() { runRow(); }
+    void versionIsTheHosts_data();
+    void versionIsTheHosts() { runRow(); }
     void helpListsTheOptionsBehindQts_data();
     void helpListsTheOptionsBehindQts();
-    void versionIsTheHosts_data();
-    void versionIsTheHosts();
+    void theFatalMessageHasNoSourceLocation();
+
+private:
+    static void runRow();
 };
+
+void tst_CommandLineArgs::runRow()
+{
+    QFETCH(const QStringList, arguments);
+    QFETCH(const QString, errors);
+    QFETCH(const QString, output);
+    QFETCH(const QString, end);
+    const ProgramResult result = runHelper(arguments);
+    QCOMPARE(result.errors, errors);
+    QCOMPARE(result.output, output);
+    QCOMPARE(result.end, end);
+}
 
 void tst_CommandLineArgs::optionsBecomeTheMap_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QStringList>("entries");
-    const auto row = [](const char *name, const char *arguments, const char *entries) {
-        QTest::newRow(name) << parts(arguments) << parts(entries);
+    const Rows rows;
+    const auto row = [&rows](const char *name, const char *arguments, const char *entries) {
+        rows.parsed(name, parts(arguments), parts(entries));
     };
     row("no arguments", "", "");
     row("log level", "--log-level|3", "Logging/level = int(3)");
@@ -146,22 +183,15 @@ void tst_CommandLineArgs::optionsBecomeTheMap_data()
     row("two empty arguments", "|", "");
 }
 
-void tst_CommandLineArgs::optionsBecomeTheMap()
-{
-    QFETCH(const QStringList, arguments);
-    QFETCH(const QStringList, entries);
-    const ProgramResult result = runHelper(arguments);
-    QCOMPARE(result.errors, QString());
-    QCOMPARE(result.output, printed(entries));
-    QCOMPARE(result.end, u"exit 0"_s);
-}
-
 void tst_CommandLineArgs::decimalNumbersOf32BitsAreAccepted_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("number");
-    const auto row = [](const char *name, const QString &text, const QString &number) {
-        QTest::newRow(name) << text << number;
+    const Rows rows;
+    const auto row = [&rows](const QByteArray &name, const QString &text, const QString &number) {
+        const QStringList entries{u"Logging/level = int(%1)"_s.arg(number),
+                                  u"Service/pos = int(%1)"_s.arg(number)};
+        // Both options and both ways to write them.
+        rows.parsed(name, {u"--log-level"_s, text, u"--pos=" % text}, entries);
+        rows.parsed(name + ", the other way", {u"--log-level=" % text, u"--pos"_s, text}, entries);
     };
     row("zero", u"0"_s, u"0"_s);
     row("negative", u"-5"_s, u"-5"_s);
@@ -176,114 +206,70 @@ void tst_CommandLineArgs::decimalNumbersOf32BitsAreAccepted_data()
     row("tab and newline", u"\t5\n"_s, u"5"_s);
 }
 
-void tst_CommandLineArgs::decimalNumbersOf32BitsAreAccepted()
-{
-    QFETCH(const QString, text);
-    QFETCH(const QString, number);
-    // Both options and both ways to write them.
-    for (const QStringList &arguments : {QStringList{u"--log-level"_s, text, u"--pos=" % text},
-                                         {u"--log-level=" % text, u"--pos"_s, text}}) {
-        const ProgramResult result = runHelper(arguments);
-        QCOMPARE(result.errors, QString());
-        QCOMPARE(result.output,
-                 printed({u"Logging/level = int(%1)"_s.arg(number),
-                          u"Service/pos = int(%1)"_s.arg(number)}));
-        QCOMPARE(result.end, u"exit 0"_s);
-    }
-}
-
 void tst_CommandLineArgs::anyOtherTextForANumberAborts_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::newRow("word") << u"abc"_s;
-    QTest::newRow("level name") << u"debug"_s;
-    QTest::newRow("number with a unit") << u"12s"_s;
-    QTest::newRow("fraction") << u"5.0"_s;
-    QTest::newRow("exponent") << u"1e3"_s;
-    QTest::newRow("hexadecimal") << u"0x10"_s;
-    QTest::newRow("hexadecimal digit") << u"a"_s;
-    QTest::newRow("one above the highest") << u"2147483648"_s;
-    QTest::newRow("one below the lowest") << u"-2147483649"_s;
-    QTest::newRow("five in the low 32 bits") << u"4294967301"_s;
-    QTest::newRow("beyond 64 bits") << u"18446744073709551621"_s;
-    QTest::newRow("group separator") << u"1,000"_s;
-    QTest::newRow("inner blank") << u"1 2"_s;
-    QTest::newRow("blank") << u" "_s;
-    QTest::newRow("two signs") << u"--5"_s;
-    QTest::newRow("sign only") << u"-"_s;
-    QTest::newRow("two numbers") << u"1-2"_s;
-    QTest::newRow("no-break space") << u"\u00a05"_s;
-    QTest::newRow("Arabic-Indic digit") << u"\u0663"_s;
-    QTest::newRow("Cyrillic") << u"\u0441\u0435\u043c\u044c"_s;
-    QTest::newRow("beyond the basic plane") << u"\U0001F4FA"_s;
-    QTest::newRow("printf directives") << u"%s%d%n%5%%"_s;
-    QTest::newRow("QString::arg() places") << u"%1%2"_s;
-    QTest::newRow("quotes") << u"'\"'"_s;
-    QTest::newRow("long") << QString(3000, u'9');
-}
+    const Rows rows;
+    const auto row = [&rows](const QByteArray &name, const QString &text) {
+        for (const QString &option : {u"--log-level"_s, u"--pos"_s})
+            rows.refused(name + " for " + option.toUtf8(), {option, text}, refusal(option, text));
+    };
+    row("word", u"abc"_s);
+    row("level name", u"debug"_s);
+    row("number with a unit", u"12s"_s);
+    row("fraction", u"5.0"_s);
+    row("exponent", u"1e3"_s);
+    row("hexadecimal", u"0x10"_s);
+    row("hexadecimal digit", u"a"_s);
+    row("one above the highest", u"2147483648"_s);
+    row("one below the lowest", u"-2147483649"_s);
+    row("five in the low 32 bits", u"4294967301"_s);
+    row("beyond 64 bits", u"18446744073709551621"_s);
+    row("group separator", u"1,000"_s);
+    row("inner blank", u"1 2"_s);
+    row("blank", u" "_s);
+    row("two signs", u"--5"_s);
+    row("sign only", u"-"_s);
+    row("two numbers", u"1-2"_s);
+    row("no-break space", u"\u00a05"_s);
+    row("Arabic-Indic digit", u"\u0663"_s);
+    row("Cyrillic", u"\u0441\u0435\u043c\u044c"_s);
+    row("beyond the basic plane", u"\U0001F4FA"_s);
+    row("printf directives", u"%s%d%n%5%%"_s);
+    row("QString::arg() places", u"%1%2"_s);
+    row("quotes", u"'\"'"_s);
+    row("long", QString(3000, u'9'));
 
-void tst_CommandLineArgs::anyOtherTextForANumberAborts()
-{
-    QFETCH(const QString, text);
-    for (const QString &option : {u"--log-level"_s, u"--pos"_s}) {
-        const ProgramResult result = runHelper({option, text});
-        QCOMPARE(result.errors, refusal(option, text));
-        QCOMPARE(result.output, QString());
-        QCOMPARE(result.end, u"signal 6"_s);
-    }
-}
-
-void tst_CommandLineArgs::theFirstBadNumberIsNamed_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("message");
+    // The first one is named.
     const QString level = refusal(u"--log-level"_s, u"abc"_s);
     const QString pos = refusal(u"--pos"_s, u"12s"_s);
-    QTest::newRow("log level first") << parts("--log-level=abc|--pos=12s") << level;
-    QTest::newRow("pos first") << parts("--pos=12s|--log-level=abc") << level;
-    QTest::newRow("pos behind a good log level") << parts("--log-level=1|--pos=12s") << pos;
-    QTest::newRow("pos behind an empty log level") << parts("--log-level=|--pos=12s") << pos;
-    QTest::newRow("last pos") << parts("--pos=1|--pos=12s") << pos;
-    QTest::newRow("pos among texts") << parts("--audio=en|--pos=12s|--ott_drm|-p|u") << pos;
-}
-
-void tst_CommandLineArgs::theFirstBadNumberIsNamed()
-{
-    QFETCH(const QStringList, arguments);
-    QFETCH(const QString, message);
-    const ProgramResult result = runHelper(arguments);
-    QCOMPARE(result.errors, message);
-    QCOMPARE(result.output, QString());
-    QCOMPARE(result.end, u"signal 6"_s);
-}
-
-void tst_CommandLineArgs::theFatalMessageHasNoSourceLocation_data()
-{
-    QTest::addColumn<QString>("option");
-    QTest::newRow("log level") << u"--log-level"_s;
-    QTest::newRow("pos") << u"--pos"_s;
+    rows.refused("log level first", parts("--log-level=abc|--pos=12s"), level);
+    rows.refused("pos first", parts("--pos=12s|--log-level=abc"), level);
+    rows.refused("pos behind a good log level", parts("--log-level=1|--pos=12s"), pos);
+    rows.refused("pos behind an empty log level", parts("--log-level=|--pos=12s"), pos);
+    rows.refused("last pos", parts("--pos=1|--pos=12s"), pos);
+    rows.refused("pos among texts", parts("--audio=en|--pos=12s|--ott_drm|-p|u"), pos);
 }
 
 void tst_CommandLineArgs::theFatalMessageHasNoSourceLocation()
 {
-    QFETCH(const QString, option);
     ProgramSurroundings surroundings;
     surroundings.environment.insert(
             u"QT_MESSAGE_PATTERN"_s,
             u"%{type}|%{category}|%{file}|%{line}|%{function}|%{message}"_s);
-    const ProgramResult result = runHelper({option, u"abc"_s}, surroundings);
-    // "unknown" is what Qt prints for a file and a function that are not there.
-    QCOMPARE(result.errors, "fatal|default|unknown|0|unknown|"_L1 % refusal(option, u"abc"_s));
-    QCOMPARE(result.end, u"signal 6"_s);
+    for (const QString &option : {u"--log-level"_s, u"--pos"_s}) {
+        // "unknown" is what Qt prints for a file and a function that are not there.
+        QCOMPARE(runHelper({option, u"abc"_s}, surroundings).errors,
+                 "fatal|default|unknown|0|unknown|"_L1 % refusal(option, u"abc"_s));
+    }
 }
 
 void tst_CommandLineArgs::badOptionsEndTheProcess_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("message");
-    const auto row = [](const char *name, const char *arguments, const QString &message) {
-        QTest::newRow(name) << parts(arguments) << message;
-    };
+    const Rows rows;
+    const auto row
+            = [&rows](const QByteArray &name, const char *arguments, const QString &message) {
+                  rows.refused(name, parts(arguments), "helper: "_L1 % message % ".\n"_L1);
+              };
     row("unknown option", "--unknown", u"Unknown option 'unknown'"_s);
     row("unknown short option", "-x", u"Unknown option 'x'"_s);
     row("unknown options", "--one|--two", u"Unknown options: one, two"_s);
@@ -296,32 +282,17 @@ void tst_CommandLineArgs::badOptionsEndTheProcess_data()
     row("unknown option and a bad number", "--log-level=abc|--unknown",
         u"Unknown option 'unknown'"_s);
     for (const char *option :
-         {"--log-level", "--play", "-p", "--spy", "--pos", "--audio", "--subs"}) {
-        QTest::addRow("%s without its value", option)
-                << parts(option) << u"Missing value after '%1'"_s.arg(QLatin1StringView(option));
-    }
-    for (const char *option : {"l", "o", "s", "a"}) { // only play has a short name
-        QTest::addRow("-%s", option) << parts(QByteArray("-") + option)
-                                     << u"Unknown option '%1'"_s.arg(QLatin1StringView(option));
-    }
-}
-
-void tst_CommandLineArgs::badOptionsEndTheProcess()
-{
-    QFETCH(const QStringList, arguments);
-    QFETCH(const QString, message);
-    const ProgramResult result = runHelper(arguments);
-    QCOMPARE(result.errors, "helper: "_L1 % message % ".\n"_L1);
-    QCOMPARE(result.output, QString());
-    QCOMPARE(result.end, u"exit 1"_s);
+         {"--log-level", "--play", "-p", "--spy", "--pos", "--audio", "--subs"})
+        row(option, option, u"Missing value after '%1'"_s.arg(QLatin1StringView(option)));
+    for (const char *option : {"-l", "-o", "-s", "-a"}) // only play has a short name
+        row(option, option, u"Unknown option '%1'"_s.arg(QLatin1Char(option[1])));
 }
 
 void tst_CommandLineArgs::helpListsTheOptionsBehindQts_data()
 {
     QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("long") << parts("--help");
-    QTest::newRow("short") << parts("-h");
-    QTest::newRow("beside a bad number") << parts("--log-level=abc|--help");
+    for (const char *arguments : {"--help", "-h", "--log-level=abc|--help"})
+        QTest::newRow(arguments) << parts(arguments);
 }
 
 void tst_CommandLineArgs::helpListsTheOptionsBehindQts()
@@ -352,19 +323,11 @@ void tst_CommandLineArgs::helpListsTheOptionsBehindQts()
 
 void tst_CommandLineArgs::versionIsTheHosts_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("long") << parts("--version");
-    QTest::newRow("short") << parts("-v");
-    QTest::newRow("beside a bad number") << parts("--pos=12s|--version");
-}
-
-void tst_CommandLineArgs::versionIsTheHosts()
-{
-    QFETCH(const QStringList, arguments);
-    const ProgramResult result = runHelper(arguments);
-    QCOMPARE(result.errors, QString());
-    QCOMPARE(result.output, u"helper 4.5.6-helper\n"_s);
-    QCOMPARE(result.end, u"exit 0"_s);
+    const Rows rows;
+    for (const char *arguments : {"--version", "-v", "--pos=12s|--version"}) {
+        QTest::newRow(arguments) << parts(arguments) << QString() << u"helper 4.5.6-helper\n"_s
+                                 << u"exit 0"_s;
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_CommandLineArgs)
