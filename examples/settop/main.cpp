@@ -9,16 +9,20 @@
 #include "hostvalues.h"
 #include "settingstable.h"
 #include "settoplogger.h"
+#include "snapshotwriter.h"
 #include "tour.h"
 
 #include <tamsel/commandlineargs.h>
 #include <tamsel/configurationmanager.h>
+#include <tamsel/host/settingscatalogue.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QTextStream>
 
+#include <csignal>
 #include <cstdio>
+#include <optional>
 
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
@@ -63,6 +67,41 @@ void warnAboutFiles(const tamsel::ConfigurationManager &settings, const QString 
     }
 }
 
+// With SETTOP_SNAPSHOT, settop runs on as a real host does: until it is told to end, it writes a
+// snapshot for each SIGUSR1.
+class Stay
+{
+public:
+    // Everything is borrowed. Signals that come before wait() are kept.
+    Stay(const tamsel::ConfigurationManager &settings,
+         const tamsel::host::SettingsCatalogue &catalogue, const QString &assets,
+         const QString &fileName)
+        : m_fileName(fileName), m_watcher([&, this](int number) {
+              if (number != SIGUSR1) {
+                  QCoreApplication::quit();
+                  return;
+              }
+              const QString problem = writeSnapshot(settings, catalogue, assets, m_fileName);
+              if (problem.isEmpty())
+                  QTextStream(stdout) << "Snapshot written to " << m_fileName << Qt::endl;
+              else
+                  fail(problem);
+          })
+    {
+    }
+
+    void wait() const
+    {
+        QTextStream(stdout) << "\nRunning: kill -USR1 " << QCoreApplication::applicationPid()
+                            << " writes " << m_fileName << ", kill -TERM goes on" << Qt::endl;
+        QCoreApplication::exec();
+    }
+
+private:
+    const QString m_fileName;
+    const SignalWatcher m_watcher;
+};
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -86,16 +125,24 @@ int main(int argc, char **argv)
     SettopLogger logger; // outlives the manager, which borrows it
     tamsel::ConfigurationManager settings(&logger);
     logger.takeLevelFrom(&settings);
+    const tamsel::host::SettingsCatalogue catalogue(&settings); // before the first layer
     settings.setPersistentStoragePath(asPrefix(storage));
-    settings.setAssetsPrefix(asPrefix(assets));
+    const QString assetsPrefix = asPrefix(assets);
+    settings.setAssetsPrefix(assetsPrefix);
+    std::optional<Stay> stay;
+    if (const QString fileName = qEnvironmentVariable("SETTOP_SNAPSHOT"); !fileName.isEmpty())
+        stay.emplace(settings, catalogue, assetsPrefix, fileName);
     const ChangePrinter changes(&settings, &out);
 
     out << "Changes while the layers arrive" << Qt::endl;
     createLayers(settings, commandLine);
-    warnAboutFiles(settings, asPrefix(assets) + "ravona.conf"_L1, logger);
+    warnAboutFiles(settings, assetsPrefix + "ravona.conf"_L1, logger);
 
     out << "\nEffective settings" << Qt::endl;
     printTable(out, settings);
+
+    if (stay)
+        stay->wait();
 
     out << "\nChanges at run time" << Qt::endl;
     changeSettings(settings, changes, out);

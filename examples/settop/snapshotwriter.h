@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef SNAPSHOTWRITER_H
+#define SNAPSHOTWRITER_H
+
+#include <QtCore/QSocketNotifier>
+#include <QtCore/QString>
+
+#include <functional>
+
+// Calls a function in the event loop for each signal of the system that arrives: SIGUSR1, SIGTERM and
+// SIGINT. Inside of a signal handler next to nothing is allowed; it only sends the number through a
+// pair of sockets. There is one at most.
+class SignalWatcher
+{
+public:
+    explicit SignalWatcher(std::function<void(int number)> reaction);
+    ~SignalWatcher();
+
+private:
+    Q_DISABLE_COPY_MOVE(SignalWatcher)
+
+    static void send(int number);
+    void receive() const;
+
+    static int sockets[2];
+
+    const std::function<void(int number)> m_reaction;
+    QSocketNotifier m_notifier;
+};
+
+namespace tamsel {
+class ConfigurationManager;
+namespace host {
+class SettingsCatalogue;
+}
+} // namespace tamsel
+
+// Writes what the process holds into a file, for tamsel-inspect --snapshot. Whoever reads the file
+// meanwhile sees the last one or this one. Returns what is wrong if it could not be written.
+QString writeSnapshot(const tamsel::ConfigurationManager &settings,
+                      const tamsel::host::SettingsCatalogue &catalogue, const QString &assets,
+                      const QString &fileName);
+
+#endif // SNAPSHOTWRITER_H
