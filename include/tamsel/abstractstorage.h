@@ -23,15 +23,15 @@ using KeyList = QList<std::pair<QString, QString>>;
 /*!
  * \brief The base of every layer: holds settings and notifies of their changes.
  *
- * The base refuses every write and removal with one message to ILogger::error(). A writable layer
- * overrides setValue() and remove() and calls notify() after each change.
+ * The base class refuses every write and removal with one message to ILogger::error(). A writable
+ * layer overrides setValue() and remove(), and calls notify() after each change.
  *
  * \par Ownership
  * The change handler and the logger are borrowed and must outlive the layer. The handler may be
  * null; notify() then does nothing. The logger may be null only if no write or removal can be
  * refused.
  * \par Threads
- * The base has no lock, and its three members never change. The manager calls contains() and
+ * The base class has no lock, and its members never change. The manager calls contains() and
  * value() on any thread while it holds its own lock: these two must never call the manager.
  * \par Failure
  * Nothing here fails. A refused write or removal is only logged.
@@ -39,13 +39,13 @@ using KeyList = QList<std::pair<QString, QString>>;
 class TAMSEL_EXPORT AbstractStorage
 {
 public:
-    /*! \brief Keeps the three arguments and does nothing else. */
+    /*! \brief Only keeps its arguments. */
     AbstractStorage(SettingsType type, IConfigurationChangeHandler *handler,
                     ILogger *logger) noexcept;
-    /*! \brief The manager deletes its layers through this destructor. */
+    /*! \brief Called by the manager that owns the layer. */
     virtual ~AbstractStorage();
 
-    /*! \brief Whether the layer is usable at all. */
+    /*! \brief Whether the layer is usable, see ConfigurationManager::storageAvailable(). */
     [[nodiscard]] virtual bool isAvailable() const = 0;
     /*! \brief Whether the layer holds \a group / \a key; its value may be invalid. */
     [[nodiscard]] virtual bool contains(const QString &group, const QString &key) const = 0;
@@ -54,13 +54,13 @@ public:
     /*!
      * \brief Stores \a value for \a group / \a key.
      *
-     * The base logs "The storage doesn't support writing!" and changes nothing.
+     * The base class only logs "The storage doesn't support writing!".
      */
     virtual void setValue(const QString &group, const QString &key, const QVariant &value);
     /*!
      * \brief Removes \a group / \a key.
      *
-     * The base logs "The storage doesn't support removing!" and changes nothing.
+     * The base class only logs "The storage doesn't support removing!".
      */
     virtual void remove(const QString &group, const QString &key);
     /*! \brief Every key that the layer holds now; a snapshot. */
@@ -78,9 +78,9 @@ protected:
      * An invalid \a value means that the setting was removed from this layer. Without a handler
      * nothing happens.
      *
-     * Runs on the caller's thread and takes no lock. Release your own lock first: the handler may
-     * call this layer. It may also make the manager delete this layer, so call notify() as the last
-     * step of a change.
+     * Runs on the caller's thread and takes no lock. Release your own lock first, because the
+     * handler may call this layer. It may also make the manager delete this layer, so call notify()
+     * as the last step of a change.
      */
     void notify(const QString &group, const QString &key, const QVariant &value);
 

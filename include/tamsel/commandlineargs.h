@@ -10,12 +10,12 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-/*! \brief The options of the host process's command line. */
+/*! \brief The command-line options of the host. */
 namespace tamsel::commandLineArgs {
 
 /*!
- * \brief The options in QCoreApplication::arguments(), as the map for the layer
- * \c SettingsType::CommandLineArgs, see ConfigurationManager::initStorage().
+ * \brief The options in QCoreApplication::arguments(), as the map that
+ * ConfigurationManager::initStorage() takes for \c SettingsType::CommandLineArgs.
  *
  * | Option              | Group     | Key           | Value                              |
  * |---------------------|-----------|---------------|------------------------------------|
@@ -30,9 +30,9 @@ namespace tamsel::commandLineArgs {
  * An option that is absent or has an empty value leaves no key; a group without keys is absent. If
  * an option is given several times, the last one counts. Positional arguments are ignored.
  *
- * Parse before anything else: `--help`, `--version` and errors end the process in here. A host with
- * options of its own cannot use this function, which knows only these. It parses the command line
- * itself and builds the map:
+ * Call it before anything else: `--help`, `--version` and errors end the process in here. A host
+ * with further options cannot use this function, because an unknown option ends the process. It
+ * parses the command line itself and builds the map:
  *
  * \code
  * QVariantMap logging{{u"level"_s, 4}};
@@ -46,8 +46,9 @@ namespace tamsel::commandLineArgs {
  * \par Failure
  * Bad input ends the process. An unknown option, or a missing or surplus value, ends it with Qt's
  * message and exit code 1. A number that is not a decimal 32-bit integer ends it with a fatal log
- * message and an abort. `--help` and `--version` print their text and end it with exit code 0. All
- * but the abort call \c exit(), which does not destroy a manager that is a local variable: its
+ * message and an abort. `--help` and `--version` print their text and end it with exit code 0.
+ * \par
+ * All but the abort call \c exit(). It does not destroy a manager that is a local variable, so its
  * changed files are not written.
  */
 [[nodiscard]] TAMSEL_EXPORT QVariantMap parse();

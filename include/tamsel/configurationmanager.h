@@ -20,11 +20,11 @@ class IConfigurationChangeHandler;
 class ILogger;
 
 /*!
- * \brief Holds every setting of a process in up to eight layers; the one entry point.
+ * \brief Holds every setting of a process in up to eight layers; the main class of the library.
  *
  * A setting is addressed by a group and a key. Its effective value is the value of the first layer
  * that holds it, in the order of #storagePriority; this layer is its origin. A write or a removal
- * goes to the one layer it names.
+ * changes the one layer that it names.
  *
  * Handlers are notified of each change of an effective value or of its origin, on the thread that
  * made the change and before the changing call returns. IConfigurationChangeHandler lists the
@@ -47,7 +47,7 @@ class ILogger;
  *
  * \par Ownership
  * The manager owns its layers. The logger and the handlers are borrowed: the manager never deletes
- * them, and they must live as long as it can call them.
+ * them. The logger must outlive the manager. So must each handler, unless it is removed first.
  * \par Threads
  * value(), contains(), setValue(), removeValue() and storageAvailable() may be called from any
  * thread. So may initStorage() and clearStorage(), as long as no other thread names the same layer
@@ -60,9 +60,9 @@ class ILogger;
  * Set the paths and append and remove handlers while no other thread uses the manager. Destruction
  * must not overlap any other call.
  * \par Failure
- * No call throws of its own accord, and none returns an error. A call to a layer that does not
- * exist does nothing, or returns \c false or the default. A refused write or removal leaves one
- * message at ILogger::error().
+ * No function throws an exception of its own or returns an error. If a call names a layer that does
+ * not exist, it does nothing or returns \c false. A refused write or removal sends one message to
+ * ILogger::error().
  */
 class TAMSEL_EXPORT ConfigurationManager
 {
@@ -71,8 +71,8 @@ public:
     /*!
      * \brief A manager without layers.
      *
-     * \a logger is borrowed. It may be null only if nothing is ever logged; creating and clearing a
-     * layer always is.
+     * \a logger is borrowed. It may be null only if no layer is ever created or cleared, because
+     * both are logged.
      */
     explicit ConfigurationManager(ILogger *logger);
     /*!
@@ -87,7 +87,7 @@ public:
      * \brief Sets the text in front of the names of the writable files, "custom.conf" and
      * "selvi.db".
      *
-     * File names are appended to \a path as it is, so it has to end with "/". It takes effect when
+     * File names are appended to \a path unchanged, so it has to end with "/". It takes effect when
      * a layer is created or replaced; existing layers keep their file. Not synchronised: set it
      * during start-up.
      */
@@ -96,16 +96,16 @@ public:
     [[nodiscard]] QString persistentStoragePath() const;
     /*! \brief As setPersistentStoragePath(), for the shipped "ravona.conf". */
     void setAssetsPrefix(const QString &prefix);
-    /*! \brief persistentStoragePath() with "startup_screen/" appended; it may not exist. */
+    /*! \brief persistentStoragePath() with "startup_screen/" appended. It need not exist. */
     [[nodiscard]] QString startupScreenDirPath() const;
 
     /*!
      * \brief The effective value of \a group / \a key as it is stored, or \a defaultValue if no
      * layer holds the setting.
      *
-     * A layer that holds the setting with an invalid value is its origin too: the result is invalid
-     * then, not \a defaultValue. A conversion of the result does not use \a defaultValue either:
-     * toInt() makes 0 of a text that is not a number, and toBool() makes \c true of "off".
+     * If the origin holds an invalid value, the result is invalid, not \a defaultValue. A
+     * conversion of the result does not use \a defaultValue either: toInt() converts a text that is
+     * not a number to 0, and toBool() converts "off" to \c true.
      */
     [[nodiscard]] QVariant value(const QString &group, const QString &key,
                                  const QVariant &defaultValue = {}) const;
@@ -117,10 +117,11 @@ public:
      * \brief Writes \a value into the layer \a type.
      *
      * Without such a layer nothing happens. A value that equals the stored one is not written;
-     * QVariant compares them, so "5" equals 5.
-     * Read-only layers, and file layers whose file is not writable, refuse with a message to
-     * ILogger::error(). An invalid value is stored and not notified; a file layer that does not
-     * hold the setting does not store it.
+     * QVariant compares them, so "5" equals 5. Read-only layers, and file layers whose file is not
+     * writable, refuse with a message to ILogger::error().
+     *
+     * An invalid value is stored but not notified. A file layer stores it only if it holds the
+     * setting.
      *
      * A file holds text: after the file is read again, a bool or a number is a QString. \c short,
      * \c long and \c char, signed or unsigned, are written as `@Variant` and keep their type.
@@ -136,9 +137,9 @@ public:
      *
      * In a file layer this also removes every setting whose full key starts with `group/key/`;
      * those removals are not notified. If the group or the key is empty, the other one alone is the
-     * full key. If the file holds `ui` itself, ("", "ui") and ("ui", "") remove the whole group
-     * "ui", and if it holds the empty key, ("", "") removes the content of the whole file. Each is
-     * one notification.
+     * full key:
+     * - If the file holds the full key `ui`, ("", "ui") and ("ui", "") remove the whole group "ui".
+     * - If it holds the empty key, ("", "") removes the content of the whole file.
      */
     void removeValue(const QString &group, const QString &key, SettingsType type);
     /*!
@@ -170,10 +171,9 @@ public:
     void clearStorage(SettingsType type);
 
     /*!
-     * \brief Registers \a handler, which is borrowed and not null; it is notified after those
-     * registered before.
+     * \brief Registers \a handler, which is borrowed and not null, after all others.
      *
-     * A handler is registered once, however often it is appended. One that is appended during a
+     * Appending a registered handler again has no effect. A handler that is appended during a
      * notification is first called for the next change. Returns \c true.
      */
     bool appendConfigurationHandler(IConfigurationChangeHandler *handler);
@@ -191,16 +191,17 @@ private:
 };
 
 /*!
- * \brief The manager that the host published for the user-interface layer; null before.
+ * \brief The manager that the host published for its user interface; null before.
  *
- * The pointer is not owned, not synchronised, and not cleared when the manager dies: publish null
- * before that.
+ * The pointer is not owned, not synchronised, and not cleared when the manager is destroyed:
+ * publish null before that.
  */
 [[nodiscard]] TAMSEL_EXPORT ConfigurationManager *qmlConfigManager() noexcept;
 /*!
  * \brief Publishes \a manager, or null, in place of the one published before.
  *
- * It stays the caller's. Not synchronised: publish it before other threads ask for it.
+ * It stays the caller's. Not synchronised: publish it before other threads call
+ * qmlConfigManager().
  */
 TAMSEL_EXPORT void setQmlConfigManager(ConfigurationManager *manager) noexcept;
 

@@ -21,9 +21,9 @@ namespace tamsel {
  * \par Changes that are not notified
  * - An invalid value is written, or is the only new value of a layer that is created or replaced.
  * - A layer is replaced, and its new value equals the old one but has another type, as 5 and "5".
- * - A file layer reads its file again because another program changed it, or is replaced after that;
- *   ConfigurationManager::clearStorage() and then initStorage() do notify.
- * - A removal from a file layer takes further settings with it, see
+ * - A file layer reads its file again because another process changed it, or is replaced after
+ *   that. ConfigurationManager::clearStorage() and then initStorage() do notify.
+ * - A removal from a file layer also removes the settings below it, see
  *   ConfigurationManager::removeValue().
  * - Two keys address one entry of a file, as ("a", "b/c") and ("a/b", "c"): only the key that was
  *   used for the change is notified.
@@ -36,19 +36,19 @@ namespace tamsel {
  *   overridden ones are notified too.
  * - The keys of the last point above, which the layer does not hold.
  *
- * The same interface joins a layer to its manager. AbstractStorage::notify() calls it for every
- * change of that layer; the manager then notifies the registered handlers if an effective value or
+ * The same interface connects a layer to its manager. AbstractStorage::notify() calls it for every
+ * change of that layer. The manager then notifies the registered handlers if an effective value or
  * its origin changed.
  *
  * \par Ownership
  * Borrowed. The manager never deletes a handler; remove it from the manager before it is destroyed.
  * \par Threads
  * Called on the thread that made the change, before the changing call returns, with no lock of the
- * library held. When several threads make changes, several are in here at once. A handler may read
- * and write settings, create, replace and clear layers, and append and remove handlers, itself
- * included. It does all this on the thread that made the change. A file layer belongs to one
- * thread, see ConfigurationManager: create, replace or clear it in here only if that is the thread
- * of every change.
+ * library held. If several threads make changes, they call it at the same time.
+ * \par
+ * A handler may read and write settings, create, replace and clear layers, and append and remove
+ * handlers, itself included. But a file layer belongs to one thread, see ConfigurationManager:
+ * create, replace or clear it here only if all changes are made on that thread.
  * \par Failure
  * There is no result. An exception that an implementation throws reaches the caller that made the
  * change; the handlers after it are not notified of that change.
@@ -57,18 +57,18 @@ namespace tamsel {
 class TAMSEL_EXPORT IConfigurationChangeHandler
 {
 public:
-    /*! \brief The library never calls it for a handler of the host. */
+    /*! \brief The library never deletes a handler of the host. */
     virtual ~IConfigurationChangeHandler();
 
     /*!
      * \brief The effective value of \a group / \a key is now \a value, and its origin the layer
      * \a type.
      *
-     * - No layer holds the setting any more: \a value is invalid, and \a type is the layer that
+     * - If no layer holds the setting any more, \a value is invalid, and \a type is the layer that
      *   lost it.
-     * - A removal left a lower layer as the origin: \a value is its value as a QString, whatever
+     * - If a removal left a lower layer as the origin, \a value is its value as a QString, whatever
      *   type the layer stores.
-     * - A layer was created or replaced with several new values: each is notified with the value
+     * - If a layer was created or replaced with several new values, each is notified with the value
      *   that this layer holds. It may be invalid and, after a replacement, overridden.
      *
      * While other threads make changes, a notification may be out of date when it arrives.

@@ -16,8 +16,8 @@ namespace logging {
  * \brief The host's log levels.
  *
  * The host's logging library defines the enumerators; only their numbers matter here, see
- * tamsel::LogsConfigWrapper::stringLevelToIntLevel(). A host without such a library writes, before
- * or after it includes this header:
+ * tamsel::LogsConfigWrapper::stringLevelToIntLevel(). A host without such a library defines them,
+ * before or after it includes this header:
  *
  * \code
  * namespace logging {
@@ -45,12 +45,12 @@ class LogsConfigWrapperPrivate;
  * | "jsonFormattingEnabled" | jsonFormattingEnabled() | \c false |
  * | "imageRequestsEnabled"  | imageRequestsEnabled()  | \c false |
  *
- * Each read is one ConfigurationManager::value(), each write one ConfigurationManager::setValue().
- * Nothing is cached: a wrapper is never out of date, and cheap enough to make one where needed.
+ * Each read calls ConfigurationManager::value(), each write ConfigurationManager::setValue().
+ * Nothing is cached: a wrapper is never out of date, and cheap to create where needed.
  *
- * A stored value is converted as QVariant does it. A text that is not a number reads as 0, not as
- * the default. Of the texts only "false", "0" and the empty one are \c false, in any case of
- * letters: "off", "no" and "disabled" are \c true.
+ * QVariant converts the stored value. A text that is not a number reads as 0, not as the default.
+ * Only the texts "false", in upper or lower case, "0" and "" read as \c false: "off", "no" and
+ * "disabled" are \c true.
  *
  * \par Ownership
  * The manager is borrowed and must outlive the wrapper.
@@ -64,23 +64,23 @@ class TAMSEL_EXPORT LogsConfigWrapper
 public:
     /*! \brief A wrapper for \a manager, which is borrowed and not null. */
     explicit LogsConfigWrapper(ConfigurationManager *manager);
-    /*! \brief The manager stays as it is. */
+    /*! \brief Does not touch the manager. */
     ~LogsConfigWrapper();
 
     /*!
      * \brief The verbosity, 0 to 5, or -1 if it is unset or a number outside that range.
      *
      * The stored value may be a number, a number as text, or a level name. Any other text is 0,
-     * "critical". The number is converted to an int before its range is checked, so 4294967298 is
-     * 2.
+     * "critical". The number is converted to an int before its range is checked, so 4294967298
+     * is 2.
      */
     [[nodiscard]] logging::Level level() const;
-    /*! \brief Stores the number of \a level, whatever it is, in the layer \a type. */
+    /*! \brief Stores the number of \a level in the layer \a type, without a range check. */
     void setLevel(logging::Level level, SettingsType type);
     /*!
-     * \brief The length at which JSON in the log is cut.
+     * \brief The length at which JSON in the log is cut off.
      *
-     * The host's logger defines its unit and what -1 means.
+     * The host's logger defines the unit and the meaning of -1.
      */
     [[nodiscard]] int jsonLengthLimit() const;
     /*! \brief Stores \a limit in the layer \a type. */
@@ -102,8 +102,8 @@ public:
      * \brief The names of the levels and their numbers: "critical" 0, "error" 1, "warning" 2,
      * "info" 3, "debug" 4, "trace" 5.
      *
-     * A lower number is more severe. The numbers are those of the host's \c logging::Level. Names
-     * are case-sensitive.
+     * A lower number is more severe. The host's \c logging::Level uses the same numbers. Names are
+     * case-sensitive.
      */
     [[nodiscard]] static const QHash<QString, int> &stringLevelToIntLevel() noexcept;
     /*! \brief The number of "critical". */

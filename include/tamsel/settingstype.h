@@ -13,7 +13,7 @@
 #include <QtCore/QList>
 #include <QtCore/QMetaType>
 
-/*! \brief All names of libtamsel, the layered settings of a set-top box's software. */
+/*! \brief The layered settings of a set-top box's software. */
 namespace tamsel {
 Q_NAMESPACE_EXPORT(TAMSEL_EXPORT)
 
@@ -22,13 +22,13 @@ Q_NAMESPACE_EXPORT(TAMSEL_EXPORT)
  *
  * The numbers are stable. QDataStream writes them as signed 32-bit integers and reads them without
  * a range check. They say nothing about precedence: the rank of a layer is its position in
- * #storagePriority, repeated here for reference.
+ * #storagePriority, repeated here.
  *
  * | Layer                | Number | Rank | Holds                                                    |
  * |----------------------|--------|------|----------------------------------------------------------|
  * | CommandLineArgs      | 0      | 4    | options of the process's command line, read-only         |
  * | CustomConfPersistent | 1      | 5    | the user's own settings, in "custom.conf"                |
- * | Rdm                  | 2      | 1    | a fixed map handed in by the host, read-only             |
+ * | Rdm                  | 2      | 1    | a fixed map from the host, read-only                     |
  * | RavonaConfDefault    | 3      | 7    | the defaults of the main application, in "ravona.conf"   |
  * | SystemProperties     | 4      | 3    | system properties that the host sets while it runs       |
  * | Runtime              | 5      | 0    | values set while the process runs, never saved           |
@@ -58,14 +58,15 @@ Q_ENUM_NS(SettingsType)
  *
  * \par Threads
  * Built when the library is loaded and never changed: any thread may read it without a lock. Do not
- * use it in the constructors of static objects: it may still be empty there. priorityOf() is ready.
+ * use it in the constructors of static objects, where it may still be empty; priorityOf() works
+ * there.
  */
 extern TAMSEL_EXPORT const QList<SettingsType> storagePriority;
 
 /*!
  * \brief The position of \a type in #storagePriority: 0 is the highest precedence, 7 the lowest.
  *
- * A value outside the enumeration gives -1, which ranks above every layer.
+ * For a value outside the enumeration it is -1, which ranks above every layer.
  */
 [[nodiscard]] TAMSEL_EXPORT int priorityOf(SettingsType type) noexcept;
 

@@ -8,8 +8,8 @@
  * \file
  * \brief The version of these headers, for the preprocessor.
  *
- * The build reads the three numbers from here too: for the CMake package, the .pc file and the name
- * of the library.
+ * The build reads the three numbers from here for the CMake package, the .pc file and the library's
+ * file name.
  *
  * \code
  * #if TAMSEL_VERSION >= TAMSEL_VERSION_CHECK(0, 2, 0)
@@ -18,8 +18,8 @@
  * \endcode
  */
 
-// NOLINTBEGIN(cppcoreguidelines-macro-usage): they are for the preprocessor
-/*! \brief Rises with every release that breaks users' sources or binaries. */
+// NOLINTBEGIN(cppcoreguidelines-macro-usage): for the preprocessor
+/*! \brief From 1.0 on, rises with every release that breaks users' sources or binaries. */
 #define TAMSEL_VERSION_MAJOR 0
 /*! \brief Rises with every release that adds something. */
 #define TAMSEL_VERSION_MINOR 2
