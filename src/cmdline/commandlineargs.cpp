@@ -14,7 +14,7 @@ namespace tamsel::commandLineArgs {
 
 namespace {
 
-// The texts are part of what users see and are kept to the letter, odd spellings included.
+// Intentional: users see these texts, so they stay as they are, odd spellings included.
 void addOptions(QCommandLineParser &parser)
 {
     parser.addHelpOption();
@@ -36,7 +36,7 @@ void insertText(QVariantMap &entries, const QString &key, const QString &text)
         entries.insert(key, text);
 }
 
-// Ends the process if `text` is not empty and no decimal 32-bit integer.
+// Ends the process if `text` is neither empty nor a decimal 32-bit integer.
 void insertNumber(QVariantMap &entries, const QString &key, const QString &text, const char *option)
 {
     if (text.isEmpty())
@@ -44,7 +44,7 @@ void insertNumber(QVariantMap &entries, const QString &key, const QString &text,
     bool ok = false;
     const int number = text.toInt(&ok, 10);
     if (!ok) {
-        // Not qFatal(): that one adds the source location in debug builds.
+        // Not qFatal(): it adds the source location in debug builds.
         const QMessageLogger log(nullptr, 0, nullptr);
         log.fatal("error: argument %s: invalid value: '%s'", option, qUtf8Printable(text));
     }

@@ -10,7 +10,7 @@ namespace tamsel {
 
 namespace {
 
-// Constant: priorityOf() is right before the list below is there, in the constructors of static
+// constexpr, so that priorityOf() works before the list below is built: in the constructors of static
 // objects of a host that links the library statically.
 constexpr std::array byPriority{
         SettingsType::Runtime, // 0, the highest precedence

@@ -10,9 +10,9 @@
 
 namespace tamsel {
 
-// Holds a mutex, as QMutexLocker does, but tries a few times to get it before it sleeps: a lookup takes
-// less time than falling asleep and being woken. The pauses in between grow. Without them, two readers
-// take the mutex from each other after every read, which costs more than the read.
+// Locks a mutex as QMutexLocker does, but tries a few times before it blocks: a lookup takes less time
+// than blocking and waking up. The pauses in between grow. Without them, two readers take the mutex
+// from each other after every read, which costs more than the read.
 class SpinLocker
 {
 public:

@@ -34,7 +34,7 @@ public:
         manager->setValue(u"Logging"_s, key, value, type);
     }
 
-    LogsConfigWrapper *const q; // the way back of a d-pointer; nothing needs it yet
+    LogsConfigWrapper *const q; // the public object, by Qt's convention; not used yet
     ConfigurationManager *const manager; // borrowed
 };
 
@@ -54,7 +54,7 @@ logging::Level LogsConfigWrapper::level() const
     const auto named = levels.constFind(stored.toString());
     if (named != levels.cend())
         return logging::Level(*named);
-    const int number = stored.toInt(); // Intentional: text that is no number counts as 0
+    const int number = stored.toInt(); // Intentional: a text that is not a number counts as 0
     return logging::Level(isLevelValid(number) ? number : noLevel);
 }
 
@@ -105,8 +105,8 @@ QString LogsConfigWrapper::modulesWhitelist() const
 
 const QHash<QString, int> &LogsConfigWrapper::stringLevelToIntLevel() noexcept
 {
-    // Made for the first caller, which may be the constructor of a static object. Intentional: never
-    // deleted, since its destructor may call too.
+    // Created by the first call, which may come from the constructor of a static object. Intentional:
+    // never deleted, because the destructor of a static object may call this too.
     // NOLINTNEXTLINE(bugprone-unhandled-exception-at-new): out of memory ends the process
     static const auto *const levels = new QHash<QString, int>{
             {u"critical"_s, critical}, {u"error"_s, 1},     {u"warning"_s, 2}, {u"info"_s, 3},
@@ -131,7 +131,7 @@ bool LogsConfigWrapper::isLevelValid(int level)
 }
 
 namespace {
-// At load at the latest, so that level() needs no memory for the table.
+// Creates the table at load, so that level() needs no memory for it.
 [[maybe_unused]] const auto &levelsAtLoad = LogsConfigWrapper::stringLevelToIntLevel();
 } // namespace
 

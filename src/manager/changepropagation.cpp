@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace tamsel {
 
-// Not a table of views: on a box, the dynamic linker would have to fill in its pointers.
+// Not a table of views: the dynamic linker would have to relocate its pointers.
 QLatin1StringView typeName(SettingsType type)
 {
     switch (type) {
@@ -116,10 +116,10 @@ std::optional<SettingsType> ConfigurationManagerPrivate::findOrigin(const QStrin
     return std::nullopt;
 }
 
-// As findOrigin(), and the value if that layer is below `removed`, which has lost the key. A layer of
-// the library's own gives both in one step, so that no other thread comes between. Any other is asked
-// for its value when the lock is free. No layer is kept alive beyond that: a logger or a handler that
-// clears it ends it.
+// As findOrigin(), but also returns the value if that layer is below `removed`, which has lost the key.
+// The library's own layers are asked for both in one step, so that no other thread can remove the key
+// in between. Any other layer is asked for its value after the lock is released. No reference to a
+// layer is kept after that: a logger or a handler that clears the layer destroys it.
 std::optional<SettingsType> ConfigurationManagerPrivate::findUncovered(SettingsType removed,
                                                                        const QString &group,
                                                                        const QString &key,
@@ -127,7 +127,7 @@ std::optional<SettingsType> ConfigurationManagerPrivate::findUncovered(SettingsT
 {
     const int rank = priorityOf(removed);
     const LookupKey wanted(group, key);
-    QSharedPointer<AbstractStorage> other; // counted: another thread may clear it meanwhile
+    QSharedPointer<AbstractStorage> other; // a reference: another thread may clear it meanwhile
     {
         const SpinLocker locker(&mutex);
         for (const auto &storage : storages) {
@@ -162,8 +162,8 @@ AbstractStorage *ConfigurationManagerPrivate::topStorage(const QString &group,
     return nullptr;
 }
 
-// Whether a layer above `type` holds the key. As long as it is in the list, the layer `type` and those
-// below are not asked.
+// Whether a layer above `type` holds the key. If the layer `type` is in the list, neither it nor those
+// below are searched.
 bool ConfigurationManagerPrivate::isOverridden(const QString &group, const QString &key,
                                                SettingsType type) const
 {
@@ -177,8 +177,8 @@ bool ConfigurationManagerPrivate::isOverridden(const QString &group, const QStri
     return false;
 }
 
-// Whether the effective value of the key comes from the layer `type`. `holder` may be null or a layer
-// that is known to hold the key and is not asked.
+// Whether the effective value of the key comes from the layer `type`. `holder` may be null, or a layer
+// that is known to hold the key and is therefore not searched.
 bool ConfigurationManagerPrivate::isOrigin(SettingsType type, const QString &group,
                                            const QString &key, const AbstractStorage *holder) const
 {
@@ -191,7 +191,7 @@ bool ConfigurationManagerPrivate::isOrigin(SettingsType type, const QString &gro
 }
 
 // Calls the handlers in their order. A handler may append and remove handlers: removed ones are not
-// called any more, added ones are first called for the next change.
+// called again, appended ones are first called for the next change.
 void ConfigurationManagerPrivate::notifyHandlers(SettingsType type, const QString &group,
                                                  const QString &key, const QVariant &value) const
 {

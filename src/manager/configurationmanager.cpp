@@ -24,8 +24,8 @@ ConfigurationManagerPrivate::ConfigurationManagerPrivate(ConfigurationManager *f
 
 ConfigurationManagerPrivate::~ConfigurationManagerPrivate() = default;
 
-// The layer `type`, or null. A raw pointer: callers use it after the lock is gone, see the thread rules
-// of ConfigurationManager.
+// The layer `type`, or null. A raw pointer: callers use it after the lock is released, see the thread
+// rules of ConfigurationManager.
 AbstractStorage *ConfigurationManagerPrivate::findStorage(SettingsType type) const
 {
     const SpinLocker locker(&mutex);
@@ -110,8 +110,8 @@ void ConfigurationManager::setValue(const QString &group, const QString &key, co
 void ConfigurationManager::removeValue(const QString &group, const QString &key, SettingsType type)
 {
     AbstractStorage *storage = d->findStorage(type);
-    // Intentional: unlike a write, a removal reaches the layer only for a key it holds. A read-only
-    // layer refuses no other.
+    // Intentional: unlike a write, a removal reaches the layer only if it holds the key. So a
+    // read-only layer does not refuse to remove an absent key.
     if (storage && storage->contains(group, key))
         storage->remove(group, key);
 }

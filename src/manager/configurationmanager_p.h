@@ -18,12 +18,12 @@
 
 namespace tamsel {
 
-// A handler of the host and what tells it from others registered before and after it: the list may
-// change while its handlers are called.
+// A handler of the host and the id of its registration. The id is unique and ascending, because the list
+// may change while its handlers are called.
 struct RegisteredHandler
 {
     IConfigurationChangeHandler *handler; // borrowed
-    quint64 id; // ascending
+    quint64 id;
 };
 
 // The state of a ConfigurationManager, and the change handler of every layer it creates.
@@ -53,9 +53,9 @@ public:
     bool isOrigin(SettingsType type, const QString &group, const QString &key,
                   const AbstractStorage *holder) const;
     using LogOperation = void (ILogger::*)(const QString &message);
-    // The operation that takes the change messages of `type`; null if they are not logged.
+    // The operation that logs the changes of `type`; null if they are not logged.
     static LogOperation logOperation(SettingsType type);
-    // Passes what `build` returns to that operation. It is called only if it is needed.
+    // Logs the text that `build` returns with that operation. Calls `build` only if there is one.
     template <typename Build> void logForType(SettingsType type, const Build &build) const
     {
         if (const LogOperation log = logOperation(type))
@@ -70,11 +70,11 @@ public:
     bool appendHandler(IConfigurationChangeHandler *handler);
     bool removeHandler(IConfigurationChangeHandler *handler);
 
-    ConfigurationManager *const q; // the way back of a d-pointer; nothing needs it yet
+    ConfigurationManager *const q; // the public object, by Qt's convention; not used yet
     QString persistentStoragePath;
     QString assetsPrefix;
     ILogger *const logger; // borrowed
-    // Guarded by mutex; one for each type, by priorityOf().
+    // Guarded by mutex; at most one of each type, sorted by priorityOf().
     QList<QSharedPointer<AbstractStorage>> storages;
     mutable QMutex mutex;
     QList<RegisteredHandler> handlers; // no lock, see notifyHandlers()

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Creates, replaces and removes layers, and finds out which effective values change by it.
+// Creates, replaces and removes layers, and finds out which effective values this changes.
 
 #include "configurationmanager_p.h"
 
@@ -25,14 +25,14 @@ namespace tamsel {
 
 namespace {
 
-// A place in a list of keys. Two layers of a type list their keys in the same order, so that what is
-// looked for is mostly next; otherwise it is searched in the list, sorted once.
+// A position in a list of keys. Two layers of a type list their keys in the same order, so the wanted
+// key is usually the next one. Otherwise the list is sorted, once, and searched.
 class KeyCursor
 {
 public:
     explicit KeyCursor(const KeyList &keys) : m_keys(keys), m_next(m_keys.cbegin()) { }
 
-    // The key in the list that equals `key`, null if there is none. The cursor moves behind it.
+    // The key in the list that equals `key`, or null. The cursor moves to the one after it.
     const KeyList::value_type *moveBehind(const KeyList::value_type &key)
     {
         if (!isNext(key)) {
@@ -57,7 +57,7 @@ private:
         if (m_isSorted)
             return;
         if (!std::is_sorted(m_keys.cbegin(), m_keys.cend())) {
-            // Appended one by one: a QList that detaches does not notice that memory runs out.
+            // Not by detaching: a QList that detaches does not check whether memory ran out.
             KeyList sorted;
             sorted.reserve(m_keys.size());
             std::copy(m_keys.cbegin(), m_keys.cend(), std::back_inserter(sorted));
@@ -69,7 +69,7 @@ private:
 
     KeyList m_keys;
     KeyList::const_iterator m_next;
-    bool m_isSorted = false; // found out when a search is needed
+    bool m_isSorted = false; // checked when the first search is needed
 };
 
 // `keys` without those in `others`; order and duplicates stay.
@@ -84,7 +84,7 @@ KeyList without(const KeyList &keys, const KeyList &others)
     return result;
 }
 
-// Reads the values of a layer, at the least cost in the order of its keys. Borrows the layer.
+// Reads the values of a layer; fastest in the order of its keys. Borrows the layer.
 class ValueReader
 {
 public:
@@ -95,13 +95,13 @@ public:
             m_cursor.emplace(static_cast<const StaticMapReader &>(storage));
     }
 
-    // The value in a fixed map; null if the key is not known to be held by one.
+    // The value in a fixed map, without a copy; null if the layer is not one or find() finds nothing.
     const QVariant *inPlace(const KeyList::value_type &key)
     {
         return m_cursor ? m_cursor->find(key.first, key.second) : nullptr;
     }
 
-    // Good until the next call.
+    // Valid until the next call.
     const QVariant &value(const KeyList::value_type &key)
     {
         if (const QVariant *found = inPlace(key))
@@ -120,7 +120,7 @@ private:
 
 QString topValuesChanged(const AbstractStorage &storage, const KeyList &candidates)
 {
-    constexpr qsizetype roomForValue = 32; // with what is around it; the text may grow further
+    constexpr qsizetype roomForValue = 32; // and its punctuation; an estimate
     const QLatin1StringView name = typeName(storage.type());
     qsizetype size = 32 + name.size();
     for (const auto &[group, key] : candidates)
@@ -134,7 +134,7 @@ QString topValuesChanged(const AbstractStorage &storage, const KeyList &candidat
         line += u' ' % candidate.first % u'/' % candidate.second % u" = '"
                 % reader.value(candidate).toString() % u"',";
     }
-    line.chop(1); // the comma behind the last value
+    line.chop(1); // the comma after the last value
     line += " }"_L1;
     return line;
 }
@@ -179,8 +179,8 @@ void ConfigurationManagerPrivate::initStorage(SettingsType type, const QVariantM
     }
 }
 
-// Inserts a new layer at its rank, or puts it in the place of the one of its type. It takes the layer
-// over, so that the layer dies at once if a handler clears it during the last notification.
+// Inserts a new layer at its rank, or replaces the layer of its type. Takes ownership, so that the layer
+// is destroyed at once if a handler clears it during the last notification.
 void ConfigurationManagerPrivate::registerStorage(QSharedPointer<AbstractStorage> storage)
 {
     if (const auto previous = sharedStorage(storage->type()))
@@ -202,7 +202,7 @@ void ConfigurationManagerPrivate::clearStorage(SettingsType type)
         const SpinLocker locker(&mutex);
         storages.removeIf([type](const auto &other) { return other->type() == type; });
     }
-    storage.reset(); // dies with the lock free: a file layer writes its file now
+    storage.reset(); // destroyed without the lock: a file layer writes its file now
     logger->info("Storage: "_L1 % typeName(type) % " cleared"_L1);
     for (const auto &[group, key] : keys)
         onValueChanged(type, group, key, QVariant());
@@ -252,14 +252,14 @@ void ConfigurationManagerPrivate::replaceStorage(const AbstractStorage &previous
     reportCandidates(std::move(storage), candidates);
 }
 
-// The layer `type` with a reference counted, or null.
+// The layer `type` with a counted reference, or null.
 QSharedPointer<AbstractStorage> ConfigurationManagerPrivate::sharedStorage(SettingsType type) const
 {
     const SpinLocker locker(&mutex);
     return storages.value(indexOfStorage(type));
 }
 
-// Puts `storage` in the place of the layer of its type, or at its rank where there is none.
+// Replaces the layer of the type of `storage`, or inserts `storage` at its rank.
 void ConfigurationManagerPrivate::placeStorage(const QSharedPointer<AbstractStorage> &storage)
 {
     const SettingsType type = storage->type();
@@ -291,7 +291,7 @@ void ConfigurationManagerPrivate::reportCandidates(QSharedPointer<AbstractStorag
 
     const auto &[group, key] = candidates.last();
     const QVariant value = reader.value(candidates.last());
-    storage.reset(); // a handler may clear the layer, and then it has to die
+    storage.reset(); // a handler may clear the layer, which then has to be destroyed
     if (isSingle)
         onValueChanged(type, group, key, value);
     else

@@ -74,11 +74,11 @@ KeyList DynamicMapStorage::keys() const
     return result;
 }
 
-// Whether the value differed from the stored one and was written.
+// Returns whether the value differed from the stored one and was written.
 bool DynamicMapStorage::store(const QString &group, const QString &key, const QVariant &value)
 {
     const SpinLocker locker(&m_mutex);
-    QVariantMap &entries = m_values[group]; // an equal value is in a group that exists
+    QVariantMap &entries = m_values[group]; // inserts no group for an equal value
     const auto entry = entries.find(key);
     if (entry == entries.end()) {
         entries.insert(key, value);
@@ -91,7 +91,7 @@ bool DynamicMapStorage::store(const QString &group, const QString &key, const QV
     return true;
 }
 
-// Whether the key was held.
+// Returns whether the key was held.
 bool DynamicMapStorage::erase(const QString &group, const QString &key)
 {
     const SpinLocker locker(&m_mutex);

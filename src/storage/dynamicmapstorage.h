@@ -15,8 +15,8 @@ namespace tamsel {
 
 // The writable layer in memory: starts empty, is never saved.
 //
-// Each operation is atomic under the storage's own lock. The handler is called after the lock has
-// been released, so a handler may come back; another thread's write may slip in between.
+// Each operation is atomic under the storage's own lock. The handler is called after the lock has been
+// released, so it may call this storage. Another thread may write in between.
 class DynamicMapStorage : public LookupStorage
 {
 public:
@@ -35,7 +35,7 @@ public:
     KeyList keys() const override;
 
 private:
-    // If not, no key of that group has ever been written.
+    // False only if no key of the group has ever been written.
     bool mayHold(const QString &group) const
     {
         return (m_groupBits.load(std::memory_order_relaxed) & groupBit(group)) != 0;
@@ -43,7 +43,7 @@ private:
     bool store(const QString &group, const QString &key, const QVariant &value);
     bool erase(const QString &group, const QString &key);
 
-    QMap<QString, QVariantMap> m_values; // guarded by m_mutex; a group stays when it gets empty
+    QMap<QString, QVariantMap> m_values; // guarded by m_mutex; empty groups stay
     mutable QMutex m_mutex;
     std::atomic<quintptr> m_groupBits = 0; // of the groups in m_values; only grows
 };

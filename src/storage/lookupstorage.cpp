@@ -7,7 +7,7 @@ namespace tamsel {
 
 QStringView LookupKey::full() const
 {
-    if (m_full.isEmpty()) { // it never is once it has been built: there is the "/"
+    if (m_full.isEmpty()) { // not built yet: it always has the "/"
         m_full.append(m_group.cbegin(), m_group.size());
         m_full.append(u'/');
         m_full.append(m_key.cbegin(), m_key.size());

@@ -11,9 +11,9 @@
 
 namespace tamsel {
 
-// One of as many bits as a pointer has, for the name of a group. A layer in memory collects those of
-// its groups: where the bit is missing, the layer need not be searched. Groups of one length that
-// begin and end alike share a bit, so that it costs little.
+// One bit of a word, chosen by the name of a group. A layer in memory keeps the bits of its groups: if
+// the bit of a group is missing, the layer need not be searched. The hash uses only the length and the
+// first and last character, because it has to be cheap.
 inline quintptr groupBit(const QString &group)
 {
     if (group.isEmpty())
@@ -32,8 +32,8 @@ public:
     const QString &group() const { return m_group; }
     const QString &key() const { return m_key; }
 
-    // "group/key", as the file layers need it. Built for the first of them, without the heap unless it
-    // is unusually long.
+    // "group/key", as the file layers need it. Built when the first of them asks for it; allocates only
+    // if it is unusually long.
     QStringView full() const;
 
 private:
@@ -44,15 +44,14 @@ private:
     mutable QVarLengthArray<QChar, 128> m_full;
 };
 
-// The base of the library's own storages. It adds the one thing that the slots of AbstractStorage
-// cannot say: that the layer holds a key, and which value, in one step. Between contains() and value()
-// another thread may remove the key.
+// The base class of the library's own storages. It adds contains() and value() in one step. Between two
+// separate calls another thread may remove the key.
 class LookupStorage : public AbstractStorage
 {
 public:
     using AbstractStorage::AbstractStorage;
 
-    // Whether the layer holds the key. If so, *value becomes its value; otherwise it stays.
+    // Whether the layer holds the key. If so, *value is set to its value; otherwise it is unchanged.
     virtual bool lookup(const LookupKey &key, QVariant *value) const = 0;
 };
 

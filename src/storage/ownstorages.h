@@ -14,9 +14,9 @@ namespace tamsel {
 
 // `storage`, if it is one of the library's own; null for any other AbstractStorage.
 //
-// Every read asks this of every layer, and a dynamic_cast would cost as much as the rest of the read.
-// The exact class is enough to know: the three classes are hidden in the library, so each has one
-// type_info. A class derived from one of them may have changed value() and is asked through its slots.
+// Every read calls this for every layer, and a dynamic_cast would cost as much as the rest of the read.
+// Comparing the exact class is enough: the three classes are hidden in the library, so each has one
+// type_info. A class derived from one of them may override value(), so its virtual functions are called.
 inline const LookupStorage *toLookupStorage(const AbstractStorage &storage)
 {
     const std::type_info *type = &typeid(storage);

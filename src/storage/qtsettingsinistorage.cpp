@@ -18,20 +18,20 @@ namespace tamsel {
 
 namespace {
 
-// What QSettings is to answer for a key that it does not hold. A QRectF is too large to lie inside a
-// QVariant: copies share it, and no value from a file has its address.
+// The default that QSettings returns for an absent key. A QRectF is too large to be stored inside a
+// QVariant, so copies share it, and no value from a file has its address.
 const QVariant &notHeld()
 {
-    // Intentional: never deleted. A manager that is a static object may still be read at the end.
+    // Intentional: never deleted. A manager that is a static object may still be read at exit.
     static const auto *const value = new QVariant(QRectF());
     return *value;
 }
 
 } // namespace
 
-// QSettings posts no UpdateRequest while it flushes: a change that another thread makes meanwhile
-// would be written neither by the event loop nor by the destructor. So one is posted for such a
-// thread here, unless it is posted already.
+// QSettings posts no UpdateRequest while it flushes. A change that another thread makes meanwhile would
+// be written neither by the event loop nor by the destructor. So one is posted here for changes of
+// other threads, unless one is posted already.
 class QtSettingsIniStorage::Settings final : public QSettings
 {
 public:
@@ -44,11 +44,11 @@ public:
         QEvent request(QEvent::UpdateRequest);
         try {
             QSettings::event(&request);
-        } catch (...) { // as QSettings does
+        } catch (...) { // ignored, as QSettings does
         }
     }
 
-    // To be called after a change.
+    // Call it after each change.
     void requestFlush()
     {
         if (QThread::currentThreadId() == m_thread
@@ -56,7 +56,7 @@ public:
             return;
         try {
             QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
-        } catch (...) { // out of memory: left to the next change, or to the destructor
+        } catch (...) { // out of memory: the next change or the destructor flushes
             m_flush.storeRelease(Wanted);
         }
     }
@@ -65,8 +65,8 @@ protected:
     bool event(QEvent *event) override
     {
         if (event->type() == QEvent::UpdateRequest) {
-            // One flush is enough for all. Events go first: one that is posted after the other line
-            // has to stay.
+            // One flush is enough for all posted events. Remove them first: an event that is posted
+            // after m_flush is reset has to stay.
             QCoreApplication::removePostedEvents(this, QEvent::UpdateRequest);
             m_flush.fetchAndStoreOrdered(None);
         }
@@ -77,7 +77,7 @@ private:
     enum Flush { None, Wanted, Posted };
 
     const Qt::HANDLE m_thread = QThread::currentThreadId(); // its event loop writes the file
-    QAtomicInt m_flush = None; // what other threads wait for
+    QAtomicInt m_flush = None; // for the changes of other threads
 };
 
 QtSettingsIniStorage::QtSettingsIniStorage(SettingsType type, IConfigurationChangeHandler *handler,
@@ -145,7 +145,7 @@ KeyList QtSettingsIniStorage::keys() const
     KeyList result;
     const QStringList fullKeys = m_settings->allKeys();
     result.reserve(fullKeys.size());
-    QString group = u""_s; // shared by the keys that follow one another
+    QString group = u""_s; // shared by consecutive keys of a group
     for (const QString &fullKey : fullKeys) {
         // Intentional: a key without "/" is its own group, middle segments are dropped.
         const QStringView first = QStringView(fullKey).left(fullKey.indexOf(u'/'));

@@ -12,9 +12,9 @@ namespace tamsel {
 
 // The layer in an INI file: (group, key) is the key "group/key" of one QSettings.
 //
-// Nothing is cached here and sync() is never called: QSettings decides when the file is written, at
-// the latest when the storage dies. The consistency of a single call is that of QSettings too; two
-// threads that write the same pair may both report it.
+// Nothing is cached here and sync() is never called: QSettings decides when the file is written, at the
+// latest when the storage is destroyed. Only single calls of QSettings are atomic: of two threads that
+// write the same value to one key, both may notify.
 class QtSettingsIniStorage : public LookupStorage
 {
 public:

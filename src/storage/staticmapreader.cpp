@@ -7,7 +7,7 @@ namespace tamsel {
 
 namespace {
 
-// The map in `group`, in place; null if it holds something else.
+// The map in `group`, without a copy; null if it holds another type.
 const QVariantMap *asMap(const QVariant &group)
 {
     if (group.metaType() != QMetaType::fromType<QVariantMap>())
@@ -23,14 +23,14 @@ quintptr groupBits(const QVariantMap &groups)
     return bits;
 }
 
-// Whether the texts share their characters, as a key and its copies do.
+// Whether the texts share their data, as a key and its copies do.
 bool isShared(const QString &a, const QString &b)
 {
     return a.constData() == b.constData() && a.size() == b.size();
 }
 
-// The entries of a group. A QVariantMap is read in place, without a copy. What merely converts to one
-// is converted again for every question; nothing is cached.
+// The entries of a group. A QVariantMap is read without a copy. Any other type that converts to one is
+// converted for each GroupEntries; nothing is cached.
 class GroupEntries
 {
 public:
@@ -104,7 +104,7 @@ bool StaticMapReader::lookup(const LookupKey &key, QVariant *value) const
         QVariant(*entry).swap(*value); // cheaper than the assignment
         return true;
     }
-    // Intentional: converted once for each of the two questions, which the host can count.
+    // Intentional: converted once by each of the two calls; the host's converter can count that.
     if (!contains(key.group(), key.key()))
         return false;
     *value = this->value(key.group(), key.key());
@@ -141,7 +141,7 @@ const QVariant *StaticMapReader::Cursor::find(const QString &group, const QStrin
     }
     if (!m_entries)
         return nullptr;
-    // This one or the next, or somewhere else.
+    // The last one or the next; otherwise it is searched.
     for (int i = 0; i < 2 && m_entry != m_entries->cend(); ++i, ++m_entry) {
         if (isShared(m_entry.key(), key))
             return &*m_entry;

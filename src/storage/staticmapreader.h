@@ -10,9 +10,9 @@ namespace tamsel {
 
 // The read-only layer over a map of group name to the map of the group's entries.
 //
-// An entry that cannot be converted to a QVariantMap is no group and is invisible. The map never
-// changes, so any number of threads may read without a lock. Writes and removals are refused by the
-// base.
+// A value that cannot be converted to a QVariantMap is not a group and is ignored. The map never
+// changes, so any number of threads may read without a lock. The base class refuses writes and
+// removals.
 class StaticMapReader : public LookupStorage
 {
 public:
@@ -27,14 +27,14 @@ public:
     // Sorted by group, then by key.
     KeyList keys() const override;
 
-    // Reads the map in place. Cheapest in the order of keys(), where nothing is searched. Borrows the
-    // map of the reader.
+    // Reads the map without a copy. Cheapest in the order of keys(), where nothing is searched.
+    // Borrows the map of the reader.
     class Cursor
     {
     public:
         explicit Cursor(const StaticMapReader &reader) : m_values(reader.m_values) { }
 
-        // The value of the key; null if it is not held, or in a group that has to be converted.
+        // The value of the key; null if it is not held, or if its group has to be converted.
         const QVariant *find(const QString &group, const QString &key);
 
     private:
@@ -42,8 +42,8 @@ public:
 
         const QVariantMap &m_values;
         QString m_group;
-        const QVariantMap *m_entries = nullptr; // of m_group, if it has some in place
-        QVariantMap::const_iterator m_entry; // the last one found, if m_entries is there
+        const QVariantMap *m_entries = nullptr; // of m_group; null if it has to be converted
+        QVariantMap::const_iterator m_entry; // the last one found; valid if m_entries is not null
     };
 
 private:
