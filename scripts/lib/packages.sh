@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 
-# need PACKAGE...: installs those of the Debian packages that the machine does not have.
+# need PACKAGE...: installs the given Debian packages, if they are not installed yet.
 need()
 {
     local missing=() package
@@ -14,19 +14,19 @@ need()
     ((${#missing[@]})) || return 0
 
     if ! command -v apt-get >/dev/null; then
-        echo "this machine has no apt-get; what is needed is, by Debian's names: ${missing[*]}" >&2
+        echo "this machine has no apt-get; install these packages (Debian's names): ${missing[*]}" >&2
         return 1
     fi
     local root=()
     ((EUID == 0)) || root=(sudo)
     if ((EUID != 0)) && ! command -v sudo >/dev/null; then
-        echo "neither root nor sudo to install ${missing[*]}" >&2
+        echo "installing ${missing[*]} needs root or sudo" >&2
         return 1
     fi
     echo "installing ${missing[*]}" >&2
     local install=("${root[@]}" env DEBIAN_FRONTEND=noninteractive
         apt-get install -qq --no-install-recommends "${missing[@]}")
-    # The lists are fetched only where they do not lead to the packages: that takes longest.
+    # Fetching the package lists takes longest, so do it only if the present lists are of no use.
     if "${install[@]}" --download-only >/dev/null 2>&1; then
         "${install[@]}" >&2
     else
@@ -35,7 +35,8 @@ need()
     fi
 }
 
-# Prints the archive that this machine itself uses; a security archive is none to start a root from.
+# Prints the archive that this machine uses, but not a security archive: it has too few packages for a
+# root.
 debian_archive()
 {
     # shellcheck disable=SC2016 # the variables are apt's
@@ -44,7 +45,7 @@ debian_archive()
         || { echo "apt names no Debian archive on this machine" >&2; return 1; }
 }
 
-# What the README's commands need beyond git and a shell.
+# What the README's commands need besides git and a shell.
 # shellcheck disable=SC2034 # for the scripts that read this file
 build_packages=(g++ cmake ninja-build qt6-base-dev)
 # shellcheck disable=SC2034
