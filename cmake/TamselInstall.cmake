@@ -33,8 +33,8 @@ install(FILES
     DESTINATION ${tamsel_package_dir}
     COMPONENT Devel)
 
-# The .pc files find their prefix from where they lie, so the installed tree can be moved. Both folders
-# may have been given as absolute paths.
+# The prefix in a .pc file is relative to the file itself, so the installed tree can be moved. Both
+# folders may have been given as absolute paths.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
     BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
     OUTPUT_VARIABLE tamsel_pc_prefix)
@@ -56,9 +56,9 @@ function(tamsel_install_pc name component)
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
         COMPONENT ${component})
 
-    # Staged below DESTDIR, for a sysroot or a package, the .pc file names its prefix instead:
-    # freedesktop.org's pkg-config puts PKG_CONFIG_SYSROOT_DIR in front of a folder that it has found
-    # from the place of the file as well.
+    # With DESTDIR, for a sysroot or a package, the .pc file contains an absolute prefix instead:
+    # freedesktop.org's pkg-config prepends PKG_CONFIG_SYSROOT_DIR even to a prefix that is relative to
+    # the file, and so already inside the sysroot.
     string(CONFIGURE [[
         if(NOT "$ENV{DESTDIR}" STREQUAL "")
             set(pc_file "@CMAKE_INSTALL_LIBDIR@/pkgconfig/@name@.pc")
@@ -77,8 +77,8 @@ if(TAMSEL_BUILD_HOST)
 endif()
 
 if(TAMSEL_BUILD_TOOLS)
-    # The tool finds the library from where it lies, and a Qt that is not the system's where this build
-    # has found it.
+    # The tool finds the library relative to itself, and a Qt outside the system's directories where this
+    # build found it.
     if(BUILD_SHARED_LIBS AND NOT DEFINED CMAKE_INSTALL_RPATH)
         cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
             BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}

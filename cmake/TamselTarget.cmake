@@ -1,10 +1,9 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-# tamsel_target(<target>): the language level, warnings and strict Qt definitions that all code of
-# this tree is compiled with. Everything is PRIVATE: users keep their own choices. Warnings become
-# errors in the presets only (CMAKE_COMPILE_WARNING_AS_ERROR), so that tomorrow's compiler does not
-# break a user.
+# tamsel_target(<target>): the language level, warnings and strict Qt definitions for all code of this
+# tree. Everything is PRIVATE, so users keep their own choices. Warnings become errors only in the
+# presets (CMAKE_COMPILE_WARNING_AS_ERROR), so that a newer compiler does not break a user's build.
 function(tamsel_target target)
     target_compile_features(${target} PRIVATE cxx_std_17)
     set_target_properties(${target} PROPERTIES
@@ -25,7 +24,7 @@ function(tamsel_target target)
         -Wnon-virtual-dtor -Wzero-as-null-pointer-constant -Wdate-time
         $<$<CXX_COMPILER_ID:GNU>:-Wsuggest-override -Wduplicated-cond -Wlogical-op>
         $<$<CXX_COMPILER_ID:Clang>:-Winconsistent-missing-destructor-override>)
-    # Sanitizers resolve their symbols from the program: a library linked with them has holes.
+    # Sanitizers resolve their symbols from the program: a library built with them has undefined ones.
     if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
@@ -34,16 +33,15 @@ function(tamsel_target target)
     endif()
 endfunction()
 
-# tamsel_harden(<target>): what TAMSEL_HARDENED stands for; tests/install/hardening looks for it in the
-# built files. Packages have flags of their distribution for the same.
+# tamsel_harden(<target>): implements TAMSEL_HARDENED; tests/install/hardening checks the built files.
+# Packages use the flags of their distribution instead.
 function(tamsel_harden target)
-    # _FORTIFY_SOURCE is left to distributions: no call in these files has a buffer of a size that the
-    # compiler knows, so it changes nothing in them.
+    # Without _FORTIFY_SOURCE: no call in these files has a buffer of known size, so it changes nothing.
     target_compile_options(${target} PRIVATE -fstack-protector-strong)
     target_link_options(${target} PRIVATE LINKER:-z,relro,-z,now,-z,noexecstack)
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
 endfunction()
 if(TAMSEL_HARDENED)
     include(CheckPIESupported)
-    check_pie_supported() # or programs are not linked as position-independent ones
+    check_pie_supported() # without it, CMake does not link programs as position-independent
 endif()
