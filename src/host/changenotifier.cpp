@@ -12,6 +12,8 @@
 
 #include <tamsel/host/changenotifier.h>
 
+#include "rejectedvalues.h"
+
 #include <tamsel/configurationmanager.h>
 #include <tamsel/host/origin.h>
 #include <tamsel/iconfigurationchangehandler.h>
@@ -393,6 +395,7 @@ public:
     }
 
     ConfigurationManager *const settings;
+    const std::shared_ptr<RejectedValues> rejected = std::make_shared<RejectedValues>();
 
 private:
     Q_DISABLE_COPY_MOVE(ChangeNotifierPrivate)
@@ -427,6 +430,12 @@ ChangeNotifier::~ChangeNotifier() = default;
 ConfigurationManager *ChangeNotifier::settings() const noexcept
 {
     return d->settings;
+}
+
+// Shared by the Settings, which warn once for all of them.
+std::shared_ptr<RejectedValues> ChangeNotifier::rejectedValues() const
+{
+    return d->rejected;
 }
 
 Subscription ChangeNotifier::subscribe(const QString &group, const QString &key, QObject *context,

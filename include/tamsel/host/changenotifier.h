@@ -25,6 +25,7 @@ class ConfigurationManager;
 namespace tamsel::host {
 
 class ChangeNotifierPrivate;
+class RejectedValues;
 class SubscriptionRecord;
 
 /*! \brief What a subscriber gets: a setting as a reader finds it now. */
@@ -151,6 +152,9 @@ public:
 
 private:
     Q_DISABLE_COPY_MOVE(ChangeNotifier)
+
+    friend class SettingBase;
+    std::shared_ptr<RejectedValues> rejectedValues() const;
 
     const std::unique_ptr<ChangeNotifierPrivate> d;
 };

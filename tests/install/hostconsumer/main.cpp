@@ -7,6 +7,7 @@
 #include <tamsel/host/changenotifier.h>
 #include <tamsel/host/origin.h>
 #include <tamsel/host/qtlogger.h>
+#include <tamsel/host/setting.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLoggingCategory>
@@ -65,6 +66,11 @@ void useNotifier()
           && changes.first().origin == SettingsType::Runtime);
     CHECK(tamsel::host::originOf(settings, "ui", "lang") == SettingsType::Runtime);
     CHECK(!tamsel::host::originOf(settings, "ui", "theme"));
+
+    const tamsel::host::Setting<int> volume({"player", "volume", 20}, &notifier);
+    CHECK(volume.value() == 20);
+    volume.setValue(7, SettingsType::Runtime);
+    CHECK(volume.value() == 7 && volume.origin() == SettingsType::Runtime);
 }
 
 } // namespace

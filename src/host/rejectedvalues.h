@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_HOST_REJECTEDVALUES_H
+#define TAMSEL_HOST_REJECTEDVALUES_H
+
+#include <QtCore/QHash>
+#include <QtCore/QMutex>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+#include <utility>
+
+namespace tamsel::host {
+
+// The last value of each setting that was not of the type it was read as. Any thread may ask.
+class RejectedValues
+{
+public:
+    RejectedValues() = default;
+
+    // Whether the value of the setting is another one than the last time.
+    bool isNew(const QString &group, const QString &key, const QVariant &value)
+    {
+        QVariant last = value;
+        {
+            const QMutexLocker locker(&m_mutex);
+            const auto entry = m_values.find({group, key});
+            if (entry == m_values.end()) {
+                m_values.insert({group, key}, value);
+                return true;
+            }
+            last.swap(*entry);
+        }
+        return last.metaType() != value.metaType() || last != value;
+    }
+
+private:
+    Q_DISABLE_COPY_MOVE(RejectedValues)
+
+    QMutex m_mutex;
+    QHash<std::pair<QString, QString>, QVariant> m_values; // guarded by m_mutex
+};
+
+} // namespace tamsel::host
+
+#endif // TAMSEL_HOST_REJECTEDVALUES_H
