@@ -108,8 +108,7 @@ public:
     void close();
 
     std::array<Records, 3> find(const Key &key) const;
-    std::optional<Origin> notifiedOrigin(SettingsType type, const Key &key,
-                                         const QVariant &value) const;
+    bool findOrigin(SettingsType type, const Key &key, const QVariant &value, Origin *origin) const;
     bool read(Change *change) const;
     QVariant value(const Key &key) const;
 
@@ -313,21 +312,25 @@ std::array<Records, 3> Subscriptions::find(const Key &key) const
     return {group->ofKeys.value(key.second), group->ofGroup, m_ofAll};
 }
 
-// The origin of the setting after the change that a handler was notified of. Nothing if another
-// thread has changed the setting since: its own notification comes later, or came before.
-std::optional<Origin> Subscriptions::notifiedOrigin(SettingsType type, const Key &key,
-                                                    const QVariant &value) const
+// The origin of the setting after the change that a handler was notified of. False if another thread
+// has changed the setting since: its own notification comes later, or came before.
+bool Subscriptions::findOrigin(SettingsType type, const Key &key, const QVariant &value,
+                               Origin *origin) const
 {
     // Called by the manager, which lives; on a thread that may create layers or only write to them.
-    if (mayNameLayers())
-        return originOf(*m_settings, key.first, key.second);
-    if (!m_settings->contains(key.first, key.second))
-        return Origin();
+    if (mayNameLayers()) {
+        *origin = originOf(*m_settings, key.first, key.second);
+        return true;
+    }
+    if (!m_settings->contains(key.first, key.second)) {
+        origin->reset();
+        return true;
+    }
     // An uncovered value is notified as text. What has no text and no comparison passes.
     const QVariant effective = m_settings->value(key.first, key.second);
-    if (value.isValid() && (areSame(effective, value) || effective.toString() == value.toString()))
-        return Origin(type);
-    return std::nullopt;
+    *origin = type;
+    return value.isValid()
+            && (areSame(effective, value) || effective.toString() == value.toString());
 }
 
 // The rest of a change whose origin is that of the notification. False if the notifier is gone.
@@ -372,12 +375,12 @@ public:
         const std::array<Records, 3> found = subscriptions->find(changed);
         if (found[0].isEmpty() && found[1].isEmpty() && found[2].isEmpty())
             return;
-        const std::optional<Origin> origin = subscriptions->notifiedOrigin(type, changed, value);
-        if (!origin)
+        Origin origin;
+        if (!subscriptions->findOrigin(type, changed, value, &origin))
             return;
         for (const Records &records : found) {
             for (const Record &record : records)
-                record->mark(changed, *origin);
+                record->mark(changed, origin);
         }
         for (const Records &records : found) {
             for (const Record &record : records)
