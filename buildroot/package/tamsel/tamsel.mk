@@ -8,7 +8,7 @@
 ################################################################################
 
 TAMSEL_VERSION = 0.2.0
-# The checkout that this package file lies in.
+# The checkout that contains this file.
 TAMSEL_SITE = $(BR2_EXTERNAL_TAMSEL_PATH)/..
 TAMSEL_SITE_METHOD = local
 TAMSEL_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude build --exclude .cache
@@ -16,7 +16,7 @@ TAMSEL_LICENSE = MIT
 TAMSEL_LICENSE_FILES = LICENSES/MIT.txt
 TAMSEL_INSTALL_STAGING = YES
 TAMSEL_DEPENDENCIES = qt6base
-# Hardening is BR2_RELRO_*, BR2_SSP_* and BR2_FORTIFY_SOURCE_* of the whole system.
+# Hardening comes from BR2_RELRO_*, BR2_SSP_* and BR2_FORTIFY_SOURCE_* of the whole system.
 TAMSEL_CONF_OPTS = \
 	-DTAMSEL_BUILD_TESTS=OFF \
 	-DTAMSEL_BUILD_EXAMPLES=OFF \

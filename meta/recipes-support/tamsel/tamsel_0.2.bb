@@ -2,14 +2,14 @@
 # SPDX-License-Identifier: MIT
 
 SUMMARY = "Layered settings of a set-top box's software"
-DESCRIPTION = "Holds all settings of a process in up to eight layers, with one order of precedence."
+DESCRIPTION = "Holds all settings of a process in up to eight layers with a fixed precedence."
 SECTION = "libs"
 LICENSE = "MIT"
 LIC_FILES_CHKSUM = "file://LICENSES/MIT.txt;md5=3912d958d00bac4a6b550f75d7c806bb"
 
 DEPENDS = "qtbase"
 
-# The distribution's to set: where it keeps the repository and, as SRCREV:pn-tamsel, the commit.
+# Set by the distribution: the place of the repository and, as SRCREV:pn-tamsel, the commit.
 TAMSEL_REPOSITORY ?= "git:///srv/git/libtamsel.git;protocol=file;branch=main"
 SRC_URI = "${TAMSEL_REPOSITORY}"
 S = "${WORKDIR}/git"
@@ -19,7 +19,7 @@ inherit qt6-cmake
 PACKAGECONFIG ??= "tools"
 PACKAGECONFIG[tools] = "-DTAMSEL_BUILD_TOOLS=ON,-DTAMSEL_BUILD_TOOLS=OFF"
 
-# The hardening is that of the distribution's security_flags.inc.
+# Hardening comes from the distribution's security_flags.inc.
 EXTRA_OECMAKE = "\
     -DBUILD_SHARED_LIBS=ON \
     -DTAMSEL_BUILD_HOST=ON \
