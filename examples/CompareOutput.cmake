@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 # cmake -D PROGRAM=... -D EXPECTED=... -D ACTUAL=... [-D EMULATOR=...] -P CompareOutput.cmake: runs a
-# program and compares what it prints with a file, byte for byte. The output is kept in ACTUAL.
+# program and compares its output with a file, byte for byte. The output is kept in ACTUAL.
 
 execute_process(COMMAND ${EMULATOR} ${PROGRAM}
     OUTPUT_FILE ${ACTUAL}

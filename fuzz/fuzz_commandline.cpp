@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as the argument vector, one argument a line. The parser may end the process, so it runs in
-// a child; a child that ends in another way than documented is a defect.
+// The input is the argument vector, one argument per line. The parser may end the process, so it runs in
+// a child. The child must end in one of the documented ways.
 
 #include <tamsel/commandlineargs.h>
 
@@ -60,7 +60,7 @@ bool hasDocumentedShape(const QVariantMap &groups)
     const int null = open("/dev/null", O_WRONLY);
     dup2(null, STDOUT_FILENO);
     dup2(null, STDERR_FILENO);
-    // Both are documented ends and no findings: libFuzzer must not see the child exit or abort.
+    // The child may exit and abort, as documented; libFuzzer must not take either for a finding.
     on_exit([](int code, void *) { _exit(code); }, nullptr);
     signal(SIGABRT, SIG_DFL);
 
@@ -75,7 +75,7 @@ bool hasDocumentedShape(const QVariantMap &groups)
 
 } // namespace
 
-// The sanitizers' own exit code, 1, would pass for a documented end.
+// The sanitizers' default exit code, 1, would look like a documented end.
 extern "C" const char *__asan_default_options() // NOLINT(bugprone-reserved-identifier)
 {
     return "exitcode=99";
@@ -89,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         if (data[i] == '\n') {
             arguments.push_back(argument);
             argument.clear();
-        } else if (data[i] != 0) { // no argument holds a NUL
+        } else if (data[i] != 0) { // an argument cannot contain a NUL
             argument.push_back(char(data[i]));
         }
     }

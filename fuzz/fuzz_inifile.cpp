@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as the file of each file layer: it is listed, read, written, replaced, cleared and read
-// back from the disk. Nothing may crash, and what was written has to come back.
+// The input is the file of each file layer. The layer is listed, read, written, replaced, cleared and
+// read back from the disk. Nothing may crash, and written values have to be read back.
 
 #include <tamsel/abstractstorage.h>
 #include <tamsel/configurationmanager.h>
@@ -78,7 +78,7 @@ void exercise(SettingsType type, const QString &prefix, const QString &fileName,
     manager.clearStorage(type);
     require(!manager.contains(u"fuzz"_s, u"written"_s), "a cleared layer holds nothing");
     if (available) {
-        // Under another name, so that the file is parsed and not remembered.
+        // Under another name, so that QSettings parses the file and does not use its cache.
         QFile::remove(prefix + u"copy"_s + fileName);
         require(QFile::copy(prefix + fileName, prefix + u"copy"_s + fileName), "the file is there");
         manager.setPersistentStoragePath(prefix + u"copy"_s);
@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Q_UNUSED(previousHandler)
 
     const QByteArray content(reinterpret_cast<const char *>(data), qsizetype(size));
-    // A fresh name each time: QSettings remembers the content of files it has seen.
+    // A new name each time: QSettings caches the content of files.
     const QString prefix = scratch.filePath(QString::number(++run)) + u'-';
     exercise(SettingsType::CustomConfPersistent, prefix, u"custom.conf"_s, content);
     exercise(SettingsType::SelviDb, prefix, u"selvi.db"_s, content);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Any bytes as a sequence of operations: manager and model have to say the same.
+// The input is a sequence of operations. Manager and model have to give the same results.
 
 #include "driver.h"
 #include "operation.h"

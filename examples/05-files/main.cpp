@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Shipped defaults are read from one file, the user's own settings are kept in another.
+// Shipped defaults are read from one file; the user's own settings are written to another.
 
 #include "printing.h"
 
@@ -50,12 +50,12 @@ int main()
         settings.initStorage(SettingsType::RavonaConfDefault);
         settings.initStorage(SettingsType::CustomConfPersistent);
 
-        // A file holds text; ask for the type that is wanted.
+        // A file holds text; convert it to the type you need.
         const QVariant volume = settings.value(u"player"_s, u"volume"_s);
         show(u"volume as shipped"_s, volume);
         show(u"louder"_s, volume.toInt() + 1);
 
-        // A value that was written keeps its type as long as the process runs.
+        // A written value keeps its type until the file is read again.
         settings.setValue(u"player"_s, u"volume"_s, 7, SettingsType::CustomConfPersistent);
         show(u"volume of the user"_s, settings.value(u"player"_s, u"volume"_s));
         show(u"speed as shipped"_s, settings.value(u"player"_s, u"speed"_s));

@@ -20,7 +20,7 @@ int main()
 {
     printing::Logger logger;
     tamsel::ConfigurationManager settings(&logger);
-    tamsel::LogsConfigWrapper logs(&settings); // the manager has to outlive it
+    tamsel::LogsConfigWrapper logs(&settings); // the manager must outlive it
     const auto showLevel = [&logs](const QString &step) {
         printing::line(u"%1: level %2"_s.arg(step, QString::number(logs.level())));
     };

@@ -9,7 +9,7 @@
 
 #include <QtCore/QTextStream>
 
-// What the numbered examples share: a logger and a change handler that print what they get.
+// Shared by the numbered examples: a logger and a change handler that print their arguments.
 namespace printing {
 
 inline void line(const QString &text)
