@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Times every operation on every system. The names are OPERATION/SIZE/SYSTEM. A time divided by the
-// counter "size" is that of one read, write or setting; "perSecond" is how many of them all threads
-// together came to in a second. The time of several threads has no meaning of its own: whether it is
-// divided by their number depends on the version of Google Benchmark.
+// Times every operation on every system. The names are OPERATION/SIZE/SYSTEM. Divide a time by the
+// counter "size" to get that of one read, write or setting. "perSecond" counts these for all threads
+// together. Do not use the time of several threads: whether it is divided by their number depends on the
+// version of Google Benchmark.
 
 #include "operations.h"
 
@@ -19,7 +19,7 @@ using namespace tamsel::bench;
 
 namespace {
 
-// An operation that is made when it is first run, and kept: filling the layers takes its time.
+// Creates an operation when it is first run, and keeps it: filling the layers takes long.
 class KeptOperation
 {
 public:
@@ -42,7 +42,7 @@ public:
             prepareAndRun(state);
         else
             runOnly(state);
-        // What the threads set is added up.
+        // The counters of all threads are added up.
         if (state.thread_index() > 0)
             return;
         state.counters["size"] = m_operation->size();

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Counts what noise cannot move: what an operation takes from the heap and, under Callgrind, its
+// Counts what does not vary between runs: the allocations of an operation and, under Callgrind, its
 // instructions. usage() says how.
 
 #include "heapcounter.h"
@@ -35,15 +35,15 @@ constexpr const char *compiler = "g++ " __VERSION__;
 int usage()
 {
     std::fputs(
-            "exactcounts about     what was built, and with what\n"
-            "exactcounts systems   what can be measured: NAME, floor or system, TITLE\n"
-            "exactcounts list      what can be counted: SYSTEM OPERATION SIZE\n"
+            "exactcounts about     prints the versions of Qt and the compiler\n"
+            "exactcounts systems   lists the systems: NAME, floor or system, TITLE\n"
+            "exactcounts list      lists what can be counted: SYSTEM OPERATION SIZE\n"
             "exactcounts SYSTEM OPERATION SIZE RUNS\n"
             "\n"
-            "The last counts two series, of RUNS runs and of twice as many: the difference is\n"
-            "free of what is spent once. It prints the size of a run and how often each series\n"
-            "called malloc() and its kin. Callgrind leaves a part of its output for each series,\n"
-            "if called with --instr-atstart=no --collect-atstart=no.\n",
+            "The last one counts two series, of RUNS runs and of twice as many: their difference\n"
+            "does not include one-time costs. It prints the size of a run and the allocations of\n"
+            "each series. With --instr-atstart=no --collect-atstart=no, Callgrind writes a part\n"
+            "of its output for each series.\n",
             stderr);
     return 2;
 }
@@ -81,7 +81,7 @@ template <typename Info> const Info *find(const std::vector<Info> &infos, const 
     return nullptr;
 }
 
-// What `runs` runs take from the heap.
+// The allocations of `runs` runs.
 qint64 countedSeries(Operation &operation, int runs)
 {
     qint64 allocations = 0;

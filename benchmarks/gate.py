@@ -4,7 +4,7 @@
 
 """Compares the exact figures of the library with the committed baseline of the same Qt version.
 
-Fails if one of them has risen by more than 3 %. Times play no part.
+Fails if one of them has risen by more than 3 %. Times are not compared.
 """
 
 import argparse
@@ -27,7 +27,7 @@ def change(old, new):
 
 
 def compare(baseline, figures):
-    """What has risen too far, and what has fallen as far; a figure that is missing has risen."""
+    """What has risen by more than the tolerance, and what has fallen so; a missing figure has risen."""
     risen, fallen = [], []
     for operation, old in baseline.items():
         for kind, before in old.items():

@@ -8,7 +8,7 @@
 
 namespace tamsel {
 
-static qint64 allocations = 0; // no atomic: its instructions would count
+static qint64 allocations = 0; // not atomic: its instructions would be counted
 
 namespace tests {
 

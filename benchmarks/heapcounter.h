@@ -8,8 +8,8 @@
 
 namespace tamsel::bench {
 
-// How often the process has called malloc(), calloc(), realloc() and their kin so far, whichever
-// library did it; the operators new come to malloc(). For programs with one thread.
+// How often the process has called malloc(), calloc(), realloc() and similar functions so far, in any
+// library. The operators new call malloc(). For programs with one thread.
 qint64 heapAllocations() noexcept;
 
 } // namespace tamsel::bench

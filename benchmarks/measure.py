@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-"""Runs the benchmark programs of a build and writes all that they found to one JSON file.
+"""Runs the benchmark programs of a build and writes their results to one JSON file.
 
     {"machine":  {"qt": "6.8.2", "architecture": "x86_64", "compiler": ..., "valgrind": ..., "cpu": ...},
      "systems":  {"tamsel": {"title": "libtamsel", "floor": false}, ...},
@@ -11,8 +11,8 @@
      "threads":  {"R4-top": {"tamsel": {"1": 10200000, "2": 8300000}, ...}, ...}}
 
 Operations that have a size are named with it, as in "L1/1000". Instructions and times (in nanoseconds)
-are those of one read, write or setting. So are allocations, but those of L1 to L3 and I1, which are of
-the whole operation. "threads" has the reads per second of all threads together, by the number of
+are those of one read, write or setting. Allocations too, except for L1 to L3 and I1, where they are those
+of the whole operation. "threads" has the reads per second of all threads together, by the number of
 threads. Times and reads per second are medians of the repetitions.
 """
 
@@ -27,7 +27,7 @@ import tempfile
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-# Nothing of the caller's environment, and nothing that differs from one run to the next.
+# Nothing from the caller's environment, and nothing that differs between runs.
 ENVIRONMENT = {
     "PATH": os.environ["PATH"],
     "LC_ALL": "C.UTF-8",
@@ -43,7 +43,7 @@ def operation_name(operation, size):
 
 
 def runs_for(operation, size):
-    """Many where a run is short; those of the big layers do the same thing each time."""
+    """More if a run is short. Runs on large layers vary little."""
     if operation.startswith(("L", "I")):
         return 2 if int(size) <= 1000 else 1
     return 4

@@ -2,10 +2,10 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-"""Counts the instructions of reads and writes on MIPS32, under emulation, and puts them into a page.
+"""Counts the instructions of reads and writes on MIPS32, under emulation, and writes them into a page.
 
-A run of the program counts everything, from its start on. So it is run with a number of operations
-and with twice as many, and the difference is theirs.
+The plugin counts a whole process. So the program is run with a number of operations and with twice as
+many; the difference is the count.
 """
 
 import argparse
@@ -19,7 +19,7 @@ import report
 OPERATIONS = ["R1", "R2", "R3", "W1", "W1-int", "W2"]
 FLOORS = {"R2": "bareqsettings", "R3": "bareqsettings"}
 RUNS = 20
-# exactcounts counts RUNS runs, and then twice as many.
+# exactcounts itself does RUNS runs, and then twice as many.
 SERIES = 3
 
 

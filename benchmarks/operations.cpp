@@ -87,7 +87,7 @@ private:
     qint64 m_notificationsBefore = 0;
 };
 
-// What happens to the layer Rdm, and how often the handler has to be notified.
+// The operations on the layer Rdm, and how often the handler has to be notified.
 class LayerOperation : public Operation
 {
 public:
@@ -183,7 +183,7 @@ public:
     void prepare() override
     {
         system().unload();
-        // A new path each time: QSettings remembers the files that it has read.
+        // A new path each time: QSettings caches the files that it has read.
         m_folder.emplace();
         m_prefix = m_folder->path() + u'/';
         writeFile(m_prefix + fileName(SettingsType::RavonaConfDefault), m_content);

@@ -11,20 +11,20 @@
 
 namespace tamsel::bench {
 
-// One thing that is measured, on one system.
+// One measured operation on one system.
 class Operation
 {
 public:
     explicit Operation(const SystemInfo &info);
     virtual ~Operation();
 
-    // How many reads, writes or settings one run is about.
+    // The number of reads, writes or settings of one run.
     virtual int size() const = 0;
-    // Goes before each run and is not measured.
+    // Called before each run; not measured.
     virtual void prepare();
-    // What is measured.
+    // Measured.
     virtual void run() = 0;
-    // After any number of runs: whether they did what they should.
+    // Called after any number of runs: whether their results are right.
     virtual bool isCorrect() const = 0;
 
 protected:
@@ -39,20 +39,20 @@ private:
 struct OperationInfo
 {
     const char *name;
-    std::vector<int> sizes; // that it is measured with; 0 where the workload sets it
+    std::vector<int> sizes; // the sizes to measure; 0 if the workload sets the size
     bool isPrepared; // whether prepare() does anything
-    int threads; // up to so many run it at once
+    int threads; // the largest number of threads that run it at once
     std::unique_ptr<Operation> (*create)(const SystemInfo &info, int size);
 };
 
-// R1 read of a setting in Runtime            W1, W1-int write of a changed text, int to Runtime
-// R2 read of one in the lowest file only     W2 write of an equal value to Runtime
-// R3 read of one that is nowhere             W3 write of a changed value to CustomConfPersistent
+// R1 read from Runtime                       W1, W1-int write of a changed text, int to Runtime
+// R2 read from the lowest file               W2 write of an equal value to Runtime
+// R3 read of a missing key                   W3 write of a changed value to CustomConfPersistent
 // R4-top, R4-bottom: R1 and R2 from one thread and from two
-// L1 Rdm registered, L2 replaced with one in a hundred changed, L3 cleared
+// L1 Rdm is created, L2 replaced with one value in a hundred changed, L3 cleared
 // I1 a file becomes the layer RavonaConfDefault, the only one
 //
-// One handler is registered throughout; for all but I1, all eight layers are there.
+// One handler is always registered. For all operations but I1, all eight layers exist.
 const std::vector<OperationInfo> &operations();
 
 bool offers(const SystemInfo &system, const OperationInfo &operation);

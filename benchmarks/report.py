@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-"""Puts the figures of a run into the page benchmarks/README.md and draws benchmarks/performance.svg.
+"""Writes the figures of a run into the page benchmarks/README.md and draws benchmarks/performance.svg.
 
-The tables replace what stands between the lines "<!-- NAME: begin -->" and "<!-- NAME: end -->".
+The tables replace the text between the lines "<!-- NAME: begin -->" and "<!-- NAME: end -->".
 """
 
 import argparse
@@ -23,7 +23,7 @@ TITLES = {
     "W1-int": "write, changed int, memory",
     "W2": "write, equal text, memory",
     "W3": "write, changed text, file",
-    "L1": "layer registered",
+    "L1": "layer created",
     "L2": "layer replaced, 1 % changed",
     "L3": "layer cleared",
     "I1": "file becomes a layer",
@@ -50,7 +50,7 @@ def is_of_layers(operation):
 
 
 def number(value):
-    """Three or four digits are all that a figure is good for."""
+    """Rounded to the three or four digits that are significant."""
     if value is None:
         return "–"
     if value >= 100 or value == int(value):
@@ -72,7 +72,7 @@ class Run:
         self.threads = data["threads"]
 
     def floor(self, row):
-        """The cell of the floor: there is one at most for each operation."""
+        """The cell of the floor; each operation has at most one."""
         return next((row[name] for name, system in self.systems.items()
                      if system["floor"] and name in row), None)
 
@@ -81,8 +81,8 @@ class Run:
                 if not system["floor"] and name != "tamsel"]
 
     def comparison(self, rows, value=lambda cell: cell, note=lambda cell: ""):
-        """A row for each operation that others offer too: the library's figure, the floor's, and those of
-        the others, all but the first with the ratio of ours to theirs. A note stands behind a figure."""
+        """A row for each operation that peers offer too, with the figures of the library, the floor and the
+        peers. All but the first have the ratio of ours to theirs. A note follows the figure."""
         head = ["", "libtamsel", "floor", *(self.systems[name]["title"] for name in self.others())]
         lines = []
         for operation in in_order(rows):
@@ -98,7 +98,7 @@ class Run:
         return table(head, lines)
 
     def layers(self):
-        """What only the library and its floor offer; times are there if they were measured."""
+        """The operations that only the library and its floor offer, with times if they were measured."""
         head = ["", "instructions", "floor", "allocations", "floor", "ns", "floor"]
         lines = []
         for operation in filter(is_of_layers, in_order(self.exact)):
@@ -128,8 +128,7 @@ class Run:
         return result
 
     def throughput(self):
-        """Millions of reads per second: a row for each system, with those of two threads divided by
-        those of one."""
+        """Millions of reads per second: a row for each system, with the ratio of two threads to one."""
         head = ["", "R1, one thread", "two threads", "ratio", "R2, one thread", "two threads", "ratio"]
         lines = []
         for name, system in self.systems.items():

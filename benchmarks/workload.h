@@ -4,7 +4,7 @@
 #ifndef TAMSEL_BENCH_WORKLOAD_H
 #define TAMSEL_BENCH_WORKLOAD_H
 
-// What every system is measured with: the same layers, settings, files and texts.
+// The layers, settings, files and texts that every system is measured with.
 
 #include <tamsel/settingstype.h>
 
@@ -23,7 +23,7 @@ struct Setting
 };
 using Settings = QList<Setting>;
 
-// What the layer `type` holds: 200 groups of 20 settings in the lowest, 50 settings elsewhere.
+// The settings of the layer `type`: 200 groups of 20 in the lowest, 50 in each of the others.
 Settings contents(SettingsType type);
 
 // One setting of each group that only the lowest layer holds.
@@ -31,25 +31,25 @@ Settings bottomSettings();
 // Keys that no layer holds, in the groups of the lowest.
 Settings missingSettings();
 
-// What can be written, by choice: two texts and two numbers. Each write of the other one is a change.
+// The values to write, by choice: two texts and two numbers. Each is a change from the other.
 constexpr int firstText = 0;
 constexpr int firstNumber = 2;
 QVariantList writtenValues();
 
-// Group name to the map of the group's entries, as the read-only layers take it.
+// A map of group name to the map of the group's entries, for the read-only layers.
 QVariantMap toMap(const Settings &settings);
 
-// `count` settings in groups of 20; one in a hundred has another text if `changed`.
+// `count` settings in groups of 20; if `changed`, one in a hundred has another text.
 Settings manySettings(int count, bool changed = false);
 
-// The settings in the INI format that all the systems read.
+// The settings in the INI format that all systems read.
 QByteArray iniText(const Settings &settings);
 void writeFile(const QString &path, const QByteArray &content);
 
-// The name that the library gives to the file of `type`; the others are named in its manner.
+// The library's name for the file of `type`; other layers have similar names.
 QString fileName(SettingsType type);
 
-// A folder with a file for each layer, for as long as it lives.
+// A temporary folder with a file for each layer.
 class LayerFiles
 {
 public:

@@ -14,7 +14,7 @@ namespace tamsel::bench {
 
 namespace {
 
-// What settings in memory cost at least: one mutex, one map of maps, and a handler to call.
+// The least that settings in memory can cost: one mutex, one map of maps, and a handler to call.
 class BareMap final : public System
 {
 public:

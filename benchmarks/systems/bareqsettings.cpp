@@ -11,8 +11,8 @@ namespace tamsel::bench {
 namespace {
 
 // The least that settings in files can cost: the calls of QSettings that three file layers need, with
-// full keys built in advance. QSettings reads a section when it is first needed and looks for such
-// sections in each call until the keys were listed; the library has listed them.
+// full keys built in advance. QSettings reads a section when it is first needed. Until its keys have been
+// listed, it looks for such sections in each call; the library has listed them.
 class BareQSettings final : public System
 {
 public:
@@ -68,7 +68,7 @@ void BareQSettings::setTargets(const Settings &targets)
         m_fullKeys.append(fullKeyOf(target));
 }
 
-// R2, R3: one value() for each layer, until one holds the key.
+// R2, R3: one value() for each layer until one holds the key.
 QVariant BareQSettings::value(const QString &fullKey) const
 {
     for (const QSettings *layer : m_layers) {
@@ -116,7 +116,7 @@ void BareQSettings::load(const QString &prefix)
     m_loaded = std::make_unique<QSettings>(prefix + fileName(SettingsType::RavonaConfDefault),
                                            QSettings::IniFormat);
     const QStringList fullKeys = m_loaded->allKeys();
-    QString group; // shared by the keys that follow one another
+    QString group; // shared by consecutive keys of a group
     for (const QString &fullKey : fullKeys) {
         const qsizetype slash = fullKey.indexOf(u'/');
         if (group != QStringView(fullKey).left(slash))

@@ -12,7 +12,7 @@
 
 namespace tamsel::bench {
 
-// The cheapest handler that can tell whether it was called.
+// The cheapest handler that counts its calls.
 class CountingHandler final : public IConfigurationChangeHandler
 {
 public:
@@ -24,7 +24,7 @@ public:
     qint64 calls = 0;
 };
 
-// The cheapest logger that looks at what it is given.
+// The cheapest logger that uses its argument.
 class CountingLogger final : public ILogger
 {
 public:

@@ -12,7 +12,7 @@ namespace tamsel::bench {
 
 namespace {
 
-// What is quickly written without a library: one QSettings a layer; the first that holds the key has the value.
+// The simplest code without a library: one QSettings per layer; the first that holds the key has the value.
 class EightQSettings final : public System
 {
 public:

@@ -42,7 +42,7 @@ bool holds(GKeyFile *file, const char *group, const char *key, const std::string
     return held && text == held.get();
 }
 
-bool holds(GKeyFile *file, const char *group, const char *key, int number) // which is not 0
+bool holds(GKeyFile *file, const char *group, const char *key, int number) // not 0
 {
     return g_key_file_get_integer(file, group, key, nullptr) == number;
 }
@@ -57,7 +57,7 @@ void set(GKeyFile *file, const char *group, const char *key, int number)
     g_key_file_set_integer(file, group, key, number);
 }
 
-// GLib's GKeyFile, one a layer; the first that holds the key has the value.
+// GLib's GKeyFile, one per layer; the first that holds the key has the value.
 class KeyFiles final : public System
 {
 public:

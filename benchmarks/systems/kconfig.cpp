@@ -14,8 +14,8 @@ namespace tamsel::bench {
 
 namespace {
 
-// KConfig over eight files. It merges the layers once, when it loads them, and writes to the
-// uppermost only, which is therefore Runtime and CustomConfPersistent in one.
+// KConfig over eight files. It merges the layers once, when it loads them, and writes only to the top
+// one, which is therefore both Runtime and CustomConfPersistent.
 class Merged final : public System
 {
 public:
@@ -54,7 +54,7 @@ Merged::Merged()
         if (type != SettingsType::Runtime)
             lower.prepend(m_files.path(type));
     }
-    m_config.addConfigSources(lower); // the last one counts most
+    m_config.addConfigSources(lower); // the last one has the highest precedence
 }
 
 QString Merged::value(const QString &group, const QString &key) const

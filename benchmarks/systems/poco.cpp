@@ -37,8 +37,8 @@ bool holds(const AbstractConfiguration &layer, const std::string &key, int numbe
     }
 }
 
-// Poco's LayeredConfiguration over maps and INI files. It locks by itself. INI files are read-only
-// to it, so that CustomConfPersistent is a map as well, which would have to be saved in another way.
+// Poco's LayeredConfiguration over maps and INI files. It is thread-safe. It cannot write INI files, so
+// CustomConfPersistent is a map too and would have to be saved in another way.
 class Layered final : public System
 {
 public:
@@ -103,7 +103,7 @@ int Layered::readAll() const
     return found;
 }
 
-// It would notify of an equal value too.
+// It would notify an equal value too.
 void Layered::writeAll(SettingsType type, int choice)
 {
     AbstractConfiguration &layer = *m_layers[static_cast<std::size_t>(priorityOf(type))];
@@ -133,7 +133,7 @@ void Layered::load(const QString &prefix)
     m_loaded = new IniFileConfiguration(path.toStdString());
 }
 
-// Each call of keys() looks through the whole file.
+// Each call of keys() searches the whole file.
 int Layered::loadedSettings() const
 {
     AbstractConfiguration::Keys groups;
