@@ -54,7 +54,7 @@ class LayerFiles
 {
 public:
     LayerFiles();
-    // The folder with a "/" behind it.
+    // The folder, with a "/" at the end.
     QString prefix() const { return m_folder.path() + u'/'; }
     QString path(SettingsType type) const { return prefix() + fileName(type); }
 

@@ -5,8 +5,8 @@ include(CMakePackageConfigHelpers)
 
 set(tamsel_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tamsel)
 
-# tamsel_install_library(<target> <runtime component> <development component>): a library with its
-# headers, its .pc file, and the targets that tamselConfig.cmake includes.
+# tamsel_install_library(<target> <runtime component> <development component>): installs a library with
+# its headers, its .pc file, and the targets that tamselConfig.cmake includes.
 function(tamsel_install_library target runtime devel)
     install(TARGETS ${target}
         EXPORT ${target}Targets
@@ -49,16 +49,16 @@ if(NOT BUILD_SHARED_LIBS)
     set(tamsel_pc_definitions -DTAMSEL_STATIC)
 endif()
 
-# tamsel_install_pc(<name> <component>): makes <name>.pc from cmake/<name>.pc.in.
+# tamsel_install_pc(<name> <component>): makes <name>.pc from cmake/<name>.pc.in and installs it.
 function(tamsel_install_pc name component)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${name}.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
         COMPONENT ${component})
 
-    # With DESTDIR, for a sysroot or a package, the .pc file contains an absolute prefix instead:
+    # With DESTDIR, for a sysroot or a package, the .pc file contains an absolute prefix instead.
     # freedesktop.org's pkg-config prepends PKG_CONFIG_SYSROOT_DIR even to a prefix that is relative to
-    # the file, and so already inside the sysroot.
+    # the file and so already inside the sysroot.
     string(CONFIGURE [[
         if(NOT "$ENV{DESTDIR}" STREQUAL "")
             set(pc_file "@CMAKE_INSTALL_LIBDIR@/pkgconfig/@name@.pc")

@@ -26,9 +26,9 @@ class ILogger;
  * that holds it, in the order of #storagePriority; this layer is its origin. A write or a removal
  * changes the one layer that it names.
  *
- * Handlers are notified of each change of an effective value or of its origin, on the thread that
- * made the change and before the changing call returns. IConfigurationChangeHandler lists the
- * \ref unnotified "exceptions". The manager logs each such change first, except those of
+ * Handlers are notified of each change of an effective value or of its origin. This happens on the
+ * thread that made the change, before the changing call returns. IConfigurationChangeHandler lists
+ * the \ref unnotified "exceptions". The manager logs each such change first, except those of
  * \c FeatureKeys and \c RavonaConfDefault.
  *
  * \code
@@ -103,9 +103,9 @@ public:
      * \brief The effective value of \a group / \a key as it is stored, or \a defaultValue if no
      * layer holds the setting.
      *
-     * If the origin holds an invalid value, the result is invalid, not \a defaultValue. A
-     * conversion of the result does not use \a defaultValue either: toInt() converts a text that is
-     * not a number to 0, and toBool() converts "off" to \c true.
+     * If the origin holds an invalid value, the result is invalid, not \a defaultValue. Converting
+     * the result does not use \a defaultValue either: QVariant::toInt() converts a text that is not
+     * a number to 0, and QVariant::toBool() converts "off" to \c true.
      */
     [[nodiscard]] QVariant value(const QString &group, const QString &key,
                                  const QVariant &defaultValue = {}) const;

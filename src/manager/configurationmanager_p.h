@@ -29,8 +29,8 @@ struct RegisteredHandler
 // The state of a ConfigurationManager, and the change handler of every layer it creates.
 //
 // `mutex` is held while `storages` is searched or changed, which includes the layers' lookup(),
-// contains() and value() during a read. It is not recursive and is never held while a layer lists its
-// keys or is written, while anything is logged, or while a handler runs.
+// contains() and value() during a read. It is not recursive. It is not held while a layer lists its
+// keys or is written, while a message is logged, or while a handler runs.
 class ConfigurationManagerPrivate final : public IConfigurationChangeHandler
 {
 public:
