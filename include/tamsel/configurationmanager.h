@@ -37,9 +37,9 @@ class ILogger;
  * tamsel::ConfigurationManager settings(&logger);
  * settings.setPersistentStoragePath(u"/data/config/"_s); // both prefixes end with "/"
  * settings.setAssetsPrefix(u"/usr/share/box/"_s);
- * settings.initStorage(tamsel::SettingsType::RavonaConfDefault);
+ * settings.initStorage(tamsel::SettingsType::Runtime); // the highest precedence first
  * settings.initStorage(tamsel::SettingsType::CommandLineArgs, arguments);
- * settings.initStorage(tamsel::SettingsType::Runtime);
+ * settings.initStorage(tamsel::SettingsType::RavonaConfDefault);
  *
  * settings.setValue(u"ui"_s, u"lang"_s, u"en"_s, tamsel::SettingsType::Runtime);
  * const QString language = settings.value(u"ui"_s, u"lang"_s, u"ru"_s).toString();
@@ -94,7 +94,7 @@ public:
     void setPersistentStoragePath(const QString &path);
     /*! \brief The text set by setPersistentStoragePath(), unchanged; empty by default. */
     [[nodiscard]] QString persistentStoragePath() const;
-    /*! \brief As setPersistentStoragePath(), for the shipped "ravona.conf". */
+    /*! \brief As setPersistentStoragePath(), but for the shipped "ravona.conf". */
     void setAssetsPrefix(const QString &prefix);
     /*! \brief persistentStoragePath() with "startup_screen/" appended. It need not exist. */
     [[nodiscard]] QString startupScreenDirPath() const;
@@ -154,8 +154,8 @@ public:
      * change.
      *
      * \a values is a map of group name to QVariantMap. \c CommandLineArgs, \c Rdm and
-     * \c FeatureKeys take their contents from it. \c SystemProperties and \c Runtime start empty,
-     * and the file layers read their file, whatever \a values holds. A \a type outside the
+     * \c FeatureKeys take their contents from it. The other layers ignore it: \c SystemProperties
+     * and \c Runtime start empty, and the file layers read their file. A \a type outside the
      * enumeration is ignored.
      *
      * A group may be of any type that QVariant converts to QVariantMap. The conversion runs in
