@@ -187,6 +187,7 @@ private Q_SLOTS:
 
     void theFirstWriteMakesTheFileAndItsDirectories();
     void aFailedWriteBackIsNotReported();
+    void theTargetOfASymbolicLinkIsOverwritten();
     void storagesOnOneFileShareItsContent();
     void severalThreadsMayWrite_data();
     void severalThreadsMayWrite();
@@ -799,6 +800,20 @@ void tst_QtSettingsIniStorage::aFailedWriteBackIsNotReported()
     layer.storage.reset();
     QCOMPARE(layer.journal.take(), QStringList());
     QVERIFY(QDir(path).isEmpty());
+}
+
+void tst_QtSettingsIniStorage::theTargetOfASymbolicLinkIsOverwritten()
+{
+    const Files files;
+    const QString target = files.path(u"target"_s);
+    QVERIFY(writeFile(target, "[g]\nk=0\nl=2\n"));
+    const QString path = files.path(u"x.conf"_s);
+    QVERIFY(QFile::link(target, path));
+    Scene layer(path);
+    layer.storage->setValue(u"g"_s, u"k"_s, 1);
+    layer.storage.reset();
+    QCOMPARE(readFile(target), QByteArray("[g]\nk=1\nl=2\n"));
+    QCOMPARE(QFile::symLinkTarget(path), target);
 }
 
 void tst_QtSettingsIniStorage::storagesOnOneFileShareItsContent()
