@@ -1,0 +1,41 @@
+# SPDX-FileCopyrightText: 2026 The libtamsel developers
+# SPDX-License-Identifier: MIT
+
+# The option TAMSEL_BUILD_QML. Its default is on where Qt Quick is found and everything is built that
+# the module stands on; what is asked for and not there ends the configuration.
+
+set(tamsel_quick_packages "qt6-declarative-dev, qml6-module-qtquick-controls, \
+qml6-module-qtquick-layouts, qml6-module-qtquick-templates, qml6-module-qtquick-window, \
+qml6-module-qtqml-workerscript and qml6-module-qttest")
+
+# tamsel_find_quick(<result>): whether the libraries are there and, for tests and example, the modules
+# that they import.
+macro(tamsel_find_quick result)
+    find_package(Qt6 6.4 QUIET COMPONENTS Qml Quick QuickTest QuickControls2)
+    set(${result} FALSE)
+    if(TARGET Qt6::Qml AND TARGET Qt6::Quick AND TARGET Qt6::QuickTest)
+        set(${result} TRUE)
+        foreach(module QtQuick/Controls/Basic QtQuick/Layouts QtQuick/Window QtTest)
+            if(NOT EXISTS ${QT6_INSTALL_PREFIX}/${QT6_INSTALL_QML}/${module}/qmldir)
+                set(${result} FALSE)
+            endif()
+        endforeach()
+    endif()
+endmacro()
+
+set(tamsel_quick_found FALSE)
+if(PROJECT_IS_TOP_LEVEL AND TAMSEL_BUILD_HOST AND NOT DEFINED TAMSEL_BUILD_QML)
+    tamsel_find_quick(tamsel_quick_found)
+endif()
+option(TAMSEL_BUILD_QML "Build the QML module (needs Qt Quick)" ${tamsel_quick_found})
+add_feature_info(TAMSEL_BUILD_QML TAMSEL_BUILD_QML "Build the QML module (needs Qt Quick)")
+
+if(TAMSEL_BUILD_QML)
+    if(NOT TAMSEL_BUILD_HOST)
+        message(FATAL_ERROR "TAMSEL_BUILD_QML needs TAMSEL_BUILD_HOST=ON.")
+    endif()
+    tamsel_find_quick(tamsel_quick_found)
+    if(NOT tamsel_quick_found)
+        tamsel_missing("Qt Quick" "${tamsel_quick_packages}" TAMSEL_BUILD_QML)
+    endif()
+endif()

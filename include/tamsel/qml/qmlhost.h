@@ -1,0 +1,50 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_QML_QMLHOST_H
+#define TAMSEL_QML_QMLHOST_H
+
+#include <QtCore/qglobal.h>
+
+/*!
+ * \file
+ * \brief What a host lends to the QML module \c Tamsel, beside the published manager.
+ *
+ * \def TAMSEL_QML_EXPORT
+ * \brief Makes a name visible outside the library of the QML module.
+ */
+#if defined(TAMSEL_STATIC)
+#    define TAMSEL_QML_EXPORT
+#elif defined(TAMSEL_QML_LIBRARY)
+#    define TAMSEL_QML_EXPORT Q_DECL_EXPORT
+#else
+#    define TAMSEL_QML_EXPORT Q_DECL_IMPORT
+#endif
+
+namespace tamsel::host {
+class ChangeNotifier;
+} // namespace tamsel::host
+
+/*! \brief The library \c tamselqml, of the QML module \c Tamsel. */
+namespace tamsel::qml {
+
+/*!
+ * \brief Lends \a notifier, or none if null, to the objects of the QML module that are made from now
+ * on.
+ *
+ * It is the notifier of the manager that is published with setQmlConfigManager(). Without one, the
+ * first QML object makes its own and the last one destroys it: no other thread may use the manager
+ * then.
+ *
+ * \par Ownership
+ * Borrowed. It may be destroyed while QML objects use it: they warn, and change nothing any more.
+ * \par Threads
+ * Not synchronised: call it before the engine is made, on the thread of the notifier.
+ * \par Failure
+ * There is none.
+ */
+TAMSEL_QML_EXPORT void setQmlChangeNotifier(host::ChangeNotifier *notifier);
+
+} // namespace tamsel::qml
+
+#endif // TAMSEL_QML_QMLHOST_H

@@ -1,0 +1,181 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#include "dispatcher.h"
+
+#include "qmlsetting.h"
+
+#include <tamsel/configurationmanager.h>
+#include <tamsel/qml/qmlhost.h>
+
+#include <QtCore/QMutex>
+#include <QtCore/QPointer>
+#include <QtCore/QVarLengthArray>
+#include <QtQml/QQmlInfo>
+
+#include <atomic>
+
+using namespace Qt::StringLiterals;
+
+namespace tamsel::qml {
+
+namespace {
+
+// What engines on several threads share.
+struct Shared
+{
+    QMutex mutex;
+    std::shared_ptr<Notifier> lent; // by the host; guarded by mutex
+    std::weak_ptr<Notifier> own; // the module's, if the host lends none; guarded by mutex
+    ConfigurationManager *ownManager = nullptr; // that of `own`, maybe dead; guarded by mutex
+    std::atomic<bool> warned = false; // that no manager is published
+};
+
+Shared &shared()
+{
+    static Shared object;
+    return object;
+}
+
+// The notifier of the published manager.
+std::shared_ptr<Notifier> sharedNotifier(ConfigurationManager *manager)
+{
+    Shared &all = shared();
+    const QMutexLocker locker(&all.mutex);
+    if (all.lent && all.lent->isAlive() && all.lent->get().settings() == manager)
+        return all.lent;
+    std::shared_ptr<Notifier> own = all.ownManager == manager ? all.own.lock() : nullptr;
+    if (!own) {
+        own = Notifier::makeOwn(manager);
+        all.own = own;
+        all.ownManager = manager;
+    }
+    return own;
+}
+
+thread_local std::weak_ptr<Dispatcher> ofThisThread;
+
+} // namespace
+
+Notifier::Notifier(host::ChangeNotifier *notifier) : m_notifier(notifier)
+{
+    auto life = std::make_shared<int>();
+    m_life = life;
+    // The setting does not matter: the function goes with the notifier.
+    notifier->subscribe({}, {}, &m_context, [life](const host::Change &) {});
+}
+
+std::shared_ptr<Notifier> Notifier::makeOwn(ConfigurationManager *manager)
+{
+    auto notifier = std::make_shared<Notifier>(new host::ChangeNotifier(manager));
+    notifier->m_isOwn = true;
+    return notifier;
+}
+
+Notifier::~Notifier()
+{
+    if (!m_isOwn)
+        return;
+    // Intentional: it is left behind if its manager may be dead. It would remove itself from it.
+    if (m_notifier->settings() == qmlConfigManager())
+        delete m_notifier;
+}
+
+void setQmlChangeNotifier(host::ChangeNotifier *notifier)
+{
+    auto lent = notifier ? std::make_shared<Notifier>(notifier) : nullptr;
+    Shared &all = shared();
+    const QMutexLocker locker(&all.mutex);
+    all.lent.swap(lent);
+}
+
+Dispatcher::Dispatcher(ConfigurationManager *manager, std::shared_ptr<Notifier> notifier)
+    : m_manager(manager), m_notifier(std::move(notifier))
+{
+}
+
+Dispatcher::~Dispatcher() = default;
+
+std::shared_ptr<Dispatcher> Dispatcher::current(const QObject *asker)
+{
+    ConfigurationManager *published = qmlConfigManager();
+    if (!published) {
+        if (!shared().warned.exchange(true))
+            qmlWarning(asker) << "no manager is published with tamsel::setQmlConfigManager(); "
+                                 "settings have their default values";
+        return nullptr;
+    }
+    shared().warned = false;
+    std::shared_ptr<Dispatcher> dispatcher = ofThisThread.lock();
+    if (!dispatcher || dispatcher->m_manager != published || !dispatcher->m_notifier->isAlive()) {
+        dispatcher.reset(new Dispatcher(published, sharedNotifier(published)));
+        ofThisThread = dispatcher;
+    }
+    return dispatcher;
+}
+
+bool Dispatcher::isManagerAlive() const
+{
+    return m_manager == qmlConfigManager() && m_notifier->isAlive();
+}
+
+ConfigurationManager *Dispatcher::manager(const QObject *asker)
+{
+    if (isManagerAlive())
+        return m_manager;
+    if (!std::exchange(m_warned, true))
+        qmlWarning(asker) << "the manager or its notifier is gone while QML objects use it; "
+                             "destroy the engine first";
+    return nullptr;
+}
+
+void Dispatcher::add(QmlSetting *setting, const QString &group, const QString &key)
+{
+    auto entry = m_groups.find(group);
+    if (entry == m_groups.end()) {
+        entry = m_groups.insert(group, {});
+        if (isManagerAlive()) {
+            entry->subscription
+                    = notifier().subscribeGroup(group, this, [this](const host::Change &change) {
+                          refresh(change.group, change.key);
+                      });
+        }
+    }
+    entry->settings[key].append(setting);
+}
+
+void Dispatcher::remove(QmlSetting *setting, const QString &group, const QString &key)
+{
+    const auto entry = m_groups.find(group);
+    if (entry == m_groups.end())
+        return;
+    QList<QmlSetting *> &objects = entry->settings[key];
+    objects.removeOne(setting);
+    if (!objects.isEmpty())
+        return;
+    entry->settings.remove(key);
+    if (!entry->settings.isEmpty())
+        return;
+    entry->subscription.drop();
+    m_groups.erase(entry);
+}
+
+void Dispatcher::refresh(const QString &group, const QString &key)
+{
+    const auto entry = m_groups.constFind(group);
+    if (entry == m_groups.constEnd())
+        return;
+    // An object may be destroyed, and others made, in the signals of another one.
+    QVarLengthArray<QPointer<QmlSetting>, 4> objects;
+    const auto found = entry->settings.constFind(key);
+    if (found == entry->settings.constEnd())
+        return;
+    for (QmlSetting *object : *found)
+        objects.append(object);
+    for (const QPointer<QmlSetting> &object : objects) {
+        if (object)
+            object->refresh();
+    }
+}
+
+} // namespace tamsel::qml

@@ -1,0 +1,88 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+#ifndef TAMSEL_TESTS_BOX_H
+#define TAMSEL_TESTS_BOX_H
+
+#include "testhost.h"
+#include "threads.h"
+
+#include <tamsel/host/changenotifier.h>
+
+#include <QtCore/QObject>
+
+namespace tamsel::tests {
+
+// The host of a QML test: what QML itself cannot do to a manager.
+class Box : public QObject
+{
+    Q_OBJECT
+
+public:
+    Box() { setQmlConfigManager(&m_host.manager); }
+    ~Box() override { setQmlConfigManager(nullptr); }
+
+    // All eight layers, empty.
+    Q_INVOKABLE void empty()
+    {
+        m_host.moveTo(QString::number(++m_places));
+        for (const SettingsType type : storagePriority) {
+            if (m_host.manager.storageAvailable(type))
+                m_host.manager.clearStorage(type);
+            m_host.manager.initStorage(type);
+        }
+    }
+    Q_INVOKABLE void write(int layer, const QString &group, const QString &key,
+                           const QVariant &value)
+    {
+        m_host.manager.setValue(group, key, value, static_cast<SettingsType>(layer));
+    }
+    Q_INVOKABLE void remove(int layer, const QString &group, const QString &key)
+    {
+        m_host.manager.removeValue(group, key, static_cast<SettingsType>(layer));
+    }
+    // Creates or replaces a layer.
+    Q_INVOKABLE void init(int layer, const QVariantMap &values)
+    {
+        m_host.manager.initStorage(static_cast<SettingsType>(layer), values);
+    }
+    Q_INVOKABLE void clear(int layer)
+    {
+        m_host.manager.clearStorage(static_cast<SettingsType>(layer));
+    }
+    Q_INVOKABLE QVariant value(const QString &group, const QString &key)
+    {
+        return m_host.manager.value(group, key);
+    }
+    Q_INVOKABLE QString typeOf(const QString &group, const QString &key)
+    {
+        return QString::fromLatin1(m_host.manager.value(group, key).typeName());
+    }
+    Q_INVOKABLE bool holds(int layer, const QString &group, const QString &key)
+    {
+        return m_host.manager.contains(group, key, static_cast<SettingsType>(layer));
+    }
+    // The number of a layer by the name that the core has for it.
+    Q_INVOKABLE int layer(const QString &name)
+    {
+        return QMetaEnum::fromType<SettingsType>().keyToValue(name.toLatin1().constData());
+    }
+    // Writes 1 to `count` from each of four threads, then the last value from one more.
+    Q_INVOKABLE void writeFromThreads(const QString &group, const QString &key, int count, int last)
+    {
+        runTogether(4, [&](int) {
+            for (int i = 1; i <= count; ++i)
+                m_host.manager.setValue(group, key, i, SettingsType::Runtime);
+        });
+        runTogether(1,
+                    [&](int) { m_host.manager.setValue(group, key, last, SettingsType::Runtime); });
+    }
+
+private:
+    TestHost m_host;
+    int m_places = 0;
+};
+
+} // namespace tamsel::tests
+
+#endif // TAMSEL_TESTS_BOX_H

@@ -1,0 +1,320 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// The QML module with engines, managers and notifiers that come and go, and with other threads. No Qt
+// Quick: the sanitizers see no more of Qt than they must.
+
+#include "testhost.h"
+#include "threads.h"
+
+#include <tamsel/host/changenotifier.h>
+#include <tamsel/qml/qmlhost.h>
+
+#include <QtQml/QQmlComponent>
+#include <QtQml/QQmlEngine>
+#include <QtTest/QSignalSpy>
+#include <QtTest/QTest>
+
+#include <atomic>
+
+using namespace Qt::StringLiterals;
+using namespace tamsel::tests;
+using tamsel::ConfigurationManager;
+using tamsel::SettingsType;
+using tamsel::host::ChangeNotifier;
+
+namespace {
+
+const QByteArray volume = R"(import Tamsel
+Setting { group: "player"; key: "volume"; defaultValue: 5 })";
+
+std::unique_ptr<QQmlEngine> makeEngine()
+{
+    auto engine = std::make_unique<QQmlEngine>();
+    engine->addImportPath(QStringLiteral(TAMSEL_TESTS_QML_IMPORT_PATH));
+    return engine;
+}
+
+std::unique_ptr<QObject> create(QQmlEngine *engine, const QByteArray &text = volume)
+{
+    QQmlComponent component(engine);
+    component.setData(text, QUrl(u"test.qml"_s));
+    std::unique_ptr<QObject> object(component.create());
+    if (!object)
+        qFatal("%s", qPrintable(component.errorString()));
+    return object;
+}
+
+// A published manager with Runtime.
+struct Published
+{
+    Published()
+    {
+        host.prepare(SettingsType::Runtime);
+        tamsel::setQmlConfigManager(&host.manager);
+    }
+    ~Published() { tamsel::setQmlConfigManager(nullptr); }
+
+    void write(int value)
+    {
+        host.manager.setValue(u"player"_s, u"volume"_s, value, SettingsType::Runtime);
+    }
+
+    TestHost host;
+};
+
+const QRegularExpression noManager(u"test.qml:2:1: .*no manager is published"_s);
+const QRegularExpression gone(u"test.qml:2:1: .*the manager or its notifier is gone"_s);
+const QRegularExpression refused(u"player/volume in Runtime: no manager is published$"_s);
+
+} // namespace
+
+class tst_QmlBridge : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void withoutManagerWarnsOnceAndHasDefaults();
+    void comesToLifeIfPublishedBeforeItIsComplete();
+    void usesTheLentNotifier();
+    void makesAndDestroysItsOwnNotifier();
+    void aManagerThatIsWithdrawnIsLeftAlone_data();
+    void aManagerThatIsWithdrawnIsLeftAlone();
+    void aDeadNotifierIsNoticed();
+    void anObjectMayDieInItsOwnSignal();
+    void changesOfAllThreadsArriveInOrder();
+    void anEngineMayDieBetweenChanges();
+    void twoEnginesOnTwoThreads();
+};
+
+void tst_QmlBridge::init()
+{
+    QTest::failOnWarning(QRegularExpression(u".?"_s));
+}
+
+void tst_QmlBridge::cleanup()
+{
+    tamsel::qml::setQmlChangeNotifier(nullptr);
+    tamsel::setQmlConfigManager(nullptr);
+}
+
+void tst_QmlBridge::withoutManagerWarnsOnceAndHasDefaults()
+{
+    const auto engine = makeEngine();
+    QTest::ignoreMessage(QtWarningMsg, noManager);
+    const auto one = create(engine.get());
+    const auto other = create(engine.get());
+    QCOMPARE(one->property("value"), 5);
+    QCOMPARE(other->property("origin"), -1);
+    QCOMPARE(other->property("writable"), false);
+    QTest::ignoreMessage(QtWarningMsg, refused);
+    one->setProperty("value", 9);
+    one->setProperty("value", 10);
+    QCOMPARE(one->property("value"), 5);
+}
+
+void tst_QmlBridge::comesToLifeIfPublishedBeforeItIsComplete()
+{
+    const auto engine = makeEngine();
+    QQmlComponent component(engine.get());
+    component.setData(volume, QUrl(u"test.qml"_s));
+    const std::unique_ptr<QObject> setting(component.beginCreate(engine->rootContext()));
+    Published published;
+    published.write(7);
+    component.completeCreate();
+    QCOMPARE(setting->property("value"), 7);
+    published.write(8);
+    QCOMPARE(setting->property("value"), 8);
+}
+
+void tst_QmlBridge::usesTheLentNotifier()
+{
+    Published published;
+    ChangeNotifier notifier(&published.host.manager);
+    tamsel::qml::setQmlChangeNotifier(&notifier);
+    // Called after the notifier, and before one that the module makes.
+    published.host.manager.removeConfigurationHandler(&published.host.handler);
+    published.host.manager.appendConfigurationHandler(&published.host.handler);
+    const auto engine = makeEngine();
+    const auto setting = create(engine.get());
+    QVariant seen;
+    published.host.handler.reaction = [&](auto &&...) { seen = setting->property("value"); };
+    published.write(7);
+    QCOMPARE(seen, 7);
+}
+
+void tst_QmlBridge::makesAndDestroysItsOwnNotifier()
+{
+    Published published;
+    const auto engine = makeEngine();
+    for (int round = 0; round < 3; ++round) {
+        const auto one = create(engine.get());
+        const auto other = create(engine.get());
+        published.write(round);
+        QCOMPARE(one->property("value"), round);
+        QCOMPARE(other->property("value"), round);
+    }
+    published.write(9); // no object is left
+}
+
+void tst_QmlBridge::aManagerThatIsWithdrawnIsLeftAlone_data()
+{
+    QTest::addColumn<bool>("isReplaced");
+    QTest::newRow("none is published") << false;
+    QTest::newRow("another one is published") << true;
+}
+
+void tst_QmlBridge::aManagerThatIsWithdrawnIsLeftAlone()
+{
+    QFETCH(const bool, isReplaced);
+    const auto engine = makeEngine();
+    auto published = std::make_unique<Published>();
+    const auto setting = create(engine.get());
+    published->write(7);
+    // Made before the old one dies, so that it lies elsewhere.
+    std::unique_ptr<Published> next = isReplaced ? std::make_unique<Published>() : nullptr;
+    ConfigurationManager *now = next ? &next->host.manager : nullptr;
+    tamsel::setQmlConfigManager(now);
+    published.reset();
+    tamsel::setQmlConfigManager(now);
+
+    QTest::ignoreMessage(QtWarningMsg, gone);
+    QTest::ignoreMessage(QtWarningMsg, refused);
+    setting->setProperty("value", 9);
+    QCOMPARE(setting->property("value"), 7);
+    // Another address is looked up in what is published now.
+    if (next)
+        next->host.manager.setValue(u"player"_s, u"balance"_s, 3, SettingsType::Runtime);
+    else
+        QTest::ignoreMessage(QtWarningMsg, noManager);
+    setting->setProperty("key", u"balance"_s);
+    QCOMPARE(setting->property("value"), isReplaced ? 3 : 5);
+}
+
+void tst_QmlBridge::aDeadNotifierIsNoticed()
+{
+    const auto engine = makeEngine();
+    auto published = std::make_unique<Published>();
+    auto notifier = std::make_unique<ChangeNotifier>(&published->host.manager);
+    tamsel::qml::setQmlChangeNotifier(notifier.get());
+    const auto setting = create(engine.get());
+    const auto other = create(engine.get());
+    published->write(7);
+    notifier.reset();
+    ConfigurationManager *dead = &published->host.manager;
+    published.reset();
+    tamsel::setQmlConfigManager(dead); // the host forgot to withdraw it
+
+    QTest::ignoreMessage(QtWarningMsg, gone);
+    QTest::ignoreMessage(QtWarningMsg, refused);
+    setting->setProperty("value", 9);
+    QCOMPARE(setting->property("value"), 7);
+}
+
+void tst_QmlBridge::anObjectMayDieInItsOwnSignal()
+{
+    Published published;
+    const auto engine = makeEngine();
+    const auto last = create(engine.get());
+    QObject *dying = create(engine.get()).release();
+    QObject *next = create(engine.get()).release();
+    for (QObject *object : {dying, next}) {
+        QVERIFY(connect(object, SIGNAL(valueChanged()), object, SIGNAL(destroyed())));
+        connect(object, &QObject::destroyed, object, [&dying, &next, object] {
+            delete std::exchange(object == dying ? next : dying, nullptr);
+        });
+    }
+    published.write(7);
+    QCOMPARE(last->property("value"), 7);
+}
+
+void tst_QmlBridge::changesOfAllThreadsArriveInOrder()
+{
+    Published published;
+    ChangeNotifier notifier(&published.host.manager);
+    tamsel::qml::setQmlChangeNotifier(&notifier);
+    const auto engine = makeEngine();
+    const auto setting = create(engine.get(), R"(import Tamsel
+Setting {
+    property var seen: []
+    group: "player"; key: "volume"; defaultValue: 0
+    onValueChanged: seen.push(value)
+})");
+    std::atomic<int> running = 4;
+    std::thread writers([&] {
+        runTogether(4, [&](int thread) {
+            for (int i = 1; i <= 2500; ++i)
+                published.host.manager.setValue(u"player"_s,
+                                                thread ? u"other%1"_s.arg(thread) : u"volume"_s, i,
+                                                SettingsType::Runtime);
+            --running;
+        });
+    });
+    QTRY_COMPARE(running, 0);
+    writers.join();
+    QTRY_COMPARE(setting->property("value"), 2500);
+    // One thread wrote ascending values.
+    const QVariantList seen = setting->property("seen").value<QJSValue>().toVariant().toList();
+    QVERIFY(!seen.isEmpty());
+    for (qsizetype i = 1; i < seen.size(); ++i)
+        QVERIFY(seen.at(i - 1).toInt() < seen.at(i).toInt());
+    QCOMPARE(seen.last(), 2500);
+}
+
+void tst_QmlBridge::anEngineMayDieBetweenChanges()
+{
+    Published published;
+    ChangeNotifier notifier(&published.host.manager);
+    tamsel::qml::setQmlChangeNotifier(&notifier);
+    std::atomic<bool> stop = false;
+    std::thread writer([&] {
+        for (int i = 0; !stop; ++i)
+            published.write(i);
+    });
+    for (int round = 0; round < 20; ++round) {
+        auto engine = makeEngine();
+        auto one = create(engine.get());
+        auto other = create(engine.get());
+        QCoreApplication::processEvents();
+        if (round % 2) {
+            one.reset();
+            engine.reset();
+            QCoreApplication::processEvents();
+        }
+        other.reset();
+    }
+    stop = true;
+    writer.join();
+}
+
+void tst_QmlBridge::twoEnginesOnTwoThreads()
+{
+    Published published;
+    ChangeNotifier notifier(&published.host.manager);
+    tamsel::qml::setQmlChangeNotifier(&notifier);
+    std::atomic<int> ready = 0;
+    std::atomic<int> seen = 0;
+    std::vector<std::unique_ptr<QThread>> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back(QThread::create([&] {
+            const auto engine = makeEngine();
+            const auto setting = create(engine.get());
+            ++ready;
+            QTRY_COMPARE(setting->property("value"), 7);
+            ++seen;
+        }));
+        threads.back()->start();
+    }
+    QTRY_COMPARE(ready, 2);
+    published.write(7);
+    for (const auto &thread : threads)
+        QVERIFY(thread->wait());
+    QCOMPARE(seen, 2);
+}
+
+QTEST_GUILESS_MAIN(tst_QmlBridge)
+
+#include "tst_qmlbridge.moc"
