@@ -104,7 +104,7 @@ public:
      * layer holds the setting.
      *
      * If the origin holds an invalid value, the result is invalid, not \a defaultValue. Converting
-     * the result does not use \a defaultValue either: QVariant::toInt() converts a text that is not
+     * the result does not use \a defaultValue either. QVariant::toInt() converts a text that is not
      * a number to 0, and QVariant::toBool() converts "off" to \c true.
      */
     [[nodiscard]] QVariant value(const QString &group, const QString &key,

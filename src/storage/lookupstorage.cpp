@@ -7,7 +7,7 @@ namespace tamsel {
 
 QStringView LookupKey::full() const
 {
-    if (m_full.isEmpty()) { // not built yet: it always has the "/"
+    if (m_full.isEmpty()) { // not built yet: the built text contains at least "/"
         m_full.append(m_group.cbegin(), m_group.size());
         m_full.append(u'/');
         m_full.append(m_key.cbegin(), m_key.size());
