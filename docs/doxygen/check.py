@@ -71,7 +71,7 @@ figures = 0
 for page in pages():
     name = page.ref + ".html"
     if name not in made:
-        errors.append(f"{name}: was not made of {page.path}")
+        errors.append(f"{name}: is missing; it should be made of {page.path}")
         continue
     html_page = made[name]
     if html_page.heading != page.title or not html_page.title.endswith(": " + page.title):
@@ -98,5 +98,5 @@ for name in sorted(classes):
 
 print(f"{len(made)} HTML files with {links} links inside, {figures} figures, {len(classes)} classes of Qt")
 if not (links and figures and classes):
-    errors.append("something to check is missing")
+    errors.append("no links, no figures or no classes were found to check")
 sys.exit("\n".join(errors) or 0)

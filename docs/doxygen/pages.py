@@ -10,7 +10,7 @@ import sys
 TREE = pathlib.Path(__file__).resolve().parents[2]
 
 FENCED = re.compile(r"(^ *```.*?^ *```$)", re.DOTALL | re.MULTILINE)
-# A link or an image, whose text may go over several lines, or code within a line, which has no links.
+# A link or an image, whose text may span several lines; or inline code, in which there are no links.
 LINK = re.compile(r"(!?)\[((?:`[^`]*`|[^]`])*)\]\(([^)\s]+)\)|`[^`\n]*`")
 HEADING = re.compile(r"^(##+) (.*)$", re.MULTILINE)
 
@@ -25,7 +25,7 @@ class Page:
         self.path = path
         self.menu = menu
         name = path.lower().removeprefix("docs/").removesuffix(".md").removesuffix("/readme")
-        # The prefix keeps a guide from taking the name of a page of Doxygen's, such as files.html.
+        # The prefix avoids names of Doxygen's own pages, such as files.html.
         self.label = "guide-" + name.replace("/", "-") if menu else "mainpage"
         self.ref = self.label if menu else "index"
         if not (TREE / path).is_file():
@@ -35,7 +35,7 @@ class Page:
         if not title:
             sys.exit(f"{path}: has no title, a line that begins with '# '")
         self.title = title[1]
-        # Prose and fenced code take turns.
+        # Prose and fenced code alternate.
         self.parts = FENCED.split(text)
         self.prose = "".join(self.parts[::2])
         self.anchors = {slug(heading) for _, heading in HEADING.findall(self.prose)}

@@ -1,10 +1,10 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-"""prepare.py DIR: writes the pages into DIR as Doxygen wants them, with the menus in DIR/layout.xml.
+"""prepare.py DIR: converts the pages for Doxygen and writes them into DIR, with the menus in DIR/layout.xml.
 
-The guides are written for readers of the source tree. In DIR they have their heading first, headings with labels,
-links to labels, and links to the next page; files that they link to become pages. Lines keep their numbers.
+The guides are written for readers of the source tree. In DIR each starts with its title, headings have labels, links
+lead to labels, and each page links to the next. Files that they link to become pages. Line numbers stay the same.
 """
 
 import os.path
