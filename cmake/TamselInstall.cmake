@@ -91,4 +91,7 @@ if(TAMSEL_BUILD_TOOLS)
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tools)
     install(FILES ${PROJECT_SOURCE_DIR}/tools/inspect/tamsel-inspect.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
+    install(FILES ${PROJECT_SOURCE_DIR}/tools/inspect/tamsel-inspect.bash
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME tamsel-inspect
+        COMPONENT Tools)
 endif()

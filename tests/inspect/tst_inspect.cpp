@@ -4,7 +4,11 @@
 #include "files.h"
 #include "inifile.h"
 #include "skip.h"
+#include "testhost.h"
 #include "transcripts.h"
+
+#include <tamsel/host/settingscatalogue.h>
+#include <tamsel/host/snapshot.h>
 
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
@@ -16,6 +20,7 @@
 #include <QtCore/QSettings>
 #include <QtTest/QTest>
 
+#include <limits>
 #include <optional>
 
 #include <unistd.h>
@@ -64,6 +69,12 @@ private Q_SLOTS:
     void filesStayAsTheyAre_data();
     void filesStayAsTheyAre();
     void helpVersionAndManual();
+    void completion_data();
+    void completion();
+
+    void aSnapshotIsShownAsItWasWritten();
+    void noModeShowsASecret_data();
+    void noModeShowsASecret();
 
     void linesAreSplitAsQSettingsDoes();
     void deeplyNestedValuesAreTrouble_data();
@@ -119,7 +130,7 @@ void tst_Inspect::theDocumentsShowRealOutput_data()
     QTest::addColumn<int>("commands");
 
     QTest::newRow("README.md") << QStringLiteral(TAMSEL_TREE "/README.md") << 3;
-    QTest::newRow("docs/inspect.md") << QStringLiteral(TAMSEL_TREE "/docs/inspect.md") << 6;
+    QTest::newRow("docs/inspect.md") << QStringLiteral(TAMSEL_TREE "/docs/inspect.md") << 10;
 }
 
 void tst_Inspect::theDocumentsShowRealOutput()
@@ -128,6 +139,14 @@ void tst_Inspect::theDocumentsShowRealOutput()
     QFETCH(const int, commands);
 
     QVERIFY(QDir().mkpath(path(u"fresh"_s)));
+    write(u"image/ravona.conf"_s, "[ui]\nlang=ru\ntheme=dark\n");
+    write(u"settings.json"_s, R"json({"snapshot":1,"layers":[],"settings":[
+{"group":"player","key":"state","value":"live","type":"QString","redacted":null,"origin":"Runtime","file":null,"overridden":[]},
+{"group":"ui","key":"lang","value":"fr","type":"QString","redacted":null,"origin":"Runtime","file":null,"overridden":[{"layer":"CustomConfPersistent","file":null},{"layer":"RavonaConfDefault","file":null}]},
+{"group":"wifi","key":"pin","value":"(redacted)","type":"int","redacted":"not empty","origin":"CustomConfPersistent","file":null,"overridden":[]}
+],"changes":[
+{"number":1,"time":"2026-11-21T20:14:58.310Z","group":"ui","key":"lang","value":"en","type":"QString","redacted":null,"origin":"CustomConfPersistent"},
+{"number":2,"time":"2026-11-21T20:14:59.001Z","group":"ui","key":"lang","value":"fr","type":"QString","redacted":null,"origin":"Runtime"}]})json");
     const QString text = QString::fromUtf8(readFile(document));
     static const QRegularExpression block(u"<!-- checked by tst_inspect -->\n```\n(.*?)```\n"_s,
                                           QRegularExpression::DotMatchesEverythingOption);
@@ -199,8 +218,8 @@ void tst_Inspect::outputThatIsLostIsTrouble_data()
 {
     QTest::addColumn<QString>("options");
 
-    for (const char *options : {"", "--explain=ui/lang", "--diff=assets", "--json", "--get=ui/lang",
-                                "--help", "--version"})
+    for (const char *options : {"", "--snapshot=s.json --changes", "--explain=ui/lang",
+                                "--diff=assets", "--json", "--get=ui/lang", "--help", "--version"})
         QTest::newRow(options) << QString::fromLatin1(options);
 }
 
@@ -210,6 +229,9 @@ void tst_Inspect::outputThatIsLostIsTrouble()
 
     if (!QFile::exists(u"/dev/full"_s))
         SKIP_TEST("there is no device that is always full");
+    write(u"s.json"_s,
+          R"({"snapshot":1,"layers":[],"settings":[],"changes":[{"number":1,"time":"",)"
+          R"("group":"","key":"","type":null,"redacted":null,"origin":"Rdm"}]})");
     QCOMPARE(
             run(u"tamsel-inspect %1 > /dev/full"_s.arg(options)),
             u"! tamsel-inspect: cannot write to standard output: No space left on device\n[2]\n"_s);
@@ -226,6 +248,7 @@ void tst_Inspect::filesStayAsTheyAre_data()
                                 << QString();
     QTest::newRow("explanation") << u"--explain=ui/lang"_s << QString();
     QTest::newRow("difference") << u"--diff=other"_s << u"[1]\n"_s;
+    QTest::newRow("snapshot") << u"--snapshot=s.json --diff=box"_s << u"[1]\n"_s;
     QTest::newRow("JSON") << u"--json --rdm=rdm.json"_s << QString();
     QTest::newRow("value") << u"--get=ui/lang"_s << QString();
     QTest::newRow("trouble") << u"--rdm=none"_s << u"[2]\n"_s;
@@ -239,6 +262,7 @@ void tst_Inspect::filesStayAsTheyAre()
     // As QSettings would never write them.
     write(u"box/custom.conf"_s, "; a comment\r\n[ui]\r\nlang = en\nlang=fr\n\n[empty]\n[ui]\nz=1");
     write(u"rdm.json"_s, "{ }");
+    write(u"s.json"_s, R"({"snapshot":1,"layers":[],"settings":[],"changes":[]})");
     QVERIFY(QDir().mkpath(path(u"other"_s))); // without files: none may appear
     QFile custom(path(u"box/custom.conf"_s));
     QVERIFY(custom.open(QIODevice::ReadWrite));
@@ -247,7 +271,7 @@ void tst_Inspect::filesStayAsTheyAre()
     custom.close();
 
     const QStringList before = inventoryOf(path({}));
-    QCOMPARE(before.size(), 7);
+    QCOMPARE(before.size(), 8);
     QCOMPARE(run(u"tamsel-inspect %1 > /dev/null 2>&1"_s.arg(options)), end);
     QCOMPARE(inventoryOf(path({})), before);
 }
@@ -275,11 +299,178 @@ void tst_Inspect::helpVersionAndManual()
     QCOMPARE(optionsIn(QString(manual).replace(R"(\-)"_L1, "-"_L1),
                        u"^\\.TP\n\\.BI?R? (?:-. \", \" )?--([a-z-]+)"_s),
              options);
+    // The completion knows the same.
+    const QString script = QString::fromUtf8(
+            readFile(QStringLiteral(TAMSEL_TREE "/tools/inspect/tamsel-inspect.bash")));
+    const QString list = script.section(u"local options=\""_s, 1).section(u'"', 0, 0);
+    QCOMPARE(optionsIn(list.simplified().replace(u' ', u'\n'), u"^--([a-z-]+)"_s), options);
     static const QRegularExpression title(
             uR"(^\.TH TAMSEL-INSPECT 1 "\d{4}-\d\d-\d\d" "libtamsel %1")"_s.arg(
                     QString::fromLatin1(TAMSEL_VERSION)),
             QRegularExpression::MultilineOption);
     QVERIFY(title.match(manual).hasMatch());
+}
+
+void tst_Inspect::completion_data()
+{
+    QTest::addColumn<QString>("words");
+    QTest::addColumn<QString>("completed");
+
+    QTest::newRow("an option") << u"--diff"_s << u"--diff|--diff-assets|"_s;
+    QTest::newRow("nothing") << u""_s << u""_s;
+    QTest::newRow("a directory") << u"--storage b"_s << u"box|b x|"_s;
+    QTest::newRow("a directory, behind =") << u"--assets = a"_s << u"assets|"_s;
+    QTest::newRow("any directory, behind =") << u"--assets ="_s << u"assets|b x|box|"_s;
+    QTest::newRow("a file") << u"--snapshot b"_s << u"b x|box|box.json|"_s;
+    QTest::newRow("a layer") << u"--layer S"_s << u"SystemProperties|SelviDb|"_s;
+    QTest::newRow("a layer without a file") << u"--set S"_s << u"SystemProperties:|"_s;
+    QTest::newRow("a setting") << u"--get b"_s << u""_s;
+}
+
+void tst_Inspect::completion()
+{
+    QFETCH(const QString, words);
+    QFETCH(const QString, completed);
+
+    if (run(u"bash -c true"_s) != QString())
+        SKIP_TEST("there is no bash");
+    write(u"b x/file"_s, "");
+    write(u"box.json"_s, "");
+    const QString shown = run(u"bash -c '. "_s + QStringLiteral(TAMSEL_TREE)
+                              + "/tools/inspect/tamsel-inspect.bash; COMP_WORDS=(tamsel-inspect "_L1
+                              + words + (words.isEmpty() ? "\"\""_L1 : ""_L1)
+                              + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _tamsel_inspect x "
+                                "\"${COMP_WORDS[COMP_CWORD]}\" \"${COMP_WORDS[COMP_CWORD-1]}\"; "
+                                "printf \"%s|\" \"${COMPREPLY[@]}\"'"_L1);
+    QStringList found = (shown == "|"_L1 ? QString() : shown).split(u'|');
+    QStringList expected = completed.split(u'|');
+    found.sort();
+    expected.sort();
+    QCOMPARE(found, expected);
+}
+
+// Each line of the tool is one of the snapshot, without what only snapshots have.
+void tst_Inspect::aSnapshotIsShownAsItWasWritten()
+{
+    TestHost host;
+    host.manager.removeConfigurationHandler(&host.handler);
+    const tamsel::host::SettingsCatalogue catalogue(&host.manager);
+    host.init(tamsel::SettingsType::RavonaConfDefault, {{u"text"_s, u"low"_s}});
+    host.init(tamsel::SettingsType::Rdm,
+              {{u"bytes"_s, "\xff\\'"_ba},
+               {u"double"_s, 0.1},
+               {u"whole"_s, 5.0},
+               {u"float"_s, 0.1F},
+               {u"huge"_s, 1e300},
+               {u"nan"_s, qQNaN()},
+               {u"least"_s, std::numeric_limits<qint64>::min()},
+               {u"list"_s, QVariantList{1, u"x"_s, true, QVariant()}},
+               {u"map"_s, QVariantMap{{u"a"_s, 1}, {u"pin"_s, 1}}},
+               {u"pin"_s, 1234},
+               {u"invalid"_s, QVariant()},
+               {u"text"_s, u"\"\\\n\u202e\u00e9'"_s},
+               {u"texts"_s, QStringList{u"a"_s, u"b"_s}},
+               {u"date"_s, QDate(2026, 11, 21)}});
+    QFile file(path(u"s.json"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(tamsel::host::Snapshot::take(host.manager, catalogue).write(&file));
+    file.close();
+    QString text = QString::fromUtf8(readFile(file.fileName()));
+    text.remove(QRegularExpression(uR"(,"changes":\d+,"settled":true)"_s));
+    const auto section = [&text](const QString &name) {
+        const QString start = u"\""_s + name + u"\":["_s;
+        return text.mid(text.indexOf(start)).section(u"\n]"_s, 0, 0);
+    };
+    QCOMPARE(section(u"settings"_s).count(u'\n'), 14);
+    QCOMPARE(run(u"tamsel-inspect --snapshot s.json --json"_s),
+             u'{' + section(u"settings"_s) + u"\n],\"warnings\":[]}\n"_s);
+    QVERIFY(section(u"changes"_s).count(u'\n') > 14);
+    QCOMPARE(run(u"tamsel-inspect --snapshot s.json --json --changes"_s),
+             u'{' + section(u"changes"_s) + u"\n],\"warnings\":[]}\n"_s);
+}
+
+void tst_Inspect::noModeShowsASecret_data()
+{
+    QTest::addColumn<QString>("options");
+
+    const QStringList sources{u""_s, u"--rdm=rdm.json"_s, u"--set=Rdm:wifi/password=hunter2"_s,
+                              u"--snapshot=s.json"_s};
+    const QStringList modes{u""_s,
+                            u"'wifi/*'"_s,
+                            u"wifi"_s,
+                            u"--overridden"_s,
+                            u"--explain=wifi/password"_s,
+                            u"--explain=wifi/none"_s,
+                            u"--get=wifi/password"_s,
+                            u"--get=wifi/account"_s,
+                            u"--diff=other"_s};
+    for (const QString &source : sources) {
+        for (const QString &mode : modes) {
+            for (const char *format : {"", " --json"}) {
+                const QString options = source + u' ' + mode + QLatin1StringView(format);
+                QTest::newRow(qUtf8Printable(options)) << options;
+            }
+        }
+    }
+    for (const char *options : {"--snapshot=s.json --changes",
+                                "--snapshot=s.json --changes --json",
+                                "--snapshot=s.json --diff=s.json",
+                                "--diff=s.json",
+                                "--diff-assets=image",
+                                "--diff-assets=image --json",
+                                "--layer=SelviDb",
+                                "--layer=SelviDb --get=wifi/password",
+                                "--set=Rdm:wifi/password:hunter2",
+                                "--set=wifi/password=hunter2",
+                                "--set=SelviDb:wifi/password=hunter2",
+                                "--set=Nowhere:wifi/password=hunter2",
+                                "--set=password=hunter2",
+                                "--rdm=damaged.json",
+                                "--rdm=wrong.json",
+                                "--storage=deep",
+                                "--snapshot=damaged.json",
+                                "--snapshot=rdm.json",
+                                "--snapshot=wrong.json",
+                                "--redact=wifi/pass* --set=x:wifi/password=hunter2",
+                                "--redact=wifi/pass* --set=wifi/password=hunter2 'wifi/p*'"})
+        QTest::newRow(options) << QString::fromLatin1(options);
+}
+
+void tst_Inspect::noModeShowsASecret()
+{
+    QFETCH(const QString, options);
+
+    const QByteArray secrets = "[wifi]\npassword=hunter2\na\\token=hunter2\nlist_pin=1,hunter2\n"
+                               "secret/=hunter2\n";
+    write(u"box/custom.conf"_s, secrets + "password hunter2\n[hunter\n");
+    write(u"box/selvi.db"_s, secrets);
+    write(u"assets/ravona.conf"_s, secrets);
+    write(u"other/custom.conf"_s, "[wifi]\npassword=hunter22\n");
+    write(u"image/ravona.conf"_s, "[wifi]\npassword=hunter222\n");
+    write(u"deep/custom.conf"_s,
+          "[wifi]\npassword=@Variant(" + QByteArray(R"(\0\0\0\x8a)").repeated(501)
+                  + R"(\0\0\0\n\0\0\0\xe\0h\0u\0n\0t\0\x65\0r\0\x32))" + '\n');
+    write(u"rdm.json"_s, R"({"wifi":{"password":"hunter2","account":{"pin":"hunter2","a":1}}})");
+    write(u"damaged.json"_s, R"({"wifi":{"password":"hunter2)");
+    write(u"wrong.json"_s,
+          R"({"snapshot":1,"layers":[],"changes":[],"settings":[{"group":"wifi",)"
+          R"("key":"password","value":"hunter2","type":7}],"wifi":"hunter2"})");
+    const QByteArray value = R"("value":"hunter2","type":"QString","redacted":null,)"
+                             R"("origin":"Rdm","file":null,"overridden":[]})";
+    write(u"s.json"_s,
+          R"({"snapshot":1,"layers":[],"settings":[{"group":"wifi","key":"password",)" + value
+                  + R"(,{"group":"wifi","key":"account","value":{"pin":"hunter2"},)"
+                    R"("type":"QVariantMap","redacted":null,"origin":"Rdm","file":null,)"
+                    R"("overridden":[]}],"changes":[{"number":1,"time":"","group":"wifi",)"
+                    R"("key":"password",)"
+                  + value + "]}");
+    for (const auto columns : {std::optional<ushort>(), std::optional<ushort>(80)}) {
+        if (columns && (options.contains("--json"_L1) || Terminal(80).name().isEmpty()))
+            continue;
+        const QString shown = run("tamsel-inspect "_L1 + options, {}, columns);
+        QVERIFY2(!shown.isEmpty(), "nothing is shown");
+        QVERIFY2(!shown.contains("hunter2"_L1), qUtf8Printable(shown));
+    }
 }
 
 // Files of random lines: warned of is what QSettings reports as damaged, and what only some versions

@@ -3,6 +3,7 @@
 
 #include "box.h"
 
+#include "format.h"
 #include "jsonmap.h"
 #include "usererror.h"
 
@@ -37,11 +38,6 @@ bool holds(const QVariantMap &map, const SettingName &name)
 }
 
 } // namespace
-
-bool LayerValue::isLost() const
-{
-    return entry.startsWith(u'/') || entry.endsWith(u'/') || entry.contains("//"_L1);
-}
 
 HostValues::HostValues(const Options &options)
     : m_files{{SettingsType::Rdm, options.rdmFile},
@@ -79,9 +75,9 @@ QString HostValues::fileOf(SettingsType layer, const SettingName &name) const
 
 Box::Box(const Options &options, const QString &storage, const HostValues &hostValues)
     : m_onlyLayer(options.layer),
+      m_redaction(options.redaction),
       m_hostValues(hostValues),
-      m_settings(&m_logger),
-      m_catalogue(&m_settings)
+      m_settings(&m_logger)
 {
     checkDirectory(storage);
     checkDirectory(options.assets);
@@ -96,7 +92,7 @@ Box::Box(const Options &options, const QString &storage, const HostValues &hostV
     };
     for (const auto &name : {options.explained, options.wanted}) {
         if (name)
-            m_catalogue.remember(name->group, name->key);
+            m_names.emplace(name->group, name->key);
     }
     // A file may hold one of these under another spelling: group a/b, key c is group a, key b/c.
     for (const SettingsType layer : tamsel::storagePriority)
@@ -110,7 +106,7 @@ void Box::rememberNames(const QVariantMap &groups)
     for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
         const QVariantMap entries = group->toMap();
         for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
-            m_catalogue.remember(group.key(), entry.key());
+            m_names.emplace(group.key(), entry.key());
     }
 }
 
@@ -157,12 +153,12 @@ void Box::listEntries(SettingsType layer, const QSettings &file)
         const qsizetype first = entry.indexOf(u'/');
         const Pair listed{entry.left(first), entry.mid(entry.lastIndexOf(u'/') + 1)};
         const Pair read{first < 0 ? QString() : listed.first, entry.mid(first + 1)};
-        LayerValue layerValue{layer, {}, m_files.value(layer), entry};
+        LayerValue layerValue{layer, Value(), m_files.value(layer), entry};
         if (!layerValue.isLost()) {
-            m_catalogue.remember(read.first, read.second);
+            m_names.insert(read);
             if (listed == read)
                 continue;
-            layerValue.value = file.value(entry);
+            layerValue.value = valueOf(listed, file.value(entry), entry);
         }
         m_unreadable[listed].append(layerValue);
     }
@@ -172,7 +168,7 @@ void Box::listEntries(SettingsType layer, const QSettings &file)
 void Box::takeValues(SettingsType layer)
 {
     auto next = m_held.begin();
-    for (const auto &pair : m_catalogue.pairs()) {
+    for (const auto &pair : m_names) {
         const auto &[group, key] = pair;
         if (!m_settings.contains(group, key, layer))
             continue;
@@ -196,7 +192,7 @@ Setting Box::settingOf(const Pair &pair, const std::vector<Held> &held) const
             continue;
         const QString file = isFileLayer(layer) ? m_files.value(layer)
                                                 : m_hostValues.fileOf(layer, result.name);
-        const LayerValue layerValue{layer, value, file, {}};
+        const LayerValue layerValue{layer, valueOf(pair, value), file, {}};
         if (result.origin)
             result.overridden.append(layerValue);
         else
@@ -241,6 +237,34 @@ void Box::visit(const std::function<void(const Setting &)> &visitor) const
         visitOne(pair, held);
     }
     visitUnreadable([](const Pair &) { return true; });
+}
+
+// What may be shown of a value. A setting is a secret under each of its names.
+Value Box::valueOf(const Pair &pair, const QVariant &value, const QString &entry) const
+{
+    const qsizetype slash = entry.indexOf(u'/');
+    const QString group = slash < 0 ? QString() : entry.left(slash);
+    const bool isSecret = m_redaction.matches(pair.first, pair.second)
+            || (!entry.isEmpty() && m_redaction.matches(group, entry.mid(slash + 1)));
+    if (isSecret)
+        return {value, true, tamsel::host::Redaction::placeholder()};
+    if (value.typeId() == QMetaType::QString) // by far the most; texts are not searched
+        return {value, false, value};
+    return {value, false, m_redaction.redacted(pair.first, pair.second, value)};
+}
+
+std::optional<bool> Box::fileExists(SettingsType layer) const
+{
+    const QString file = fileOf(layer);
+    return file == "-"_L1 || (!file.isEmpty() && QFileInfo::exists(file));
+}
+
+QString Box::placeText(SettingsType layer, const QString &file) const
+{
+    Q_UNUSED(layer)
+    if (file.isEmpty())
+        return u"--set"_s;
+    return file == "-"_L1 ? u"standard input"_s : escaped(file);
 }
 
 QStringList Box::warnings() const

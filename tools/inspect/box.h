@@ -7,7 +7,7 @@
 #include "inifile.h"
 #include "options.h"
 #include "setting.h"
-#include "settingscatalogue.h"
+#include "source.h"
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/ilogger.h>
@@ -20,6 +20,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -45,24 +46,21 @@ private:
 //
 // The manager gives no value that is overridden. So the layers are created from the lowest up, and
 // each is asked for its values while it is the highest.
-class Box
+class Box final : public Source
 {
 public:
     // The box with the files in the storage directory. Throws a UserError.
     Box(const Options &options, const QString &storage, const HostValues &hostValues);
 
-    // Visits all settings that some layer holds or lists, by group and key.
-    void visit(const std::function<void(const Setting &)> &visitor) const;
-    // What is known of one setting, which may be nothing.
-    Setting setting(const SettingName &name) const;
-    // The file of the layer; empty if it has none.
-    QString fileOf(tamsel::SettingsType layer) const { return m_files.value(layer); }
+    void visit(const std::function<void(const Setting &)> &visitor) const override;
+    Setting setting(const SettingName &name) const override;
+    QString fileOf(tamsel::SettingsType layer) const override { return m_files.value(layer); }
+    std::optional<bool> fileExists(tamsel::SettingsType layer) const override;
+    QString placeText(tamsel::SettingsType layer, const QString &file) const override;
     // What is wrong with the files, although programs read them.
-    QStringList warnings() const;
+    QStringList warnings() const override;
 
 private:
-    Q_DISABLE_COPY_MOVE(Box)
-
     using Pair = std::pair<QString, QString>;
 
     struct Held
@@ -89,12 +87,15 @@ private:
     Setting settingOf(const Pair &pair, const std::vector<Held> &held) const;
     bool isLookedAt(tamsel::SettingsType layer) const;
 
+    Value valueOf(const Pair &pair, const QVariant &value, const QString &entry = {}) const;
+
     const std::optional<tamsel::SettingsType> m_onlyLayer;
+    const tamsel::host::Redaction m_redaction;
     const HostValues &m_hostValues;
     NoLogger m_logger;
     std::vector<std::unique_ptr<IniFile>> m_iniFiles;
     tamsel::ConfigurationManager m_settings;
-    SettingsCatalogue m_catalogue;
+    std::set<Pair> m_names; // of all that a layer may hold
     QHash<tamsel::SettingsType, QString> m_files;
     std::map<Pair, std::vector<Held>> m_held; // lowest layer first
     std::map<Pair, QList<LayerValue>> m_unreadable; // lowest layer first

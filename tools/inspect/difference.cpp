@@ -3,9 +3,9 @@
 
 #include "difference.h"
 
-#include "box.h"
 #include "format.h"
 #include "listing.h"
+#include "source.h"
 #include "tableprinter.h"
 
 #include <map>
@@ -44,20 +44,15 @@ bool isVisible(const Change &change)
     if (!change.before || !change.after)
         return change.before.has_value() != change.after.has_value();
     // Another origin of the same value is no change for a reader.
-    const QVariant &before = change.before->value;
-    const QVariant &after = change.after->value;
-    if (before == after)
-        return false;
-    // What is not a number is not equal to itself.
-    return jsonOf(before) != jsonOf(after) || wholeTypeText(before) != wholeTypeText(after);
+    return !change.before->value.isSameAs(change.after->value);
 }
 
-Changes changesBetween(const Box &before, const Box &after, const Options &options)
+Changes changesBetween(const Source &before, const Source &after, const Options &options)
 {
     Changes result;
     const auto collectInto = [&](std::optional<LayerValue> Change::*side) {
         return [&, side](const Setting &setting) {
-            if (options.wants(setting.name))
+            if (options.wants(setting))
                 result[{setting.name.group, setting.name.key}].*side = setting.origin;
         };
     };
@@ -76,17 +71,14 @@ struct Side
     QString origin;
 };
 
-using Format = QString (*)(const QVariant &);
-
-Side sideOf(const std::optional<LayerValue> &side, const std::optional<LayerValue> &other,
-            Format format)
+Side sideOf(const std::optional<LayerValue> &side, const std::optional<LayerValue> &other)
 {
     if (!side)
         return {none, none, none};
-    Side result{format(side->value), typeText(side->value), layerName(side->layer)};
-    if (other && format(other->value) == result.value && typeText(other->value) == result.type)
-        result.type = wholeTypeText(side->value);
-    return result;
+    const Value &value = side->value;
+    const bool looksSame
+            = other && other->value.text() == value.text() && other->value.type() == value.type();
+    return {value.text(), looksSame ? value.wholeType() : value.type(), layerName(side->layer)};
 }
 
 // A value, and its type if the other side's value reads the same.
@@ -99,13 +91,12 @@ QString sideJson(const std::optional<LayerValue> &side, const std::optional<Laye
 {
     if (!side)
         return u"null"_s;
-    const auto [value, type, origin] = sideOf(side, other, jsonOf);
-    return jsonObject({
-            {"value"_L1, value},
-            {"type"_L1, side->value.isValid() ? jsonOf(type) : u"null"_s},
-            {"origin"_L1, jsonOf(origin)},
-            {"file"_L1, jsonOrNull(side->file)},
-    });
+    tamsel::host::ShownValue shown = side->value.shown();
+    if (other && jsonOf(shown.value) == jsonOf(other->value.value())
+        && shown.type == other->value.shown().type && !shown.type.isEmpty())
+        shown.type = side->value.wholeType().toUtf8();
+    return u'{' + tamsel::host::valueMembers(shown) + R"(,"origin":)"_L1
+            + jsonOf(layerName(side->layer)) + R"(,"file":)"_L1 + jsonOrNull(side->file) + u'}';
 }
 
 void printJson(const Changes &changes, const QStringList &warnings, TablePrinter &printer)
@@ -139,8 +130,8 @@ Table wideTable(const Changes &changes)
                   Style::Heading}},
                 3};
     for (const auto &[name, change] : changes) {
-        const Side before = sideOf(change.before, change.after, valueText);
-        const Side after = sideOf(change.after, change.before, valueText);
+        const Side before = sideOf(change.before, change.after);
+        const Side after = sideOf(change.after, change.before);
         table.rows.append(
                 {{kindOf(change), escaped(name.first), escaped(name.second), textOf(before, after),
                   before.origin, textOf(after, before), after.origin},
@@ -170,7 +161,7 @@ Table narrowTable(const Table &table)
 
 } // namespace
 
-bool printDifference(const Box &before, const Box &after, const Options &options,
+bool printDifference(const Source &before, const Source &after, const Options &options,
                      TablePrinter &printer)
 {
     const Changes changes = changesBetween(before, after, options);

@@ -6,11 +6,11 @@
 
 #include "options.h"
 
-class Box;
+class Source;
 class TablePrinter;
 
 // Prints which effective values would change if one box became the other. Returns whether any would.
-bool printDifference(const Box &before, const Box &after, const Options &options,
+bool printDifference(const Source &before, const Source &after, const Options &options,
                      TablePrinter &printer);
 
 #endif // DIFFERENCE_H

@@ -3,12 +3,10 @@
 
 #include "explanation.h"
 
-#include "box.h"
 #include "format.h"
 #include "listing.h"
+#include "source.h"
 #include "tableprinter.h"
-
-#include <QtCore/QFileInfo>
 
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
@@ -24,16 +22,27 @@ struct Step
     std::optional<LayerValue> layerValue;
     QString state;
     QString file; // of the layer; empty if it has none
-    bool fileExists = false;
+    std::optional<bool> fileExists; // none if that is not known
+    QString place; // where the value comes from, or where it would
 };
 
-QList<Step> stepsOf(const Box &box, const Setting &setting)
+QString placeOf(const Source &source, const Step &step)
+{
+    if (step.layerValue)
+        return source.placeText(step.layer, step.layerValue->file);
+    if (step.file.isEmpty())
+        return none;
+    const QString file = source.placeText(step.layer, step.file);
+    return step.fileExists.value_or(true) ? file : u"%1 (no such file)"_s.arg(file);
+}
+
+QList<Step> stepsOf(const Source &source, const Setting &setting)
 {
     QList<Step> steps;
     for (const SettingsType layer : tamsel::storagePriority) {
-        const QString file = box.fileOf(layer);
-        Step step{layer, std::nullopt, u"absent"_s, file,
-                  file == "-"_L1 || (!file.isEmpty() && QFileInfo::exists(file))};
+        Step step{
+                layer,    std::nullopt, u"absent"_s, source.fileOf(layer), source.fileExists(layer),
+                QString()};
         if (setting.origin && setting.origin->layer == layer) {
             step.layerValue = setting.origin;
             step.state = u"origin"_s;
@@ -44,26 +53,10 @@ QList<Step> stepsOf(const Box &box, const Setting &setting)
                 step.state = u"overridden"_s;
             }
         }
+        step.place = placeOf(source, step);
         steps.append(step);
     }
     return steps;
-}
-
-QString fileText(const QString &file)
-{
-    if (file.isEmpty())
-        return u"--set"_s;
-    return file == "-"_L1 ? u"standard input"_s : escaped(file);
-}
-
-// Where the value comes from, or where it would.
-QString fileText(const Step &step)
-{
-    if (step.layerValue)
-        return fileText(step.layerValue->file);
-    if (step.file.isEmpty())
-        return none;
-    return step.fileExists ? fileText(step.file) : u"%1 (no such file)"_s.arg(fileText(step.file));
 }
 
 Row rowOf(const Step &step)
@@ -71,9 +64,9 @@ Row rowOf(const Step &step)
     const QString rank = QString::number(tamsel::priorityOf(step.layer));
     const QString layer = layerName(step.layer);
     if (!step.layerValue)
-        return {{rank, layer, step.state, none, none, fileText(step)}, Style::Faint};
-    const QVariant &value = step.layerValue->value;
-    return {{rank, layer, step.state, valueText(value), typeText(value), fileText(step)},
+        return {{rank, layer, step.state, none, none, step.place}, Style::Faint};
+    const Value &value = step.layerValue->value;
+    return {{rank, layer, step.state, value.text(), value.type(), step.place},
             step.state == "origin"_L1 ? Style::Good : Style::Plain};
 }
 
@@ -97,28 +90,27 @@ Table narrowTable(const Table &table)
 QString stepJson(const Step &step)
 {
     const LayerValue layerValue
-            = step.layerValue.value_or(LayerValue{step.layer, {}, step.file, {}});
-    return jsonObject({
-            {"rank"_L1, QString::number(tamsel::priorityOf(step.layer))},
-            {"layer"_L1, jsonOf(layerName(step.layer))},
-            {"state"_L1, jsonOf(step.state)},
-            {"value"_L1, jsonOf(layerValue.value)},
-            {"type"_L1, jsonOrNull(QString::fromLatin1(layerValue.value.typeName()))},
-            {"file"_L1, jsonOrNull(layerValue.file)},
-            {"fileExists"_L1, step.fileExists ? u"true"_s : u"false"_s},
-    });
+            = step.layerValue.value_or(LayerValue{step.layer, Value(), step.file, {}});
+    QString fileExists = u"null"_s;
+    if (step.fileExists)
+        fileExists = *step.fileExists ? u"true"_s : u"false"_s;
+    return u"{\"rank\":"_s + QString::number(tamsel::priorityOf(step.layer)) + R"(,"layer":)"_L1
+            + jsonOf(layerName(step.layer)) + R"(,"state":)"_L1 + jsonOf(step.state) + u','
+            + tamsel::host::valueMembers(layerValue.value.shown()) + R"(,"file":)"_L1
+            + jsonOrNull(layerValue.file) + R"(,"fileExists":)"_L1 + fileExists + u'}';
 }
 
-QString originText(const LayerValue &layerValue)
+QString originText(const Source &source, const LayerValue &layerValue)
 {
-    return u"%1 (%2)"_s.arg(layerName(layerValue.layer), fileText(layerValue.file));
+    return u"%1 (%2)"_s.arg(layerName(layerValue.layer),
+                            source.placeText(layerValue.layer, layerValue.file));
 }
 
 // What becomes of an entry that is listed as the setting, and is none.
-QString entryText(const LayerValue &layerValue)
+QString entryText(const Source &source, const LayerValue &layerValue)
 {
     const QString listed = u"%1 lists the entry %2 as this setting, but it "_s.arg(
-            originText(layerValue), valueText(layerValue.entry));
+            originText(source, layerValue), valueText(layerValue.entry));
     if (layerValue.isLost())
         return listed + "cannot be read"_L1;
     const qsizetype slash = layerValue.entry.indexOf(u'/');
@@ -128,21 +120,23 @@ QString entryText(const LayerValue &layerValue)
                                                    valueText(layerValue.entry.mid(slash + 1)));
 }
 
-QString summaryOf(const Setting &setting)
+QString summaryOf(const Source &source, const Setting &setting)
 {
     QStringList overridden;
     QStringList entries;
     for (const LayerValue &layerValue : setting.overridden) {
-        if (layerValue.entry.isEmpty())
-            overridden.append(
-                    u"%1 from %2"_s.arg(valueText(layerValue.value), layerName(layerValue.layer)));
+        const QString layer = layerName(layerValue.layer);
+        if (!layerValue.entry.isEmpty())
+            entries.append(entryText(source, layerValue));
+        else if (layerValue.value.isKnown())
+            overridden.append(u"%1 from %2"_s.arg(layerValue.value.text(), layer));
         else
-            entries.append(entryText(layerValue));
+            overridden.append(layer);
     }
     QString result = escaped(setting.name.text());
     if (setting.origin) {
         result = u"%1 is %2, from %3; overrides %4"_s.arg(
-                result, valueText(setting.origin->value), originText(*setting.origin),
+                result, setting.origin->value.text(), originText(source, *setting.origin),
                 overridden.isEmpty() ? u"nothing"_s : overridden.join(", "_L1));
     } else {
         result += " is held by no layer"_L1;
@@ -152,7 +146,7 @@ QString summaryOf(const Setting &setting)
     return result;
 }
 
-void printJson(const Box &box, const Setting &setting, const QList<Step> &steps,
+void printJson(const Source &source, const Setting &setting, const QList<Step> &steps,
                TablePrinter &printer)
 {
     QStringList layers;
@@ -168,20 +162,20 @@ void printJson(const Box &box, const Setting &setting, const QList<Step> &steps,
                               {"key"_L1, jsonOf(setting.name.key)},
                               {"layers"_L1, jsonArray(layers)},
                               {"unreadable"_L1, jsonArray(entries)},
-                              {"summary"_L1, jsonOf(summaryOf(setting))},
-                              {"warnings"_L1, jsonOf(QVariant(box.warnings()))},
+                              {"summary"_L1, jsonOf(summaryOf(source, setting))},
+                              {"warnings"_L1, jsonOf(QVariant(source.warnings()))},
                       })
                       + u'\n');
 }
 
 } // namespace
 
-bool printExplanation(const Box &box, const Options &options, TablePrinter &printer)
+bool printExplanation(const Source &source, const Options &options, TablePrinter &printer)
 {
-    const Setting setting = box.setting(*options.explained);
-    const QList<Step> steps = stepsOf(box, setting);
+    const Setting setting = source.setting(*options.explained);
+    const QList<Step> steps = stepsOf(source, setting);
     if (options.json) {
-        printJson(box, setting, steps, printer);
+        printJson(source, setting, steps, printer);
         return setting.origin.has_value();
     }
     Table table{{{{u"rank"_s, u"layer"_s, u"state"_s, u"value"_s, u"type"_s, u"file"_s},
@@ -190,6 +184,6 @@ bool printExplanation(const Box &box, const Options &options, TablePrinter &prin
     for (const Step &step : steps)
         table.rows.append(rowOf(step));
     printer.printTable({table, narrowTable(table)});
-    printer.printLine(summaryOf(setting), setting.origin ? Style::Heading : Style::Alert);
+    printer.printLine(summaryOf(source, setting), setting.origin ? Style::Heading : Style::Alert);
     return setting.origin.has_value();
 }

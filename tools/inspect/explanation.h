@@ -6,11 +6,11 @@
 
 #include "options.h"
 
-class Box;
+class Source;
 class TablePrinter;
 
 // Prints what every layer holds for the setting that the options name. Returns whether one of them
 // is its origin.
-bool printExplanation(const Box &box, const Options &options, TablePrinter &printer);
+bool printExplanation(const Source &source, const Options &options, TablePrinter &printer);
 
 #endif // EXPLANATION_H

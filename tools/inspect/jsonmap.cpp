@@ -34,16 +34,22 @@ QByteArray contentsOf(const QString &fileName)
 
 } // namespace
 
-QVariantMap readJsonMap(const QString &fileName)
+QJsonDocument readJson(const QString &fileName)
 {
     const QByteArray contents = contentsOf(fileName);
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(contents, &error);
+    QJsonDocument document = QJsonDocument::fromJson(contents, &error);
     if (error.error != QJsonParseError::NoError) {
         const auto line = 1 + contents.left(error.offset).count('\n');
         throw UserError(u"%1, line %2, is not JSON: %3"_s.arg(fileName, QString::number(line),
                                                               error.errorString()));
     }
+    return document;
+}
+
+QVariantMap readJsonMap(const QString &fileName)
+{
+    const QJsonDocument document = readJson(fileName);
     if (!document.isObject())
         throw UserError(u"%1 holds no object of groups"_s.arg(fileName));
     const QJsonObject groups = document.object();

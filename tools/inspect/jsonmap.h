@@ -4,9 +4,13 @@
 #ifndef JSONMAP_H
 #define JSONMAP_H
 
+#include <QtCore/QJsonDocument>
 #include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
+
+// What the JSON file fileName holds; "-" is standard input. Throws a UserError.
+QJsonDocument readJson(const QString &fileName);
 
 // The settings map, group to QVariantMap, that the JSON file fileName holds. Throws a UserError.
 QVariantMap readJsonMap(const QString &fileName);

@@ -3,8 +3,8 @@
 
 #include "listing.h"
 
-#include "box.h"
 #include "format.h"
+#include "source.h"
 #include "tableprinter.h"
 
 using namespace Qt::StringLiterals;
@@ -18,7 +18,9 @@ constexpr auto usualType = "QString"_L1; // of what stands in a file; it goes wi
 QString layerValueText(const LayerValue &layerValue)
 {
     const QString layer = layerName(layerValue.layer);
-    const QString value = layerValue.isLost() ? u"(cannot be read)"_s : valueText(layerValue.value);
+    if (!layerValue.value.isKnown())
+        return layer;
+    const QString value = layerValue.isLost() ? u"(cannot be read)"_s : layerValue.value.text();
     return layerValue.entry.isEmpty()
             ? layer + u' ' + value
             : u"%1 %2 as %3"_s.arg(layer, value, valueText(layerValue.entry));
@@ -40,7 +42,7 @@ Row rowOf(const Setting &setting)
     if (!setting.origin)
         return {{group, key, none, none, u"! none"_s, overridden}, Style::Alert};
     const LayerValue &origin = *setting.origin;
-    return {{group, key, valueText(origin.value), typeText(origin.value), layerName(origin.layer),
+    return {{group, key, origin.value.text(), origin.value.type(), layerName(origin.layer),
              overridden}};
 }
 
@@ -66,54 +68,51 @@ Table narrowTable(const Table &table)
     return result;
 }
 
-bool printTable(const Box &box, const Options &options, TablePrinter &printer)
+bool printTable(const Source &source, const Options &options, TablePrinter &printer)
 {
     Table table{{{{u"group"_s, u"key"_s, u"value"_s, u"type"_s, u"origin"_s, u"overridden"_s},
                   Style::Heading}},
                 2};
-    box.visit([&](const Setting &setting) {
-        if (options.wants(setting.name))
+    source.visit([&](const Setting &setting) {
+        if (options.wants(setting))
             table.rows.append(rowOf(setting));
     });
     if (table.rows.size() == 1)
         return false;
-    if (printer.isTerminal())
-        printer.printTable({table, narrowTable(table)});
-    else
+    if (!printer.isTerminal()) {
         printer.printTable({table});
+        return true;
+    }
+    printer.printTable({table, narrowTable(table)});
+    if (const QString remark = source.remark(); !remark.isEmpty())
+        printer.printLine(escaped(remark));
     return true;
 }
 
-QString settingJson(const Setting &setting)
+QString jsonOfSetting(const Setting &setting)
 {
     QStringList overridden;
     for (const LayerValue &layerValue : setting.overridden)
         overridden.append(jsonOf(layerValue));
     const LayerValue origin = setting.origin.value_or(LayerValue{});
-    return jsonObject({
-            {"group"_L1, jsonOf(setting.name.group)},
-            {"key"_L1, jsonOf(setting.name.key)},
-            {"value"_L1, jsonOf(origin.value)},
-            {"type"_L1, jsonOrNull(QString::fromLatin1(origin.value.typeName()))},
-            {"origin"_L1, setting.origin ? jsonOf(layerName(origin.layer)) : u"null"_s},
-            {"file"_L1, jsonOrNull(origin.file)},
-            {"overridden"_L1, jsonArray(overridden)},
-    });
+    return tamsel::host::settingJson(setting.name.group, setting.name.key, origin.value.shown(),
+                                     setting.origin ? std::optional(origin.layer) : std::nullopt,
+                                     origin.file, overridden);
 }
 
 // A setting a line: there may be many, and no more than one is kept in memory.
-bool printJson(const Box &box, const Options &options, TablePrinter &printer)
+bool printJson(const Source &source, const Options &options, TablePrinter &printer)
 {
     const QString first = u"\n"_s;
     QString separator = first;
     printer.printText(u"{\"settings\":["_s);
-    box.visit([&](const Setting &setting) {
-        if (!options.wants(setting.name))
+    source.visit([&](const Setting &setting) {
+        if (!options.wants(setting))
             return;
-        printer.printText(separator + settingJson(setting));
+        printer.printText(separator + jsonOfSetting(setting));
         separator = u",\n"_s;
     });
-    printer.printText(u"\n],\"warnings\":%1}\n"_s.arg(jsonOf(QVariant(box.warnings()))));
+    printer.printText(u"\n],\"warnings\":%1}\n"_s.arg(jsonOf(QVariant(source.warnings()))));
     return separator != first;
 }
 
@@ -121,26 +120,22 @@ bool printJson(const Box &box, const Options &options, TablePrinter &printer)
 
 QString jsonOf(const LayerValue &layerValue)
 {
-    return jsonObject({
-            {"layer"_L1, jsonOf(layerName(layerValue.layer))},
-            {"value"_L1, jsonOf(layerValue.value)},
-            {"type"_L1, jsonOrNull(QString::fromLatin1(layerValue.value.typeName()))},
-            {"file"_L1, jsonOrNull(layerValue.file)},
-            {"entry"_L1, jsonOrNull(layerValue.entry)},
-    });
+    return tamsel::host::layerValueJson(layerValue.layer, layerValue.value.shown(), layerValue.file,
+                                        layerValue.entry);
 }
 
-bool printSettings(const Box &box, const Options &options, TablePrinter &printer)
+bool printSettings(const Source &source, const Options &options, TablePrinter &printer)
 {
-    return options.json ? printJson(box, options, printer) : printTable(box, options, printer);
+    return options.json ? printJson(source, options, printer)
+                        : printTable(source, options, printer);
 }
 
-bool printValue(const Box &box, const Options &options, TablePrinter &printer)
+bool printValue(const Source &source, const Options &options, TablePrinter &printer)
 {
-    const Setting setting = box.setting(*options.wanted);
+    const Setting setting = source.setting(*options.wanted);
     if (!setting.origin)
         return false;
-    const QVariant &value = setting.origin->value;
+    const QVariant &value = setting.origin->value.value();
     if (options.json)
         printer.printText(jsonOf(value) + u'\n');
     else if (printer.isTerminal())

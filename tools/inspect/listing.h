@@ -8,17 +8,17 @@
 
 #include <QtCore/QString>
 
-class Box;
+class Source;
 class TablePrinter;
 
 // Prints a row for each setting that the options ask for. Returns whether there is one.
-bool printSettings(const Box &box, const Options &options, TablePrinter &printer);
+bool printSettings(const Source &source, const Options &options, TablePrinter &printer);
 
 // Prints the value of the setting that the options ask for, and nothing else. Returns whether there
 // is one.
-bool printValue(const Box &box, const Options &options, TablePrinter &printer);
+bool printValue(const Source &source, const Options &options, TablePrinter &printer);
 
-// What a layer holds, in JSON: "layer", "value", "type", "file" and "entry".
+// What a layer holds, in JSON.
 QString jsonOf(const LayerValue &layerValue);
 
 #endif // LISTING_H

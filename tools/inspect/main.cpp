@@ -5,11 +5,13 @@
 // only reads.
 
 #include "box.h"
+#include "changelist.h"
 #include "difference.h"
 #include "explanation.h"
 #include "format.h"
 #include "listing.h"
 #include "options.h"
+#include "snapshotfile.h"
 #include "tableprinter.h"
 #include "usererror.h"
 
@@ -17,6 +19,7 @@
 #include <QtCore/QTextStream>
 
 #include <algorithm>
+#include <memory>
 
 #include <clocale>
 #include <cstdio>
@@ -56,11 +59,11 @@ bool isLocaleAscii()
     // NOLINTEND(concurrency-mt-unsafe)
 }
 
-QList<SettingName> namesIn(const QList<const Box *> &boxes)
+QList<SettingName> namesIn(const QList<const Source *> &sources)
 {
     QList<SettingName> result;
-    for (const Box *box : boxes)
-        box->visit([&result](const Setting &setting) { result.append(setting.name); });
+    for (const Source *source : sources)
+        source->visit([&result](const Setting &setting) { result.append(setting.name); });
     return result;
 }
 
@@ -78,11 +81,11 @@ struct Outcome
     }
 };
 
-void checkPatterns(const Options &options, const QList<const Box *> &boxes, Outcome *outcome)
+void checkPatterns(const Options &options, const QList<const Source *> &sources, Outcome *outcome)
 {
     if (options.patterns.isEmpty())
         return;
-    const QList<SettingName> names = namesIn(boxes);
+    const QList<SettingName> names = namesIn(sources);
     for (const Pattern &pattern : options.patterns) {
         if (pattern.matchesAny(names))
             continue;
@@ -93,26 +96,58 @@ void checkPatterns(const Options &options, const QList<const Box *> &boxes, Outc
     }
 }
 
-void checkFiles(const QList<const Box *> &boxes, Outcome *outcome)
+void checkFiles(const QList<const Source *> &sources, Outcome *outcome)
 {
-    for (const Box *box : boxes) {
-        const QStringList warnings = box->warnings();
+    for (const Source *source : sources) {
+        const QStringList warnings = source->warnings();
         for (const QString &warning : warnings)
             outcome->add(trouble, "warning: "_L1 + warning);
     }
 }
 
-Outcome printDifference(const Options &options, const HostValues &hostValues, const Box &box,
+// What the other side of a comparison is.
+std::unique_ptr<const Source> otherSource(const Options &options, const HostValues &hostValues)
+{
+    if (!options.otherSnapshot.isEmpty())
+        return std::make_unique<SnapshotFile>(options.otherSnapshot, options.redaction);
+    if (!options.otherStorage.isEmpty())
+        return std::make_unique<Box>(options, options.otherStorage, hostValues);
+    Options other = options;
+    other.assets = options.otherAssets;
+    return std::make_unique<Box>(other, options.storage, hostValues);
+}
+
+Outcome printDifference(const Options &options, const HostValues &hostValues, const Source &source,
                         TablePrinter &printer)
 {
-    const Box other(options, options.otherStorage, hostValues);
+    const auto other = otherSource(options, hostValues);
     Outcome outcome;
-    outcome.code = printDifference(box, other, options, printer) ? different : found;
-    checkPatterns(options, {&box, &other}, &outcome);
+    outcome.code = printDifference(source, *other, options, printer) ? different : found;
+    checkPatterns(options, {&source, other.get()}, &outcome);
     if (outcome.code == found && !options.json)
         printer.printLine(u"no effective value differs"_s);
-    checkFiles({&box, &other}, &outcome);
+    checkFiles({&source, other.get()}, &outcome);
     return outcome;
+}
+
+void printSource(const Source &source, const Options &options, TablePrinter &printer,
+                 Outcome *outcome)
+{
+    if (options.wanted) {
+        if (!printValue(source, options, printer))
+            outcome->add(notFound, u"no layer holds %1"_s.arg(options.wanted->text()));
+    } else if (options.explained) {
+        outcome->code = printExplanation(source, options, printer) ? found : notFound;
+    } else {
+        const bool isAll = options.patterns.isEmpty();
+        if (!printSettings(source, options, printer) && (isAll || options.onlyOverridden)) {
+            outcome->add(notFound,
+                         options.onlyOverridden ? u"no setting overrides anything"_s
+                                                : u"no layer holds any setting"_s);
+        }
+        checkPatterns(options, {&source}, outcome);
+    }
+    checkFiles({&source}, outcome);
 }
 
 Outcome print(const Options &options, TablePrinter &printer)
@@ -123,20 +158,25 @@ Outcome print(const Options &options, TablePrinter &printer)
         return outcome;
     }
     const HostValues hostValues(options);
-    const Box box(options, options.storage, hostValues);
-    if (!options.otherStorage.isEmpty())
-        return printDifference(options, hostValues, box, printer);
-    if (options.wanted) {
-        if (!printValue(box, options, printer))
-            outcome.add(notFound, u"no layer holds %1"_s.arg(options.wanted->text()));
-    } else if (options.explained) {
-        outcome.code = printExplanation(box, options, printer) ? found : notFound;
-    } else {
-        if (!printSettings(box, options, printer) && options.patterns.isEmpty())
-            outcome.add(notFound, u"no layer holds any setting"_s);
-        checkPatterns(options, {&box}, &outcome);
+    if (!options.snapshot.isEmpty()) {
+        const SnapshotFile snapshot(options.snapshot, options.redaction);
+        if (options.isDifference())
+            return printDifference(options, hostValues, snapshot, printer);
+        if (!options.changes) {
+            printSource(snapshot, options, printer, &outcome);
+            return outcome;
+        }
+        if (!printChanges(snapshot, options, printer))
+            outcome.add(notFound,
+                        options.patterns.isEmpty() ? u"there are no changes"_s
+                                                   : u"no change matches"_s);
+        checkFiles({&snapshot}, &outcome);
+        return outcome;
     }
-    checkFiles({&box}, &outcome);
+    const Box box(options, options.storage, hostValues);
+    if (options.isDifference())
+        return printDifference(options, hostValues, box, printer);
+    printSource(box, options, printer, &outcome);
     return outcome;
 }
 

@@ -8,6 +8,7 @@
 #include <tamsel/tamselversion.h>
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QFileInfo>
 #include <QtCore/QMetaEnum>
 
 #include <algorithm>
@@ -36,14 +37,25 @@ SettingsType layerOf(const QString &name, const QString &option)
     return static_cast<SettingsType>(number);
 }
 
-Assignment assignmentOf(const QString &text)
+// What may be said of an argument of --set that is wrong: it may hold a secret, in whatever place.
+QString shownAssignment(const QString &text, const tamsel::host::Redaction &redaction)
 {
+    const qsizetype equals = text.indexOf(u'=');
+    const QString address = text.left(equals);
+    bool isSecret = redaction.matches({}, text);
+    for (const auto &name : {nameOf(address), nameOf(address.section(u':', 1))})
+        isSecret |= name && redaction.matches(name->group, name->key);
+    return isSecret ? text.left(equals + 1) + tamsel::host::Redaction::placeholder() : text;
+}
+
+Assignment assignmentOf(const QString &text, const tamsel::host::Redaction &redaction)
+{
+    const QString option = u"--set '%1'"_s.arg(shownAssignment(text, redaction));
     const qsizetype colon = text.indexOf(u':');
     const qsizetype equals = text.indexOf(u'=', colon + 1);
     const auto name = nameOf(text.mid(colon + 1, equals - colon - 1));
     if (colon < 0 || equals < 0 || !name)
-        throw UserError(u"--set '%1' is not LAYER:group/key=value"_s.arg(text));
-    const QString option = u"--set '%1'"_s.arg(text);
+        throw UserError(option + " is not LAYER:group/key=value"_L1);
     const SettingsType layer = layerOf(text.left(colon), option);
     if (isFileLayer(layer))
         throw UserError(u"%1: the layer %2 is a file"_s.arg(option, text.left(colon)));
@@ -82,6 +94,58 @@ std::optional<SettingName> settingOf(const QCommandLineParser &parser, const QSt
     return name;
 }
 
+// An empty pattern matches nothing; it is how nothing is redacted.
+tamsel::host::Redaction redactionOf(const QCommandLineParser &parser)
+{
+    if (!parser.isSet(u"redact"_s))
+        return {};
+    const QStringList patterns = parser.values(u"redact"_s);
+    for (const QString &text : patterns)
+        Pattern{text}; // throws if it is none
+    return tamsel::host::Redaction(patterns);
+}
+
+// What the other side of --diff is: the directory of a box, or a snapshot.
+void readOther(const QCommandLineParser &parser, Options &options)
+{
+    const QString other = parser.value(u"diff"_s);
+    if (QFileInfo(other).isFile())
+        options.otherSnapshot = other;
+    else
+        options.otherStorage = directoryOf(parser, u"diff"_s);
+}
+
+// Options that do not go together, so that none is ignored.
+void checkModes(const QCommandLineParser &parser, const Options &options)
+{
+    const auto isSet = [&parser](const QString &option) { return parser.isSet(option); };
+    const auto refuse = [&](const QString &option, const QStringList &others) {
+        if (!isSet(option))
+            return;
+        for (const QString &other : others) {
+            if (isSet(other))
+                throw UserError(u"--%1 does not take --%2"_s.arg(option, other));
+        }
+    };
+    const bool several = options.isDifference() || !options.patterns.isEmpty();
+    if (options.wanted && (several || options.explained))
+        throw UserError(u"--get takes neither --explain, --diff nor a pattern"_s);
+    if (options.explained && (several || options.layer))
+        throw UserError(u"--explain takes neither --layer, --diff nor a pattern"_s);
+    refuse(u"diff-assets"_s, {u"diff"_s, u"snapshot"_s, u"get"_s, u"explain"_s});
+    refuse(u"changes"_s, {u"get"_s, u"explain"_s, u"diff"_s, u"diff-assets"_s, u"overridden"_s});
+    refuse(u"overridden"_s, {u"get"_s, u"explain"_s, u"diff"_s, u"diff-assets"_s});
+    refuse(u"snapshot"_s, {u"layer"_s});
+    if (!options.otherSnapshot.isEmpty())
+        refuse(u"diff"_s, {u"layer"_s});
+    if (options.changes && options.snapshot.isEmpty())
+        throw UserError(u"--changes needs --snapshot FILE"_s);
+    if (!options.needsFiles())
+        refuse(u"snapshot"_s, {u"storage"_s, u"assets"_s, u"rdm"_s, u"feature-keys"_s, u"set"_s});
+    if (!options.snapshot.isEmpty())
+        refuse(u"snapshot"_s, {u"storage"_s});
+}
+
 void describe(QCommandLineParser &parser)
 {
     parser.setApplicationDescription(
@@ -106,8 +170,21 @@ void describe(QCommandLineParser &parser)
             {u"layer"_s, u"Look at this layer alone, as if there were no other."_s, u"LAYER"_s},
             {u"get"_s, u"Print the value of one setting and nothing else."_s, u"group/key"_s},
             {u"explain"_s, u"Show every layer for one setting."_s, u"group/key"_s},
-            {u"diff"_s, u"Show the effective values that this storage directory would change."_s,
-             u"DIR/"_s},
+            {u"diff"_s,
+             u"Show the effective values that this storage directory, or this snapshot, would "
+             "change."_s,
+             u"DIR/|FILE"_s},
+            {u"diff-assets"_s,
+             u"Show the effective values that this assets directory would change."_s, u"DIR/"_s},
+            {u"snapshot"_s,
+             u"Look at a snapshot of a running process, not at files; - is standard input."_s,
+             u"FILE"_s},
+            {u"changes"_s, u"Show the last changes in the snapshot."_s},
+            {u"overridden"_s, u"Show only settings that override something."_s},
+            {u"redact"_s,
+             u"Show \"(redacted)\" for settings that match, in place of *password*, *token*, "
+             "*secret* and *pin*; '' redacts nothing."_s,
+             u"PATTERN"_s},
             {u"json"_s, u"Print JSON."_s},
             {u"wide"_s, u"Print tables on a terminal as wide as they are."_s},
             {u"no-color"_s, u"Print without colours on a terminal too."_s},
@@ -119,8 +196,9 @@ void describe(QCommandLineParser &parser)
 // Only one of two would count.
 void checkRepetitions(const QCommandLineParser &parser)
 {
-    for (const QString &option : {u"storage"_s, u"assets"_s, u"rdm"_s, u"feature-keys"_s,
-                                  u"layer"_s, u"get"_s, u"explain"_s, u"diff"_s}) {
+    for (const QString &option :
+         {u"storage"_s, u"assets"_s, u"rdm"_s, u"feature-keys"_s, u"layer"_s, u"get"_s,
+          u"explain"_s, u"diff"_s, u"diff-assets"_s, u"snapshot"_s}) {
         if (parser.values(option).size() > 1)
             throw UserError(u"--%1 is given twice"_s.arg(option));
     }
@@ -141,6 +219,21 @@ bool Options::wants(const SettingName &name) const
                            [&name](const Pattern &pattern) { return pattern.matches(name); });
 }
 
+bool Options::wants(const Setting &setting) const
+{
+    return wants(setting.name) && (!onlyOverridden || !setting.overridden.isEmpty());
+}
+
+bool Options::isDifference() const
+{
+    return !otherStorage.isEmpty() || !otherSnapshot.isEmpty() || !otherAssets.isEmpty();
+}
+
+bool Options::needsFiles() const
+{
+    return snapshot.isEmpty() || !otherStorage.isEmpty();
+}
+
 Options parseOptions(const QStringList &arguments)
 {
     QCommandLineParser parser;
@@ -158,20 +251,28 @@ Options parseOptions(const QStringList &arguments)
     }
 
     checkRepetitions(parser);
-    result.storage = directoryOf(parser, u"storage"_s, "TAMSEL_STORAGE");
-    result.assets = directoryOf(parser, u"assets"_s, "TAMSEL_ASSETS");
+    result.redaction = redactionOf(parser);
+    result.snapshot = fileOf(parser, u"snapshot"_s);
+    if (parser.isSet(u"diff"_s))
+        readOther(parser, result);
+    if (parser.isSet(u"diff-assets"_s))
+        result.otherAssets = directoryOf(parser, u"diff-assets"_s);
+    if (result.snapshot.isEmpty())
+        result.storage = directoryOf(parser, u"storage"_s, "TAMSEL_STORAGE");
+    if (result.needsFiles())
+        result.assets = directoryOf(parser, u"assets"_s, "TAMSEL_ASSETS");
     result.rdmFile = fileOf(parser, u"rdm"_s);
     result.featureKeysFile = fileOf(parser, u"feature-keys"_s);
     if (result.rdmFile == "-"_L1 && result.featureKeysFile == "-"_L1)
         throw UserError(u"--rdm and --feature-keys cannot both be standard input"_s);
-    if (parser.isSet(u"diff"_s))
-        result.otherStorage = directoryOf(parser, u"diff"_s);
     const QStringList assignments = parser.values(u"set"_s);
     for (const QString &text : assignments)
-        result.assignments.append(assignmentOf(text));
+        result.assignments.append(assignmentOf(text, result.redaction));
     const QStringList patterns = parser.positionalArguments();
     for (const QString &text : patterns)
         result.patterns.append(Pattern(text));
+    result.changes = parser.isSet(u"changes"_s);
+    result.onlyOverridden = parser.isSet(u"overridden"_s);
     result.json = parser.isSet(u"json"_s);
     result.wide = parser.isSet(u"wide"_s);
     result.colour = !parser.isSet(u"no-color"_s);
@@ -180,10 +281,6 @@ Options parseOptions(const QStringList &arguments)
         result.layer = layerOf(parser.value(u"layer"_s), u"--layer"_s);
     result.explained = settingOf(parser, u"explain"_s);
     result.wanted = settingOf(parser, u"get"_s);
-    const bool several = !result.otherStorage.isEmpty() || !result.patterns.isEmpty();
-    if (result.wanted && (several || result.explained))
-        throw UserError(u"--get takes neither --explain, --diff nor a pattern"_s);
-    if (result.explained && (several || result.layer))
-        throw UserError(u"--explain takes neither --layer, --diff nor a pattern"_s);
+    checkModes(parser, result);
     return result;
 }

@@ -7,6 +7,8 @@
 #include "pattern.h"
 #include "setting.h"
 
+#include <tamsel/host/redaction.h>
+
 #include <QtCore/QList>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -29,7 +31,10 @@ struct Options
 {
     QString storage; // directories end with "/"
     QString assets;
-    QString otherStorage; // --diff; empty without it
+    QString snapshot; // "-" is standard input; empty without it
+    QString otherStorage; // --diff with a directory; empty without it
+    QString otherSnapshot; // --diff with a file; empty without it
+    QString otherAssets; // --diff-assets; empty without it
     QString rdmFile; // "-" is standard input
     QString featureKeysFile;
     QList<Assignment> assignments;
@@ -37,6 +42,9 @@ struct Options
     std::optional<SettingName> explained;
     std::optional<SettingName> wanted; // --get
     QList<Pattern> patterns;
+    tamsel::host::Redaction redaction;
+    bool changes = false;
+    bool onlyOverridden = false;
     bool json = false;
     bool wide = false;
     bool colour = true;
@@ -44,6 +52,11 @@ struct Options
 
     // Whether one of the patterns matches, or there is none at all.
     bool wants(const SettingName &name) const;
+    bool wants(const Setting &setting) const;
+    // Whether two are compared.
+    bool isDifference() const;
+    // Whether files of a box are looked at, and not a snapshot alone.
+    bool needsFiles() const;
 };
 
 // Reads arguments, the program's name first. Throws a UserError.

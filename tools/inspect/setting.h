@@ -4,6 +4,8 @@
 #ifndef SETTING_H
 #define SETTING_H
 
+#include "settingjson.h"
+
 #include <tamsel/settingstype.h>
 
 #include <QtCore/QList>
@@ -11,6 +13,10 @@
 #include <QtCore/QVariant>
 
 #include <optional>
+
+namespace tamsel::host {
+class Redaction;
+}
 
 // A group and a key, given and shown with a "/" between them.
 struct SettingName
@@ -21,11 +27,48 @@ struct SettingName
     QString text() const { return group + u'/' + key; }
 };
 
+// A value of which only that is given away what may be shown.
+class Value
+{
+public:
+    using Redacted = tamsel::host::ShownValue::Redacted;
+
+    // An invalid value of a file.
+    Value() = default;
+    // One from a file or the command line.
+    Value(const QVariant &value, bool isSecret, const QVariant &shown);
+    // One from a snapshot, as that shows it.
+    explicit Value(const tamsel::host::ShownValue &shown);
+    // That of a layer of a process whose value is not known.
+    static Value unknown();
+
+    bool isKnown() const { return m_isKnown; }
+    const tamsel::host::ShownValue &shown() const { return m_shown; }
+    const QVariant &value() const { return m_shown.value; }
+
+    // For people to read, see format.h.
+    QString text() const;
+    QString type() const;
+    // With the types of what lists and maps hold.
+    QString wholeType() const;
+
+    // The same for a reader, secrets included. Of a secret in a snapshot, no more is known than whether
+    // it is empty.
+    bool isSameAs(const Value &other) const;
+
+private:
+    bool isFromSnapshot() const { return !m_raw; }
+
+    tamsel::host::ShownValue m_shown;
+    std::optional<QVariant> m_raw = QVariant(); // of a file: never shown
+    bool m_isKnown = true;
+};
+
 // What one layer holds for a setting.
 struct LayerValue
 {
     tamsel::SettingsType layer;
-    QVariant value;
+    Value value;
     QString file; // empty for what --set brought
     // The name in the file of an entry that the layer lists as this setting although no reader of
     // the setting gets it; empty for all others.

@@ -30,4 +30,4 @@ EXTRA_OECMAKE = "\
 
 PACKAGE_BEFORE_PN = "${PN}-host ${PN}-tools"
 FILES:${PN}-host = "${libdir}/libtamselhost${SOLIBS}"
-FILES:${PN}-tools = "${bindir}/tamsel-inspect"
+FILES:${PN}-tools = "${bindir}/tamsel-inspect ${datadir}/bash-completion"
