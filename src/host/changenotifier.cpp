@@ -27,6 +27,7 @@
 #include <QtCore/QThread>
 
 #include <array>
+#include <map>
 #include <utility>
 
 namespace tamsel::host {
@@ -36,7 +37,19 @@ namespace {
 using Key = std::pair<QString, QString>;
 using Origin = std::optional<SettingsType>;
 
+// What a subscription is for; group and key as far as the scope has them.
 enum class Scope { Setting, Group, All };
+struct Target
+{
+    Scope scope;
+    Key key;
+
+    friend bool operator==(const Target &left, const Target &right)
+    {
+        return left.scope == right.scope && left.key == right.key;
+    }
+    friend size_t qHash(const Target &target, size_t seed) { return qHash(target.key, seed); }
+};
 
 bool areSame(const QVariant &left, const QVariant &right)
 {
@@ -51,18 +64,16 @@ class Subscriptions;
 class SubscriptionRecord : public std::enable_shared_from_this<SubscriptionRecord>
 {
 public:
-    SubscriptionRecord(std::weak_ptr<Subscriptions> subscriptions, Scope scope, Key key,
-                       QObject *context, ChangeNotifier::Function function)
+    SubscriptionRecord(std::weak_ptr<Subscriptions> subscriptions, Target target, QObject *context,
+                       ChangeNotifier::Function function)
         : m_subscriptions(std::move(subscriptions)),
-          m_scope(scope),
-          m_key(std::move(key)),
+          m_target(std::move(target)),
           m_function(std::move(function)),
           m_context(context)
     {
     }
 
-    Scope scope() const { return m_scope; }
-    const Key &key() const { return m_key; }
+    const Target &target() const { return m_target; }
 
     void start();
     void mark(const Key &key, Origin origin);
@@ -83,14 +94,13 @@ private:
     bool isNew(const QVariant &value);
 
     const std::weak_ptr<Subscriptions> m_subscriptions;
-    const Scope m_scope;
-    const Key m_key; // as far as the scope has one
+    const Target m_target;
     const ChangeNotifier::Function m_function;
 
     QMutex m_mutex;
     QObject *m_context; // null when the subscription has ended; guarded by m_mutex, as all below
     QMetaObject::Connection m_destroyed;
-    QHash<Key, Pending> m_pending;
+    std::map<Key, Pending> m_pending;
     std::optional<QVariant> m_last; // the value that the function got, of one setting only
 };
 
@@ -115,20 +125,13 @@ public:
 private:
     Q_DISABLE_COPY_MOVE(Subscriptions)
 
-    struct Group
-    {
-        QHash<QString, Records> ofKeys;
-        Records ofGroup;
-    };
-
     // Intentional: the layers are named on the thread that creates and clears them, and no other.
     bool mayNameLayers() const { return QThread::currentThreadId() == m_thread; }
 
     const Qt::HANDLE m_thread = QThread::currentThreadId();
 
     mutable QMutex m_mutex;
-    QHash<QString, Group> m_groups; // guarded by m_mutex
-    Records m_ofAll; // guarded by m_mutex
+    QHash<Target, Records> m_records; // guarded by m_mutex
 
     mutable QReadWriteLock m_readLock;
     ConfigurationManager *m_settings; // null when the notifier is gone; guarded by m_readLock
@@ -147,10 +150,10 @@ void SubscriptionRecord::start()
             },
             Qt::DirectConnection);
     subscriptions->add(shared_from_this());
-    if (m_scope != Scope::Setting)
+    if (m_target.scope != Scope::Setting)
         return;
     // Read after it was added, or a change in between would be lost.
-    QVariant value = subscriptions->value(m_key);
+    QVariant value = subscriptions->value(m_target.key);
     const QMutexLocker locker(&m_mutex);
     if (!m_last)
         m_last = std::move(value);
@@ -173,7 +176,7 @@ void SubscriptionRecord::dispatch(const Key &key)
         if (pending == m_pending.end())
             return;
         if (m_context->thread() != QThread::currentThread()) {
-            if (!std::exchange(pending->isPosted, true)) {
+            if (!std::exchange(pending->second.isPosted, true)) {
                 QMetaObject::invokeMethod(
                         m_context,
                         [record = weak_from_this(), key] {
@@ -197,14 +200,14 @@ void SubscriptionRecord::deliver(const Key &key)
     Change change{key.first, key.second, {}, {}};
     {
         const QMutexLocker locker(&m_mutex);
-        const auto pending = m_pending.constFind(key);
-        if (pending == m_pending.constEnd())
+        const auto pending = m_pending.find(key);
+        if (pending == m_pending.end())
             return;
-        change.origin = pending->origin;
+        change.origin = pending->second.origin;
         m_pending.erase(pending);
     }
     // A change from here on is a mark of its own.
-    if (subscriptions->read(&change) && (m_scope != Scope::Setting || isNew(change.value)))
+    if (subscriptions->read(&change) && (m_target.scope != Scope::Setting || isNew(change.value)))
         m_function(change);
 }
 
@@ -243,41 +246,19 @@ bool SubscriptionRecord::detach()
 
 void Subscriptions::add(const Record &record)
 {
-    const auto &[group, key] = record->key();
     const QMutexLocker locker(&m_mutex);
-    switch (record->scope()) {
-    case Scope::Setting:
-        m_groups[group].ofKeys[key].append(record);
-        break;
-    case Scope::Group:
-        m_groups[group].ofGroup.append(record);
-        break;
-    case Scope::All:
-        m_ofAll.append(record);
-        break;
-    }
+    m_records[record->target()].append(record);
 }
 
 void Subscriptions::remove(const Record &record)
 {
-    const auto &[group, key] = record->key();
     const QMutexLocker locker(&m_mutex);
-    if (record->scope() == Scope::All) {
-        m_ofAll.removeOne(record);
-        return;
-    }
-    const auto entry = m_groups.find(group);
-    if (entry == m_groups.end())
+    const auto records = m_records.find(record->target());
+    if (records == m_records.end())
         return; // the notifier is being destroyed
-    if (record->scope() == Scope::Group) {
-        entry->ofGroup.removeOne(record);
-    } else if (const auto records = entry->ofKeys.find(key); records != entry->ofKeys.end()) {
-        records->removeOne(record);
-        if (records->isEmpty())
-            entry->ofKeys.erase(records);
-    }
-    if (entry->ofGroup.isEmpty() && entry->ofKeys.isEmpty())
-        m_groups.erase(entry);
+    records->removeOne(record);
+    if (records->isEmpty())
+        m_records.erase(records);
 }
 
 // The notifier is being destroyed. Waits for deliveries that read from the manager.
@@ -287,29 +268,25 @@ void Subscriptions::close()
         const QWriteLocker locker(&m_readLock);
         m_settings = nullptr;
     }
-    Records records;
+    QHash<Target, Records> ended;
     {
         const QMutexLocker locker(&m_mutex);
-        records = std::exchange(m_ofAll, {});
-        for (const Group &group : std::as_const(m_groups)) {
-            records += group.ofGroup;
-            for (const Records &ofKey : group.ofKeys)
-                records += ofKey;
-        }
-        m_groups.clear();
+        ended.swap(m_records);
     }
-    for (const Record &record : std::as_const(records))
-        record->end();
+    for (const Records &records : std::as_const(ended)) {
+        for (const Record &record : records)
+            record->end();
+    }
 }
 
-// The subscriptions that a change of the setting concerns.
+// The subscriptions that a change of the setting concerns, in the order of their calls.
 std::array<Records, 3> Subscriptions::find(const Key &key) const
 {
+    const Target ofSetting{Scope::Setting, key};
+    const Target ofGroup{Scope::Group, {key.first, {}}};
+    const Target ofAll{Scope::All, {}};
     const QMutexLocker locker(&m_mutex);
-    const auto group = m_groups.constFind(key.first);
-    if (group == m_groups.constEnd())
-        return {Records(), Records(), m_ofAll};
-    return {group->ofKeys.value(key.second), group->ofGroup, m_ofAll};
+    return {m_records.value(ofSetting), m_records.value(ofGroup), m_records.value(ofAll)};
 }
 
 // The origin of the setting after the change that a handler was notified of. False if another thread
@@ -388,11 +365,10 @@ public:
         }
     }
 
-    Subscription subscribe(Scope scope, Key key, QObject *context,
-                           ChangeNotifier::Function function)
+    Subscription subscribe(Target target, QObject *context, ChangeNotifier::Function function)
     {
-        const auto record = std::make_shared<SubscriptionRecord>(
-                subscriptions, scope, std::move(key), context, std::move(function));
+        const auto record = std::make_shared<SubscriptionRecord>(subscriptions, std::move(target),
+                                                                 context, std::move(function));
         record->start();
         return Subscription(record);
     }
@@ -444,18 +420,18 @@ std::shared_ptr<RejectedValues> ChangeNotifier::rejectedValues() const
 Subscription ChangeNotifier::subscribe(const QString &group, const QString &key, QObject *context,
                                        Function function)
 {
-    return d->subscribe(Scope::Setting, {group, key}, context, std::move(function));
+    return d->subscribe({Scope::Setting, {group, key}}, context, std::move(function));
 }
 
 Subscription ChangeNotifier::subscribeGroup(const QString &group, QObject *context,
                                             Function function)
 {
-    return d->subscribe(Scope::Group, {group, {}}, context, std::move(function));
+    return d->subscribe({Scope::Group, {group, {}}}, context, std::move(function));
 }
 
 Subscription ChangeNotifier::subscribeAll(QObject *context, Function function)
 {
-    return d->subscribe(Scope::All, {}, context, std::move(function));
+    return d->subscribe({Scope::All, {}}, context, std::move(function));
 }
 
 } // namespace tamsel::host

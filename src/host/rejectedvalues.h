@@ -4,11 +4,11 @@
 #ifndef TAMSEL_HOST_REJECTEDVALUES_H
 #define TAMSEL_HOST_REJECTEDVALUES_H
 
-#include <QtCore/QHash>
 #include <QtCore/QMutex>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
+#include <map>
 #include <utility>
 
 namespace tamsel::host {
@@ -25,12 +25,10 @@ public:
         QVariant last = value;
         {
             const QMutexLocker locker(&m_mutex);
-            const auto entry = m_values.find({group, key});
-            if (entry == m_values.end()) {
-                m_values.insert({group, key}, value);
+            const auto [entry, isFirst] = m_values.insert({{group, key}, value});
+            if (isFirst)
                 return true;
-            }
-            last.swap(*entry);
+            last.swap(entry->second);
         }
         return last.metaType() != value.metaType() || last != value;
     }
@@ -39,7 +37,7 @@ private:
     Q_DISABLE_COPY_MOVE(RejectedValues)
 
     QMutex m_mutex;
-    QHash<std::pair<QString, QString>, QVariant> m_values; // guarded by m_mutex
+    std::map<std::pair<QString, QString>, QVariant> m_values; // guarded by m_mutex
 };
 
 } // namespace tamsel::host
