@@ -41,8 +41,11 @@ public:
     Redaction();
     /*! \brief Redacts by \a patterns in place of the default ones; nothing if there are none. */
     explicit Redaction(const QStringList &patterns);
+    /*! \brief A copy that shares its data with \a other. */
     Redaction(const Redaction &other);
+    /*! \brief Makes this a copy that shares its data with \a other. */
     Redaction &operator=(const Redaction &other);
+    /*! \brief Frees the patterns if no copy uses them. */
     ~Redaction();
 
     /*! \brief `*password*`, `*token*`, `*secret*` and `*pin*`. */

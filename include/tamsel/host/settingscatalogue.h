@@ -28,12 +28,12 @@ class SettingsCataloguePrivate;
 /*! \brief A notification, as a handler gets it. */
 struct SettingChange
 {
-    quint64 number = 0; /*!< 1 for the first notification of the catalogue. */
-    QDateTime time; /*!< By the clock of the system, in UTC. */
-    SettingsType type = SettingsType::CommandLineArgs; /*!< The layer that was notified. */
-    QString group; /*!< The group of the setting. */
-    QString key; /*!< The key of the setting. */
-    QVariant value; /*!< As notified: a lower layer's value is a text, invalid is a removal. */
+    quint64 number = 0; //!< 1 for the first notification of the catalogue.
+    QDateTime time; //!< By the clock of the system, in UTC.
+    SettingsType type = SettingsType::CommandLineArgs; //!< The layer that was notified.
+    QString group; //!< The group of the setting.
+    QString key; //!< The key of the setting.
+    QVariant value; //!< As notified: a lower layer's value is a text, invalid is a removal.
 };
 
 /*!

@@ -65,8 +65,11 @@ public:
     [[nodiscard]] static Snapshot take(const ConfigurationManager &manager,
                                        const SettingsCatalogue &catalogue,
                                        const Redaction &redaction = Redaction());
+    /*! \brief Takes what \a other shows; \a other may only be destroyed or assigned to then. */
     Snapshot(Snapshot &&other) noexcept;
+    /*! \brief As the move constructor. */
     Snapshot &operator=(Snapshot &&other) noexcept;
+    /*! \brief Frees what it shows. */
     ~Snapshot();
 
     /*! \brief The text given to ConfigurationManager::setAssetsPrefix(), which has no getter. */
