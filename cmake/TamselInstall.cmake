@@ -6,7 +6,7 @@ include(CMakePackageConfigHelpers)
 set(tamsel_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tamsel)
 
 # tamsel_install_library(<target> <runtime component> <development component>): installs a library with
-# its headers, its .pc file, and the targets that tamselConfig.cmake includes.
+# its headers and the targets that tamselConfig.cmake includes.
 function(tamsel_install_library target runtime devel)
     install(TARGETS ${target}
         EXPORT ${target}Targets
@@ -18,7 +18,6 @@ function(tamsel_install_library target runtime devel)
         NAMESPACE tamsel::
         DESTINATION ${tamsel_package_dir}
         COMPONENT ${devel})
-    tamsel_install_pc(${target} ${devel})
 endfunction()
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/tamselConfig.cmake.in
@@ -72,8 +71,11 @@ function(tamsel_install_pc name component)
 endfunction()
 
 tamsel_install_library(tamsel Runtime Devel)
+tamsel_install_pc(tamsel Devel)
+tamsel_install_library(tamseltesting Runtime Devel)
 if(TAMSEL_BUILD_HOST)
     tamsel_install_library(tamselhost HostRuntime HostDevel)
+    tamsel_install_pc(tamselhost HostDevel)
 endif()
 
 if(TAMSEL_BUILD_TOOLS)

@@ -5,7 +5,7 @@
 // second application object that has no arguments. Where parsing ends the process, nothing is
 // printed.
 
-#include "journal.h"
+#include "recording.h"
 
 #include <tamsel/commandlineargs.h>
 

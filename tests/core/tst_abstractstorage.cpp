@@ -7,9 +7,7 @@
 #include <tamsel/abstractstorage.h>
 
 #include "datarows.h"
-#include "journal.h"
-#include "recordinghandler.h"
-#include "recordinglogger.h"
+#include "recording.h"
 
 #include <QtTest/QTest>
 

@@ -17,6 +17,7 @@ enum Level : int { Critical, Error, Warning, Info, Debug, Trace };
 #include <tamsel/logsconfigwrapper.h>
 #include <tamsel/settingstype.h>
 #include <tamsel/tamselversion.h>
+#include <tamsel/testing/box.h>
 #ifdef TAMSEL_TESTS_WITH_HOST
 #    include <tamsel/host/settingscatalogue.h>
 #    include <tamsel/host/snapshot.h>

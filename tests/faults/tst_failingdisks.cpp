@@ -4,9 +4,7 @@
 // The file of a layer cannot be written any more, or is no longer there. What QSettings makes of that
 // is written down here, so that a change of Qt does not go unnoticed.
 
-#include "journal.h"
-#include "recordinghandler.h"
-#include "recordinglogger.h"
+#include "recording.h"
 #include "skip.h"
 #include "tinydisk.h"
 

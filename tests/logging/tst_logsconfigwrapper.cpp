@@ -4,7 +4,7 @@
 #include <tamsel/logsconfigwrapper.h>
 
 #include "datarows.h"
-#include "journal.h"
+#include "recording.h"
 #include "testhost.h"
 
 #include <QtCore/QScopeGuard>

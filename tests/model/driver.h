@@ -6,9 +6,7 @@
 
 #include "operation.h"
 
-#include "journal.h"
-#include "recordinghandler.h"
-#include "recordinglogger.h"
+#include "recording.h"
 
 #include <tamsel/settingstype.h>
 

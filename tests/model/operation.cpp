@@ -5,7 +5,7 @@
 
 #include "alphabet.h"
 
-#include "journal.h"
+#include "recording.h"
 #include "testhost.h"
 
 #include <QtCore/QStringBuilder>

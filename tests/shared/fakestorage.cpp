@@ -3,8 +3,6 @@
 
 #include "fakestorage.h"
 
-#include "journal.h"
-
 #include <QtCore/QStringBuilder>
 
 using namespace Qt::StringLiterals;

@@ -4,6 +4,8 @@
 #ifndef TAMSEL_TESTS_FAKESTORAGE_H
 #define TAMSEL_TESTS_FAKESTORAGE_H
 
+#include "recording.h"
+
 #include <tamsel/abstractstorage.h>
 
 #include <QtCore/QMap>
@@ -11,8 +13,6 @@
 #include <functional>
 
 namespace tamsel::tests {
-
-class Journal;
 
 // A layer that holds what a test puts into it and writes every call that it gets into a journal:
 // "name: contains g/k", "name: keys", and "name: dies" in the end. Writes and removals are only

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "countingallocator.h"
-#include "journal.h"
-#include "recordinglogger.h"
+#include "recording.h"
 
 #include <tamsel/configurationmanager.h>
 

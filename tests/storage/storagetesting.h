@@ -4,9 +4,7 @@
 #ifndef TAMSEL_TESTS_STORAGETESTING_H
 #define TAMSEL_TESTS_STORAGETESTING_H
 
-#include "journal.h"
-#include "recordinghandler.h"
-#include "recordinglogger.h"
+#include "recording.h"
 
 #include <tamsel/abstractstorage.h>
 

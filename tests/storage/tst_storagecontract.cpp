@@ -5,10 +5,8 @@
 // for the test of each class.
 
 #include "files.h"
-#include "journal.h"
 #include "layers.h"
-#include "recordinghandler.h"
-#include "recordinglogger.h"
+#include "recording.h"
 #include "storage/dynamicmapstorage.h"
 #include "storage/qtsettingsinistorage.h"
 #include "storage/staticmapreader.h"

@@ -5,8 +5,8 @@
 // what is logged and what the handlers get is always something that a layer held.
 
 #include "files.h"
-#include "journal.h"
 #include "layers.h"
+#include "recording.h"
 #include "threads.h"
 
 #include <tamsel/configurationmanager.h>

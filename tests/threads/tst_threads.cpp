@@ -4,9 +4,7 @@
 // What several threads may do at the same time. What happens is compared here as far as it can be
 // seen from outside; whether it was more than luck is for the thread sanitizer to say.
 
-#include "journal.h"
-#include "recordinghandler.h"
-#include "recordinglogger.h"
+#include "recording.h"
 #include "testhost.h"
 #include "threads.h"
 
