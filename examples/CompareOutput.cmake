@@ -6,10 +6,10 @@
 
 execute_process(COMMAND ${EMULATOR} ${PROGRAM}
     OUTPUT_FILE ${ACTUAL}
-    ERROR_VARIABLE errors
+    ERROR_FILE ${ACTUAL}
     RESULT_VARIABLE result)
-if(NOT result STREQUAL "0" OR NOT errors STREQUAL "")
-    message(FATAL_ERROR "It ended with '${result}' and said on standard error:\n${errors}")
+if(NOT result STREQUAL "0")
+    message(FATAL_ERROR "It ended with '${result}'")
 endif()
 execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${ACTUAL} ${EXPECTED}
     RESULT_VARIABLE result ERROR_QUIET)

@@ -6,12 +6,13 @@
 #include "printing.h"
 
 #include <tamsel/configurationmanager.h>
+#include <tamsel/host/qtlogger.h>
 
 using namespace Qt::StringLiterals;
 
 int main()
 {
-    printing::Logger logger; // has to outlive the manager
+    tamsel::host::QtLogger logger; // has to outlive the manager
     tamsel::ConfigurationManager settings(&logger);
 
     // No layer holds the pair yet: the default comes back.

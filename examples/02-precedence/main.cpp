@@ -6,13 +6,14 @@
 #include "printing.h"
 
 #include <tamsel/configurationmanager.h>
+#include <tamsel/host/qtlogger.h>
 
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
 
 int main()
 {
-    printing::Logger logger;
+    tamsel::host::QtLogger logger;
     tamsel::ConfigurationManager settings(&logger);
     const auto show = [&settings](const QString &step) {
         const QVariant theme = settings.value(u"ui"_s, u"theme"_s, u"default"_s);

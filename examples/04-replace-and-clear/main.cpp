@@ -6,13 +6,14 @@
 #include "printing.h"
 
 #include <tamsel/configurationmanager.h>
+#include <tamsel/host/qtlogger.h>
 
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
 
 int main()
 {
-    printing::Logger logger;
+    tamsel::host::QtLogger logger;
     printing::Handler handler;
     tamsel::ConfigurationManager settings(&logger);
     settings.appendConfigurationHandler(&handler);

@@ -6,6 +6,7 @@
 #include "printing.h"
 
 #include <tamsel/configurationmanager.h>
+#include <tamsel/host/qtlogger.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
@@ -42,7 +43,7 @@ int main()
     if (!makeFile(path + u"ravona.conf"_s, "[player]\nvolume=5\nspeed=1.5\n"))
         return 1;
 
-    printing::Logger logger;
+    tamsel::host::QtLogger logger;
     {
         tamsel::ConfigurationManager settings(&logger);
         settings.setPersistentStoragePath(path); // custom.conf, selvi.db

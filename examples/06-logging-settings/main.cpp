@@ -11,6 +11,7 @@ enum Level : int { Critical, Error, Warning, Info, Debug, Trace };
 #include "printing.h"
 
 #include <tamsel/configurationmanager.h>
+#include <tamsel/host/qtlogger.h>
 #include <tamsel/logsconfigwrapper.h>
 
 using namespace Qt::StringLiterals;
@@ -18,7 +19,7 @@ using tamsel::SettingsType;
 
 int main()
 {
-    printing::Logger logger;
+    tamsel::host::QtLogger logger;
     tamsel::ConfigurationManager settings(&logger);
     tamsel::LogsConfigWrapper logs(&settings); // the manager must outlive it
     const auto showLevel = [&logs](const QString &step) {

@@ -5,7 +5,6 @@
 #define EXAMPLES_PRINTING_H
 
 #include <tamsel/iconfigurationchangehandler.h>
-#include <tamsel/ilogger.h>
 
 #include <QtCore/QTextStream>
 
@@ -16,21 +15,6 @@ inline void line(const QString &text)
 {
     QTextStream(stdout) << text << Qt::endl;
 }
-
-class Logger : public tamsel::ILogger
-{
-public:
-    void error(const QString &message) override { print("error", message); }
-    void warning(const QString &message) override { print("warning", message); }
-    void info(const QString &message) override { print("info", message); }
-    void debug(const QString &message) override { print("debug", message); }
-
-private:
-    static void print(const char *severity, const QString &message)
-    {
-        QTextStream(stdout) << "  [" << severity << "] " << message << Qt::endl;
-    }
-};
 
 class Handler : public tamsel::IConfigurationChangeHandler
 {

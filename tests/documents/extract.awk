@@ -141,8 +141,8 @@ END {
         unchecked(opened, "a block without an end")
     close_function()
     write_to(out "/blocks.cpp", \
-        "// Made by extract.awk from the documents.\n\n#include \"surroundings.h\"\n\n#include \"hello/handler.h\"\n" \
-        "#include \"hello/logger.h\"\n\nnamespace {\n\n" code "} // namespace\n\n" \
+        "// Made by extract.awk from the documents.\n\n#include \"surroundings.h\"\n\n#include \"hello/handler.h\"\n\n" \
+        "namespace {\n\n" code "} // namespace\n\n" \
         "#line 1 \"" out "/blocks.cpp\"\n" \
         "const QList<RunBlock> runBlocks{\n" table "};\n" \
         "const QList<TextBlock> iniBlocks{\n" inis "};\n" \

@@ -4,7 +4,6 @@
 #include "surroundings.h"
 
 #include "hello/handler.h"
-#include "hello/logger.h"
 
 #include <mutex>
 

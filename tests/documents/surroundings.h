@@ -19,6 +19,10 @@ enum Level : int { Critical, Error, Warning, Info, Debug, Trace };
 #include <tamsel/tamselversion.h>
 #include <tamsel/testing/box.h>
 #ifdef TAMSEL_TESTS_WITH_HOST
+#    include <tamsel/host/changenotifier.h>
+#    include <tamsel/host/origin.h>
+#    include <tamsel/host/qtlogger.h>
+#    include <tamsel/host/setting.h>
 #    include <tamsel/host/settingscatalogue.h>
 #    include <tamsel/host/snapshot.h>
 #endif
@@ -31,8 +35,17 @@ enum Level : int { Critical, Error, Warning, Info, Debug, Trace };
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
 
-class Logger;
 class Handler;
+
+/*! Prints the name of the operation and the message. */
+class Logger : public tamsel::ILogger
+{
+public:
+    void error(const QString &message) override { qInfo().noquote() << "error:" << message; }
+    void warning(const QString &message) override { qInfo().noquote() << "warning:" << message; }
+    void info(const QString &message) override { qInfo().noquote() << "info:" << message; }
+    void debug(const QString &message) override { qInfo().noquote() << "debug:" << message; }
+};
 
 /*! The place of a block in the documents, and what stands in it. */
 struct TextBlock
