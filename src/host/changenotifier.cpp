@@ -19,16 +19,20 @@
 #include <tamsel/iconfigurationchangehandler.h>
 
 #include <QtCore/QHash>
-#include <QtCore/QList>
 #include <QtCore/QMetaObject>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
-#include <QtCore/QReadWriteLock>
 #include <QtCore/QThread>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <iterator>
 #include <map>
+#include <mutex>
+#include <shared_mutex>
 #include <utility>
+#include <vector>
 
 namespace tamsel::host {
 
@@ -50,6 +54,27 @@ struct Target
     }
     friend size_t qHash(const Target &target, size_t seed) { return qHash(target.key, seed); }
 };
+
+// Posting an event, and the first step of what it calls. The thread sanitizer does not see the lock of
+// Qt's event queue, so it takes what was written before an event was posted for a race.
+#if defined(__SANITIZE_THREAD__)
+QBasicMutex handovers; // NOLINT(*-non-const-global-variables)
+class Handover
+{
+public:
+    Handover() { handovers.lock(); }
+    ~Handover() { handovers.unlock(); }
+
+private:
+    Q_DISABLE_COPY_MOVE(Handover)
+};
+#else
+class Handover
+{
+public:
+    Handover() { } // not trivial, or it would be an unused variable
+};
+#endif
 
 bool areSame(const QVariant &left, const QVariant &right)
 {
@@ -105,7 +130,8 @@ private:
 };
 
 using Record = std::shared_ptr<SubscriptionRecord>;
-using Records = QList<Record>;
+// Replaced, never changed: a notification goes on with the list that it has found.
+using Records = std::shared_ptr<const std::vector<Record>>;
 
 // The subscriptions of a notifier, and what deliveries on other threads read from.
 class Subscriptions
@@ -133,7 +159,7 @@ private:
     mutable QMutex m_mutex;
     QHash<Target, Records> m_records; // guarded by m_mutex
 
-    mutable QReadWriteLock m_readLock;
+    mutable std::shared_mutex m_readLock;
     ConfigurationManager *m_settings; // null when the notifier is gone; guarded by m_readLock
 };
 
@@ -177,11 +203,15 @@ void SubscriptionRecord::dispatch(const Key &key)
             return;
         if (m_context->thread() != QThread::currentThread()) {
             if (!std::exchange(pending->second.isPosted, true)) {
+                const Handover posting;
                 QMetaObject::invokeMethod(
                         m_context,
                         [record = weak_from_this(), key] {
-                            if (const Record posted = record.lock())
-                                posted->deliver(key);
+                            {
+                                const Handover posted;
+                            }
+                            if (const Record receiver = record.lock())
+                                receiver->deliver(key);
                         },
                         Qt::QueuedConnection);
             }
@@ -247,7 +277,11 @@ bool SubscriptionRecord::detach()
 void Subscriptions::add(const Record &record)
 {
     const QMutexLocker locker(&m_mutex);
-    m_records[record->target()].append(record);
+    Records &records = m_records[record->target()];
+    auto more = records ? std::make_shared<std::vector<Record>>(*records)
+                        : std::make_shared<std::vector<Record>>();
+    more->push_back(record);
+    records = std::move(more);
 }
 
 void Subscriptions::remove(const Record &record)
@@ -256,16 +290,20 @@ void Subscriptions::remove(const Record &record)
     const auto records = m_records.find(record->target());
     if (records == m_records.end())
         return; // the notifier is being destroyed
-    records->removeOne(record);
-    if (records->isEmpty())
+    auto fewer = std::make_shared<std::vector<Record>>();
+    std::copy_if((*records)->cbegin(), (*records)->cend(), std::back_inserter(*fewer),
+                 [&record](const Record &other) { return other != record; });
+    if (fewer->empty())
         m_records.erase(records);
+    else
+        *records = std::move(fewer);
 }
 
 // The notifier is being destroyed. Waits for deliveries that read from the manager.
 void Subscriptions::close()
 {
     {
-        const QWriteLocker locker(&m_readLock);
+        const std::unique_lock locker(m_readLock);
         m_settings = nullptr;
     }
     QHash<Target, Records> ended;
@@ -274,7 +312,7 @@ void Subscriptions::close()
         ended.swap(m_records);
     }
     for (const Records &records : std::as_const(ended)) {
-        for (const Record &record : records)
+        for (const Record &record : *records)
             record->end();
     }
 }
@@ -313,7 +351,7 @@ bool Subscriptions::findOrigin(SettingsType type, const Key &key, const QVariant
 // The rest of a change whose origin is that of the notification. False if the notifier is gone.
 bool Subscriptions::read(Change *change) const
 {
-    const QReadLocker locker(&m_readLock);
+    const std::shared_lock locker(m_readLock);
     if (!m_settings)
         return false;
     change->value = m_settings->value(change->group, change->key);
@@ -326,7 +364,7 @@ bool Subscriptions::read(Change *change) const
 
 QVariant Subscriptions::value(const Key &key) const
 {
-    const QReadLocker locker(&m_readLock);
+    const std::shared_lock locker(m_readLock);
     return m_settings ? m_settings->value(key.first, key.second) : QVariant();
 }
 
@@ -350,19 +388,13 @@ public:
         // A function may change the variables behind the references, or destroy the notifier.
         const Key changed(group, key);
         const std::array<Records, 3> found = subscriptions->find(changed);
-        if (found[0].isEmpty() && found[1].isEmpty() && found[2].isEmpty())
+        if (!found[0] && !found[1] && !found[2])
             return;
         Origin origin;
         if (!subscriptions->findOrigin(type, changed, value, &origin))
             return;
-        for (const Records &records : found) {
-            for (const Record &record : records)
-                record->mark(changed, origin);
-        }
-        for (const Records &records : found) {
-            for (const Record &record : records)
-                record->dispatch(changed);
-        }
+        forEach(found, [&](SubscriptionRecord &record) { record.mark(changed, *origin); });
+        forEach(found, [&](SubscriptionRecord &record) { record.dispatch(changed); });
     }
 
     Subscription subscribe(Target target, QObject *context, ChangeNotifier::Function function)
@@ -378,6 +410,15 @@ public:
 
 private:
     Q_DISABLE_COPY_MOVE(ChangeNotifierPrivate)
+
+    template <typename Function>
+    static void forEach(const std::array<Records, 3> &found, const Function &function)
+    {
+        for (const Records &records : found) {
+            for (std::size_t i = 0; records && i < records->size(); ++i)
+                function(*records->at(i));
+        }
+    }
 
     const std::shared_ptr<Subscriptions> subscriptions;
 };
