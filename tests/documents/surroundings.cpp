@@ -9,7 +9,7 @@
 
 namespace {
 
-/*! What went through Qt's message functions since the block began. */
+// What went through Qt's message functions since the block began.
 QString &printed()
 {
     static QString text;
@@ -36,7 +36,7 @@ Surroundings::~Surroundings()
     qInstallMessageHandler(m_previousMessageHandler);
 }
 
-/*! QSettings keeps what it knows of a file as long as the process runs, but by the file's name. */
+// QSettings keeps what it knows of a file as long as the process runs, but by the file's name.
 void Surroundings::nextProcess(tamsel::ConfigurationManager &settings)
 {
     for (const SettingsType type : tamsel::storagePriority)

@@ -37,7 +37,7 @@ using tamsel::SettingsType;
 
 class Handler;
 
-/*! Prints the name of the operation and the message. */
+// Prints the name of the operation and the message.
 class Logger : public tamsel::ILogger
 {
 public:
@@ -47,21 +47,21 @@ public:
     void debug(const QString &message) override { qInfo().noquote() << "debug:" << message; }
 };
 
-/*! The place of a block in the documents, and what stands in it. */
+// The place of a block in the documents, and what stands in it.
 struct TextBlock
 {
     const char *where;
     const char *text;
 };
 
-/*! Keeps what a block prints, the files it works on, and what is not as the documents say. */
+// Keeps what a block prints, the files it works on, and what is not as the documents say.
 class Surroundings
 {
 public:
     Surroundings();
     ~Surroundings();
 
-    /*! With "/" at the end. */
+    // With "/" at the end.
     QString directory() const { return m_directory->path() + u'/'; }
     QStringList failures() const { return m_failures; }
 
@@ -88,7 +88,7 @@ struct RunBlock
     const char *arguments; // of the process, separated by blanks
 };
 
-/*! Runs \a block on a manager of its own; what is not as the document says. */
+// Runs block on a manager of its own; what is not as the document says.
 QStringList failuresOf(const RunBlock &block);
 
 extern const QList<RunBlock> runBlocks;

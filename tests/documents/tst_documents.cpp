@@ -12,7 +12,7 @@
 
 namespace {
 
-/*! The command line of the process that the blocks see. */
+// The command line of the process that the blocks see.
 class CommandLine
 {
 public:
@@ -29,7 +29,7 @@ public:
         argv.at(static_cast<std::size_t>(argc)) = nullptr;
     }
 
-    // QCoreApplication reads both anew whenever it is asked.
+    // QCoreApplication reads both again whenever it is asked.
     int argc = 0;
     std::array<char *, 32> argv{};
 

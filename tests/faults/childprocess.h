@@ -10,7 +10,7 @@
 
 namespace tamsel::tests {
 
-/*! What became of a piece of work in a process of its own. */
+// What became of a piece of work in a process of its own.
 struct ChildResult
 {
     bool lived = false; // until it had returned
@@ -18,7 +18,7 @@ struct ChildResult
     QByteArray end; // "exit 0", "signal 11"; signal 14: it took too long
 };
 
-/*! Forks and does \a work in the child, for at most \a seconds. */
+// Forks and does work in the child, for at most seconds.
 ChildResult inChild(const std::function<QByteArray()> &work, unsigned seconds = 60);
 
 } // namespace tamsel::tests

@@ -18,7 +18,7 @@ thread_local int untilFailure = 0; // 0: none is to fail
 thread_local AllocationFault::Extent extentOfFailure = AllocationFault::OnlyOne;
 thread_local int failureCount = 0;
 
-/*! Whether the allocation that is about to be made has to fail. */
+// Whether the allocation that is about to be made has to fail.
 bool hasToFail()
 {
     if (untilFailure == 0)

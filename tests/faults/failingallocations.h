@@ -8,10 +8,8 @@
 
 namespace tamsel::tests {
 
-/*!
- * While it lives, allocations of its thread fail as they do without memory: malloc() and its kin
- * return null, operator new throws std::bad_alloc. One at a time.
- */
+// While it lives, allocations of its thread fail as they do without memory: malloc() and its kin
+// return null, operator new throws std::bad_alloc. One at a time.
 class AllocationFault
 {
 public:
@@ -20,21 +18,19 @@ public:
         AllFrom, // as when memory is used up: it and all that follow
     };
 
-    /*! The first allocation from now on has the number 1. */
+    // The first allocation from now on has the number 1.
     AllocationFault(int number, Extent extent);
     ~AllocationFault();
 
-    /*! How many allocations have failed so far. */
+    // How many allocations have failed so far.
     int failures() const;
 
 private:
     Q_DISABLE_COPY_MOVE(AllocationFault)
 };
 
-/*!
- * While it lives, it counts the allocations of its thread that are not freed again, be it by
- * another thread. One at a time.
- */
+// While it lives, it counts the allocations of its thread that are not freed again, be it by
+// another thread. One at a time.
 class AllocationLedger
 {
 public:

@@ -8,13 +8,13 @@
 
 namespace tamsel::tests {
 
-/*! How long a step of another program may take, in milliseconds; emulated programs are slow. */
+// How long a step of another program may take, in milliseconds; emulated programs are slow.
 constexpr int patience = 60'000;
 
-/*! \a full in the long run, which TAMSEL_FAULTS=full in the environment asks for; else \a quick. */
+// full in the long run, which TAMSEL_FAULTS=full in the environment asks for; else quick.
 int rounds(int quick, int full);
 
-/*! A seed of TAMSEL_FAULTS_SEED, to repeat a run, or a new one; it is printed. */
+// A seed of TAMSEL_FAULTS_SEED, to repeat a run, or a new one; it is printed.
 quint32 seed();
 
 } // namespace tamsel::tests

@@ -28,7 +28,7 @@ namespace {
 
 constexpr auto layer = SettingsType::CustomConfPersistent;
 
-/*! A host whose custom.conf holds g/k = old, and more where it has to be \a size bytes long. */
+// A host whose custom.conf holds g/k = old, and more where it has to be size bytes long.
 class FileHost
 {
 public:
@@ -58,7 +58,7 @@ public:
 
     QString read(const QString &key) const { return manager.value(u"g"_s, key).toString(); }
 
-    /*! QSettings writes the file here. */
+    // QSettings writes the file here.
     static void runEventLoop() { QCoreApplication::processEvents(); }
 
     QByteArray contents() const
@@ -81,19 +81,19 @@ public:
     ConfigurationManager manager;
 };
 
-/*! What is logged and heard of a write that was accepted. */
+// What is logged and notified of a write that was accepted.
 const QStringList accepted{// clazy:exclude=non-pod-global-static
                            u"debug: Top value changed CustomConfPersistent: g/k = 'new'"_s,
                            u"handler: CustomConfPersistent g/k = QString(new)"_s};
 
-/*! What is logged where a write of g/k, and where then its removal is refused. */
+// What is logged where a write of g/k, and where then its removal is refused.
 QStringList refused(const QString &path)
 {
     return {u"error: unable to write value new (g/k) to %1, file is not writable"_s.arg(path),
             u"error: unable to remove value g/k from %1"_s.arg(path)};
 }
 
-/*! Whether QSaveFile, with which QSettings writes, sees that \a size bytes do not fit. */
+// Whether QSaveFile, with which QSettings writes, sees that size bytes do not fit.
 bool noticesFullDisk(const TinyDisk &disk, qsizetype size)
 {
     const QString path = disk.path() + u"/probe"_s;
@@ -312,7 +312,7 @@ void tst_FailingDisks::aFolderThatVanishesIsMadeAnewForTheNextWrite()
     // QSettings reads a file again before it writes it: what was in the old one is gone.
     QCOMPARE(host.contents(), "[g]\nother=value\n");
     QVERIFY(!host.manager.contains(u"g"_s, u"k"_s));
-    QCOMPARE(host.journal.take(), QStringList()); // and nobody is told
+    QCOMPARE(host.journal.take(), QStringList()); // no handler is called
     QVERIFY(host.manager.storageAvailable(layer));
 }
 

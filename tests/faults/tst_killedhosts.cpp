@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/*! The entries of the file with which the writer's first \a number writes are done. */
+// The entries of the file with which the writer's first number writes are done.
 QMap<QByteArray, QByteArray> entriesAfter(int number)
 {
     QMap<QByteArray, QByteArray> entries;
@@ -33,7 +33,7 @@ QMap<QByteArray, QByteArray> entriesAfter(int number)
     return entries;
 }
 
-/*! The number of the last write in the file; 0 without a file, -1 if the file is not in order. */
+// The number of the last write in the file; 0 without a file, -1 if the file is not in order.
 int lastNumber(const QString &path)
 {
     QFile file(path);

@@ -41,7 +41,7 @@ bool isFullRun()
     return rounds(0, 1) != 0;
 }
 
-/*! The quick run has one layer of each kind. */
+// The quick run has one layer of each kind.
 bool isLeftOut(SettingsType type)
 {
     return !isFullRun() && type != SettingsType::Runtime && type != SettingsType::Rdm
@@ -53,7 +53,7 @@ bool hasFile(SettingsType type)
     return fileLayers.contains(type);
 }
 
-/*! Counts what it hears, and needs no memory for it. */
+// Counts its calls, and needs no memory for it.
 class Listener final : public ILogger, public IConfigurationChangeHandler
 {
 public:
@@ -72,7 +72,7 @@ private:
     int m_calls = 0;
 };
 
-/*! A value whose copy needs memory, yet small enough to lie inside the QVariant. */
+// A value whose copy needs memory, yet small enough to lie inside the QVariant.
 class Costly
 {
 public:
@@ -88,7 +88,7 @@ private:
     std::unique_ptr<int> m_number;
 };
 
-/*! What a layer is created with: four pairs, two of them named or valued \a text. */
+// What a layer is created with: four pairs, two of them named or valued text.
 struct Contents
 {
     explicit Contents(const QString &text)
@@ -111,7 +111,7 @@ struct Contents
     QByteArray file;
 };
 
-/*! A host with all that the operations need, in a folder of its own. */
+// A host with all that the operations need, in a folder of its own.
 class Host
 {
 public:
@@ -162,7 +162,7 @@ public:
         }
     }
 
-    /*! All that readers can tell apart. */
+    // All that readers can tell apart.
     QStringList state() const
     {
         QStringList lines{manager->persistentStoragePath()};
@@ -184,7 +184,7 @@ public:
         return true;
     }
 
-    /*! Takes every lock that there is, by reads and by writes. */
+    // Takes every lock that there is, by reads and by writes.
     void useAll()
     {
         (void)manager->value(u"absent"_s, u"k"_s);
@@ -220,7 +220,7 @@ public:
 
 using Step = std::function<void(Host &)>;
 
-/*! What an operation has brought about when nothing fails. */
+// What an operation has brought about when nothing fails.
 struct Success
 {
     QStringList state;
@@ -236,10 +236,8 @@ Success succeed(const QString &folder, const Step &prepare, const Step &operatio
     return {host.state(), host.listener.takeCalls()};
 }
 
-/*!
- * Lets the allocation \a number of the operation fail and judges what that leaves behind: "threw"
- * or "did without it" if all is well, "untouched" if the operation makes fewer allocations.
- */
+// Lets the allocation number of the operation fail and judges what that leaves behind: "threw"
+// or "did without it" if all is well, "untouched" if the operation makes fewer allocations.
 const char *attempt(const QString &folder, const Step &prepare, const Step &operation, int number,
                     AllocationFault::Extent extent, const Success &success)
 {
@@ -267,7 +265,7 @@ const char *attempt(const QString &folder, const Step &prepare, const Step &oper
     if (threw && after != before && after != success.state)
         return "the operation is half done";
     if (!threw && (after != success.state || calls != success.calls))
-        return "the operation is incomplete, and nobody was told";
+        return "the operation is incomplete, and that is not notified";
 
     std::thread([&host] { host.useAll(); }).join(); // does not come back if a lock is still held
     operation(host);
@@ -276,7 +274,7 @@ const char *attempt(const QString &folder, const Step &prepare, const Step &oper
     return failures == 0 ? "untouched" : threw ? "threw" : "did without it";
 }
 
-/*! What came of letting each allocation of an operation fail in turn. */
+// What came of letting each allocation of an operation fail in turn.
 struct Verdicts
 {
     int attempts = 0;

@@ -26,15 +26,15 @@ namespace {
 constexpr int maxDepth = 4;
 constexpr int maxNotifications = 500; // by one change; none is answered after that
 
-/*! A manager whose handlers meddle with it. */
+// A manager whose handlers meddle with it.
 class Play
 {
 public:
     explicit Play(quint32 seed);
 
-    /*! One change from outside and all that comes of it. */
+    // One change from outside and all that comes of it.
     void change();
-    /*! Whether every pair is answered by the uppermost layer that holds it. */
+    // Whether every pair is answered by the uppermost layer that holds it.
     bool answersFromTheTop() const;
     int deepest() const { return m_deepest; }
 
@@ -206,11 +206,11 @@ void tst_Reentrancy::handlersOnSeveralThreadsMayComeBack()
     TestHost host;
     for (const SettingsType type : types)
         host.manager.initStorage(type);
-    std::atomic<int> heard = 0;
+    std::atomic<int> notifications = 0;
     std::atomic<int> wrong = 0;
     host.handler.reaction = [&](SettingsType type, const QString &group, const QString &key,
                                 const QVariant &value) {
-        ++heard;
+        ++notifications;
         if (host.manager.value(group, key) != value)
             ++wrong;
         if (!key.endsWith(u"'s echo"_s))
@@ -227,7 +227,7 @@ void tst_Reentrancy::handlersOnSeveralThreadsMayComeBack()
     for (std::thread &thread : threads)
         thread.join();
 
-    QCOMPARE(heard, 2 * writes * int(types.size()));
+    QCOMPARE(notifications, 2 * writes * int(types.size()));
     QCOMPARE(wrong, 0);
 }
 

@@ -9,7 +9,7 @@
 // What writinghost writes, and how the tests recognise it.
 namespace tamsel::tests::writing {
 
-/*! The settings of the endless writer: each write goes to the next of so many keys. */
+// The settings of the endless writer: each write goes to the next of so many keys.
 constexpr int keyCount = 50;
 
 inline QString group()
@@ -22,7 +22,7 @@ inline QString keyOf(int number)
     return QString::number(number % keyCount);
 }
 
-/*! Of a length that changes with the number, so that a torn file shows. */
+// Of a length that changes with the number, so that a torn file shows.
 inline QString valueOf(int number)
 {
     return QString::number(number) + QString(1 + number % 61, u'x');

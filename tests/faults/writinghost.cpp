@@ -27,7 +27,7 @@ namespace {
 
 constexpr auto layer = SettingsType::CustomConfPersistent;
 
-/*! Any error ends the host: nothing is refused where it is used. */
+// Any error ends the host: nothing is refused where it is used.
 class StrictLogger final : public ILogger
 {
 public:
@@ -37,7 +37,7 @@ public:
     void debug(const QString &) override { }
 };
 
-/*! The highest number in the file; 0 if there is none yet. */
+// The highest number in the file; 0 if there is none yet.
 int lastNumber(const ConfigurationManager &manager)
 {
     int last = 0;
@@ -71,7 +71,7 @@ int main(int argc, char **argv)
             manager.setValue(writing::group(), writing::keyOf(number), writing::valueOf(number),
                              layer);
         });
-        alarm(60); // should nobody kill it
+        alarm(60); // if it is not killed before
     } else {
         const int count = arguments.at(3).toInt();
         QObject::connect(&timer, &QTimer::timeout, &app, [&, count] {

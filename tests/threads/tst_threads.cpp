@@ -41,7 +41,7 @@ constexpr int rounds = 50;
 
 using Body = std::function<void()>;
 
-/*! Lets threads wait for something to happen on another one. */
+// Lets threads wait for something to happen on another one.
 class Signal
 {
 public:
@@ -52,7 +52,7 @@ public:
         m_condition.notify_all();
     }
 
-    /*! \c false if it does not come: a deadlock, as this is far longer than anything takes. */
+    // false if it does not come: a deadlock, as this is far longer than anything takes.
     [[nodiscard]] bool wait()
     {
         std::unique_lock locker(m_mutex);
@@ -65,7 +65,7 @@ private:
     bool m_raised = false; // guarded by m_mutex
 };
 
-/*! Once armed, keeps the first thread that comes by until it is released. */
+// Once armed, keeps the first thread that comes by until it is released.
 class Barrier
 {
 public:
@@ -88,7 +88,7 @@ private:
     std::atomic<bool> m_armed = false;
 };
 
-/*! A text that shows whether it is a mixture of two: "Runtime's 7 7 7 7 7 7 7 7". */
+// A text that shows whether it is a mixture of two: "Runtime's 7 7 7 7 7 7 7 7".
 QString wholeText(const QString &layer, int number)
 {
     return layer + u"'s"_s + u" %1"_s.arg(number).repeated(8);
@@ -100,7 +100,7 @@ bool isWhole(const QString &text)
     return words.size() == 9 && words.first().endsWith("'s"_L1) && words.count(words.last()) == 8;
 }
 
-/*! Reads ui/lang, and writes down what is not one of the whole texts of a layer. */
+// Reads ui/lang, and writes down what is not one of the whole texts of a layer.
 Body reader(const ConfigurationManager &manager, Journal *wrong)
 {
     return [&manager, wrong] {
@@ -138,12 +138,12 @@ private Q_SLOTS:
     void otherLayersAreUsedWhileSomeAreReplaced();
     void aPairIsWrittenWhileLayersAboveAndBelowComeAndGo();
     void layersCreatedTogetherEndUpInOrder();
-    void eachChangeIsToldOnceAndInOrderOnTheWritingThread();
-    void everyWriterOfAPairIsHeard();
+    void eachChangeIsNotifiedOnceAndInOrderOnTheWritingThread();
+    void everyWriteOfAKeyIsNotified();
     void refusalsAreLoggedForEveryThread();
-    void nobodyWaitsForAHandler();
-    void nobodyWaitsForTheLogger_data();
-    void nobodyWaitsForTheLogger();
+    void noCallWaitsForAHandler();
+    void noCallWaitsForTheLogger_data();
+    void noCallWaitsForTheLogger();
     void tablesAreThereForEveryThread();
 };
 
@@ -174,10 +174,8 @@ void tst_Threads::aReaderSeesOneOfTheWrittenValues()
              wholeText(u"Runtime"_s, writes - 1));
 }
 
-/*!
- * Unlike in the test above, the map of the layer gets other nodes under the eyes of the readers. The
- * writers are hidden by a higher layer: without log lines and handlers they come by more often.
- */
+// Unlike in the test above, the map of the layer gets other nodes under the eyes of the readers. The
+// writers are hidden by a higher layer: without log lines and handlers they come by more often.
 void tst_Threads::aReaderIsNotDisturbedByOtherPairsThatComeAndGo()
 {
     constexpr int pairs = 20;
@@ -329,7 +327,7 @@ void tst_Threads::layersCreatedTogetherEndUpInOrder()
     }
 }
 
-void tst_Threads::eachChangeIsToldOnceAndInOrderOnTheWritingThread()
+void tst_Threads::eachChangeIsNotifiedOnceAndInOrderOnTheWritingThread()
 {
     static thread_local QString keyOfThisThread;
     const auto checkThread = [](Journal *wrong) {
@@ -373,16 +371,16 @@ void tst_Threads::eachChangeIsToldOnceAndInOrderOnTheWritingThread()
     runTogether(bodies);
 
     QCOMPARE(wrong.take(), QStringList());
-    const QStringList heard = host.journal.take();
+    const QStringList notified = host.journal.take();
     qsizetype expectedSize = 0;
     for (const Writer &writer : writers) {
         const QString layer = QLatin1StringView(keyOf(writer.type));
         const QString logOperation
                 = writer.type == SettingsType::SystemProperties ? u"info"_s : u"debug"_s;
-        const QString told = u": %1 ui/%2 = %3"_s.arg(layer, writer.key);
+        const QString change = u": %1 ui/%2 = %3"_s.arg(layer, writer.key);
         QStringList expected;
         for (int i = 0; i < writer.count; ++i) {
-            const QString value = told.arg(describe(i));
+            const QString value = change.arg(describe(i));
             expected.append(
                     logOperation
                     + u": Top value changed %1: ui/%2 = '%3'"_s.arg(layer, writer.key).arg(i));
@@ -391,17 +389,17 @@ void tst_Threads::eachChangeIsToldOnceAndInOrderOnTheWritingThread()
         }
         expected.append(logOperation + u": Parameter removed from all storages: ui:"_s
                         + writer.key);
-        expected.append(u"handler"_s + told.arg(describe(QVariant())));
-        expected.append(u"second handler"_s + told.arg(describe(QVariant())));
-        QCOMPARE(heard.filter(QRegularExpression(u"\\bui[/:]"_s + writer.key + u"\\b"_s)),
+        expected.append(u"handler"_s + change.arg(describe(QVariant())));
+        expected.append(u"second handler"_s + change.arg(describe(QVariant())));
+        QCOMPARE(notified.filter(QRegularExpression(u"\\bui[/:]"_s + writer.key + u"\\b"_s)),
                  expected);
         expectedSize += expected.size();
     }
-    QCOMPARE(heard.size(), expectedSize);
+    QCOMPARE(notified.size(), expectedSize);
 }
 
-/*! Every write is a change, since no value comes twice; in which order is open. */
-void tst_Threads::everyWriterOfAPairIsHeard()
+// Every write is a change, since no value comes twice; in which order is open.
+void tst_Threads::everyWriteOfAKeyIsNotified()
 {
     TestHost host;
     host.manager.initStorage(SettingsType::Runtime);
@@ -445,7 +443,7 @@ void tst_Threads::refusalsAreLoggedForEveryThread()
                                    u"error: The storage doesn't support writing!"_s));
 }
 
-void tst_Threads::nobodyWaitsForAHandler()
+void tst_Threads::noCallWaitsForAHandler()
 {
     TestHost host;
     host.manager.initStorage(SettingsType::Runtime);
@@ -470,7 +468,7 @@ void tst_Threads::nobodyWaitsForAHandler()
     QCOMPARE(seen, QVariant(u"en"_s));
 }
 
-void tst_Threads::nobodyWaitsForTheLogger_data()
+void tst_Threads::noCallWaitsForTheLogger_data()
 {
     QTest::addColumn<Call>("call");
 
@@ -505,7 +503,7 @@ void tst_Threads::nobodyWaitsForTheLogger_data()
     });
 }
 
-void tst_Threads::nobodyWaitsForTheLogger()
+void tst_Threads::noCallWaitsForTheLogger()
 {
     QFETCH(const Call, call);
 

@@ -65,7 +65,7 @@ public:
     QStringList changes;
 };
 
-/*! A layer of the host's own, which needs the base's symbols. */
+// A layer of the host's own, which needs the base's symbols.
 class Constant : public tamsel::AbstractStorage
 {
 public:
