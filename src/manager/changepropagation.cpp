@@ -203,8 +203,9 @@ void ConfigurationManagerPrivate::notifyHandlers(SettingsType type, const QStrin
         if (i < handlers.size() && handlers.at(i).id == id) {
             ++i;
         } else { // handlers were removed at or before this position
-            const auto next = std::find_if(handlers.cbegin(), handlers.cend(),
-                                           [id = id](const auto &other) { return other.id > id; });
+            const auto next
+                    = std::find_if(handlers.cbegin(), handlers.cend(),
+                                   [last = id](const auto &other) { return other.id > last; });
             i = std::distance(handlers.cbegin(), next);
         }
     }
