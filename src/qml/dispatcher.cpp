@@ -4,6 +4,7 @@
 #include "dispatcher.h"
 
 #include "qmlsetting.h"
+#include "qmlsettingsmodel.h"
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/qml/qmlhost.h>
@@ -26,6 +27,8 @@ struct Shared
 {
     QMutex mutex;
     std::shared_ptr<Notifier> lent; // by the host; guarded by mutex
+    host::SettingsCatalogue *catalogue = nullptr; // by the host; guarded by mutex
+    host::Redaction redaction; // by the host; guarded by mutex
     std::weak_ptr<Notifier> own; // the module's, if the host lends none; guarded by mutex
     ConfigurationManager *ownManager = nullptr; // that of `own`, maybe dead; guarded by mutex
     std::atomic<bool> warned = false; // that no manager is published
@@ -87,6 +90,34 @@ void setQmlChangeNotifier(host::ChangeNotifier *notifier)
     Shared &all = shared();
     const QMutexLocker locker(&all.mutex);
     all.lent.swap(lent);
+}
+
+void setQmlSettingsCatalogue(host::SettingsCatalogue *catalogue)
+{
+    Shared &all = shared();
+    const QMutexLocker locker(&all.mutex);
+    all.catalogue = catalogue;
+}
+
+void setQmlRedaction(const host::Redaction &redaction)
+{
+    Shared &all = shared();
+    const QMutexLocker locker(&all.mutex);
+    all.redaction = redaction;
+}
+
+host::SettingsCatalogue *lentCatalogue()
+{
+    Shared &all = shared();
+    const QMutexLocker locker(&all.mutex);
+    return all.catalogue;
+}
+
+host::Redaction lentRedaction()
+{
+    Shared &all = shared();
+    const QMutexLocker locker(&all.mutex);
+    return all.redaction;
 }
 
 Dispatcher::Dispatcher(ConfigurationManager *manager, std::shared_ptr<Notifier> notifier)
@@ -160,6 +191,15 @@ void Dispatcher::remove(QmlSetting *setting, const QString &group, const QString
     m_groups.erase(entry);
 }
 
+void Dispatcher::wrote(const QString &group, const QString &key)
+{
+    const QList<QmlSettingsModel *> models = m_models;
+    for (QmlSettingsModel *model : models)
+        model->update(group, key);
+    refresh(group, key);
+}
+
+// Lets all objects of a setting look it up again.
 void Dispatcher::refresh(const QString &group, const QString &key)
 {
     const auto entry = m_groups.constFind(group);

@@ -5,6 +5,7 @@
 #define DISPATCHER_H
 
 #include <tamsel/host/changenotifier.h>
+#include <tamsel/host/redaction.h>
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
@@ -17,9 +18,18 @@ namespace tamsel {
 class ConfigurationManager;
 }
 
+namespace tamsel::host {
+class SettingsCatalogue;
+}
+
 namespace tamsel::qml {
 
 class QmlSetting;
+class QmlSettingsModel;
+
+// What the host lends beside its notifier.
+host::SettingsCatalogue *lentCatalogue();
+host::Redaction lentRedaction();
 
 // A notifier, and whether it was destroyed since.
 class Notifier
@@ -65,8 +75,10 @@ public:
 
     void add(QmlSetting *setting, const QString &group, const QString &key);
     void remove(QmlSetting *setting, const QString &group, const QString &key);
-    // Lets all objects of a setting look it up again.
-    void refresh(const QString &group, const QString &key);
+    void add(QmlSettingsModel *model) { m_models.append(model); }
+    void remove(QmlSettingsModel *model) { m_models.removeOne(model); }
+    // An object wrote the setting. Others look it up again: not every write is notified.
+    void wrote(const QString &group, const QString &key);
 
 private:
     Q_DISABLE_COPY_MOVE(Dispatcher)
@@ -80,10 +92,12 @@ private:
     Dispatcher(ConfigurationManager *manager, std::shared_ptr<Notifier> notifier);
 
     bool isManagerAlive() const;
+    void refresh(const QString &group, const QString &key);
 
     ConfigurationManager *const m_manager; // borrowed
     const std::shared_ptr<Notifier> m_notifier;
     QHash<QString, Group> m_groups;
+    QList<QmlSettingsModel *> m_models;
     bool m_warned = false;
 };
 

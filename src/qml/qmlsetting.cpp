@@ -212,7 +212,7 @@ void QmlSetting::setValue(const QVariant &value)
     const std::shared_ptr<Dispatcher> dispatcher = m_dispatcher;
     settings->setValue(group, key, wanted, layer);
     // Not every write is notified: a covered one is not.
-    dispatcher->refresh(group, key);
+    dispatcher->wrote(group, key);
     if (!alive)
         return;
 
@@ -245,7 +245,7 @@ void QmlSetting::reset()
     const QPointer<QmlSetting> alive = this;
     const std::shared_ptr<Dispatcher> dispatcher = m_dispatcher;
     settings->removeValue(group, key, layer);
-    dispatcher->refresh(group, key);
+    dispatcher->wrote(group, key);
     if (!alive)
         return;
     if (!settings->contains(group, key, layer))

@@ -8,6 +8,8 @@
 #include "threads.h"
 
 #include <tamsel/host/changenotifier.h>
+#include <tamsel/host/settingscatalogue.h>
+#include <tamsel/qml/qmlhost.h>
 
 #include <QtCore/QObject>
 
@@ -19,8 +21,18 @@ class Box : public QObject
     Q_OBJECT
 
 public:
-    Box() { setQmlConfigManager(&m_host.manager); }
-    ~Box() override { setQmlConfigManager(nullptr); }
+    Box()
+    {
+        setQmlConfigManager(&m_host.manager);
+        qml::setQmlChangeNotifier(&m_notifier);
+        qml::setQmlSettingsCatalogue(&m_catalogue);
+    }
+    ~Box() override
+    {
+        qml::setQmlSettingsCatalogue(nullptr);
+        qml::setQmlChangeNotifier(nullptr);
+        setQmlConfigManager(nullptr);
+    }
 
     // All eight layers, empty.
     Q_INVOKABLE void empty()
@@ -80,6 +92,8 @@ public:
 
 private:
     TestHost m_host;
+    host::ChangeNotifier m_notifier{&m_host.manager};
+    host::SettingsCatalogue m_catalogue{&m_host.manager};
     int m_places = 0;
 };
 

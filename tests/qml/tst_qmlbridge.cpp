@@ -8,6 +8,7 @@
 #include "threads.h"
 
 #include <tamsel/host/changenotifier.h>
+#include <tamsel/host/settingscatalogue.h>
 #include <tamsel/qml/qmlhost.h>
 
 #include <QtQml/QQmlComponent>
@@ -88,6 +89,8 @@ private Q_SLOTS:
     void changesOfAllThreadsArriveInOrder();
     void anEngineMayDieBetweenChanges();
     void twoEnginesOnTwoThreads();
+    void tenThousandRowsAreUpdatedOneByOne();
+    void aModelWithoutCatalogueWarns();
 };
 
 void tst_QmlBridge::init()
@@ -313,6 +316,64 @@ void tst_QmlBridge::twoEnginesOnTwoThreads()
     for (const auto &thread : threads)
         QVERIFY(thread->wait());
     QCOMPARE(seen, 2);
+}
+
+void tst_QmlBridge::tenThousandRowsAreUpdatedOneByOne()
+{
+    constexpr int count = 10'000;
+    Published published;
+    ConfigurationManager &settings = published.host.manager;
+    published.host.manager.removeConfigurationHandler(&published.host.handler);
+    ChangeNotifier notifier(&settings);
+    tamsel::host::SettingsCatalogue catalogue(&settings);
+    tamsel::qml::setQmlChangeNotifier(&notifier);
+    tamsel::qml::setQmlSettingsCatalogue(&catalogue);
+    const auto keyOfRow = [](int row) { return u"%1"_s.arg(row, 5, 10, QChar(u'0')); };
+    for (int row = 0; row < count; ++row)
+        settings.setValue(u"rows"_s, keyOfRow(row), 0, SettingsType::Runtime);
+
+    const auto engine = makeEngine();
+    const auto object = create(engine.get(), "import Tamsel\nSettingsModel { }");
+    auto *model = qobject_cast<QAbstractItemModel *>(object.get());
+    QVERIFY(model);
+    QCOMPARE(model->rowCount(), count);
+    QSignalSpy resets(model, &QAbstractItemModel::modelReset);
+    QSignalSpy layouts(model, &QAbstractItemModel::layoutChanged);
+    QSignalSpy changes(model, &QAbstractItemModel::dataChanged);
+    QSignalSpy insertions(model, &QAbstractItemModel::rowsInserted);
+    QSignalSpy removals(model, &QAbstractItemModel::rowsRemoved);
+    for (int row = 0; row < count; ++row)
+        settings.setValue(u"rows"_s, keyOfRow(row), 1, SettingsType::Runtime);
+    QCOMPARE(changes.size(), count);
+    for (int row = 0; row < count; ++row) {
+        QCOMPARE(changes.at(row).at(0).toModelIndex().row(), row);
+        QCOMPARE(changes.at(row).at(1).toModelIndex().row(), row);
+    }
+    settings.removeValue(u"rows"_s, keyOfRow(5000), SettingsType::Runtime);
+    settings.setValue(u"rows"_s, keyOfRow(5000), 2, SettingsType::Runtime);
+    QCOMPARE(removals.size(), 1);
+    QCOMPARE(insertions.size(), 1);
+    QCOMPARE(insertions.at(0).at(1), 5000);
+    object->setProperty("filter", u"*/0000?"_s);
+    QCOMPARE(model->rowCount(), 10);
+    object->setProperty("filter", QString());
+    QCOMPARE(model->rowCount(), count);
+    QCOMPARE(changes.size(), count);
+    QCOMPARE(resets.size(), 0);
+    QCOMPARE(layouts.size(), 0);
+    tamsel::qml::setQmlSettingsCatalogue(nullptr);
+}
+
+void tst_QmlBridge::aModelWithoutCatalogueWarns()
+{
+    Published published;
+    published.write(7);
+    const auto engine = makeEngine();
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"no catalogue is lent"_s));
+    const auto object = create(engine.get(), "import Tamsel\nSettingsModel { }");
+    QCOMPARE(object->property("count"), 0);
+    published.write(8);
+    QCOMPARE(object->property("count"), 1);
 }
 
 QTEST_GUILESS_MAIN(tst_QmlBridge)

@@ -23,6 +23,8 @@
 
 namespace tamsel::host {
 class ChangeNotifier;
+class Redaction;
+class SettingsCatalogue;
 } // namespace tamsel::host
 
 /*! \brief The library \c tamselqml, of the QML module \c Tamsel. */
@@ -44,6 +46,35 @@ namespace tamsel::qml {
  * There is none.
  */
 TAMSEL_QML_EXPORT void setQmlChangeNotifier(host::ChangeNotifier *notifier);
+
+/*!
+ * \brief Lends \a catalogue, or none if null, to the models of the QML module that are made from now
+ * on.
+ *
+ * It is the catalogue of the published manager. Without one, a model shows only settings that change
+ * while it lives.
+ *
+ * \par Ownership
+ * Borrowed: it outlives the engine, or is withdrawn with null before it is destroyed.
+ * \par Threads
+ * As setQmlChangeNotifier().
+ * \par Failure
+ * There is none.
+ */
+TAMSEL_QML_EXPORT void setQmlSettingsCatalogue(host::SettingsCatalogue *catalogue);
+
+/*!
+ * \brief Takes secrets out of the models that are made from now on by \a redaction, in place of the
+ * default one.
+ *
+ * \par Ownership
+ * It is copied.
+ * \par Threads
+ * As setQmlChangeNotifier().
+ * \par Failure
+ * There is none.
+ */
+TAMSEL_QML_EXPORT void setQmlRedaction(const host::Redaction &redaction);
 
 } // namespace tamsel::qml
 
