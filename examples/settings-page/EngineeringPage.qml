@@ -1,0 +1,164 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+import QtQuick
+import Tamsel
+
+// Everything that is set, for those who look after the box.
+FocusScope {
+    id: page
+
+    property int chosen: 0
+    property string typed: ""
+    readonly property var filters: [
+        {label: "All", filter: ""},
+        {label: "Picture and sound", filter: "Service/*"},
+        {label: "Network", filter: "network/*"},
+        {label: "Features", filter: "features/*"},
+        {label: "Interface", filter: "ui/*"},
+    ]
+
+    signal exited()
+
+    // A keyboard, or the letters of a remote control, narrow it down.
+    function type(event: var) {
+        if (event.key === Qt.Key_Backspace)
+            typed = typed.slice(0, -1)
+        else if (/^[\w*?\/.]$/.test(event.text))
+            typed += event.text
+        else
+            return
+        event.accepted = true
+    }
+
+    Keys.onEscapePressed: exited()
+    Keys.onBackPressed: exited()
+    Keys.onPressed: event => type(event)
+
+    SettingsModel {
+        id: settings
+        filter: page.typed !== "" ? page.typed : page.filters[page.chosen].filter
+    }
+
+    Text {
+        x: 64
+        y: 36
+        text: "Engineering"
+        color: Theme.text
+        font { pixelSize: Theme.title; weight: Font.Bold }
+    }
+    Text {
+        anchors { right: parent.right; rightMargin: 64 }
+        y: 50
+        text: (page.typed !== "" ? "\u201c" + page.typed + "\u201d: " : "")
+              + settings.count + (settings.count === 1 ? " setting" : " settings")
+        color: Theme.secondary
+        font.pixelSize: Theme.label - 2
+    }
+
+    ListView {
+        id: filterList
+        objectName: "filters"
+        x: 64
+        y: 106
+        width: parent.width - 128
+        height: 54
+        orientation: ListView.Horizontal
+        spacing: 12
+        opacity: page.typed === "" ? 1 : 0.5
+        focus: true
+        model: page.filters
+        currentIndex: page.chosen
+        onCurrentIndexChanged: {
+            page.chosen = currentIndex
+            page.typed = ""
+        }
+        KeyNavigation.down: table
+        delegate: Card {
+            id: chip
+
+            required property var modelData
+            readonly property bool isCurrent: ListView.isCurrentItem
+
+            width: chipText.implicitWidth + 48
+            height: 54
+            isFocused: ListView.isCurrentItem && ListView.view.activeFocus
+
+            Text {
+                id: chipText
+                anchors.centerIn: parent
+                text: chip.modelData.label
+                color: chip.textColor
+                font { pixelSize: Theme.small; weight: chip.isCurrent ? Font.Bold : Font.Normal }
+            }
+            Rectangle {
+                visible: chip.isCurrent
+                anchors { bottom: parent.bottom; horizontalCenter: parent.horizontalCenter; bottomMargin: 4 }
+                width: parent.width - 40
+                height: 4
+                radius: 2
+                color: chip.isFocused ? Theme.outline : Theme.cardFocused
+            }
+        }
+    }
+
+    Item {
+        id: header
+        x: 64
+        y: 174
+        width: parent.width - 128
+        height: 36
+
+        Repeater {
+            model: [{x: 16, text: "Setting"}, {x: 376, text: "Value"}, {x: 606, text: "Type"},
+                    {x: 716, text: "Origin"}, {x: 972, text: "Overridden"}]
+            delegate: Text {
+                required property var modelData
+
+                x: modelData.x
+                text: modelData.text
+                color: Theme.secondary
+                font { pixelSize: 20; weight: Font.DemiBold }
+            }
+        }
+        Rectangle {
+            anchors.bottom: parent.bottom
+            width: parent.width
+            height: 2
+            color: Theme.line
+        }
+    }
+
+    ListView {
+        id: table
+        objectName: "table"
+        x: 64
+        y: 214
+        width: parent.width - 128
+        height: 9 * 46
+        clip: true
+        model: settings
+        KeyNavigation.up: filterList
+        highlightMoveDuration: 0
+        delegate: EngineeringRow {
+            width: ListView.view.width
+        }
+    }
+
+    Rectangle {
+        visible: table.contentHeight > table.height
+        anchors.right: table.right
+        anchors.rightMargin: -20
+        y: table.y + table.height * table.visibleArea.yPosition
+        width: 6
+        height: table.height * table.visibleArea.heightRatio
+        radius: 3
+        color: Theme.secondary
+    }
+
+    HintBar {
+        anchors { left: parent.left; leftMargin: 64; bottom: parent.bottom; bottomMargin: 22 }
+        hints: [{key: "\u25c0 \u25b6", text: "Filter"}, {key: "\u25b2 \u25bc", text: "Move"},
+                {key: "a\u2013z", text: "Search"}, {key: "Back", text: "Settings"}]
+    }
+}

@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+pragma Singleton
+
+import QtQuick
+import Tamsel
+
+// Colours, sizes and words that every part of the page shares.
+QtObject {
+    readonly property color background: "#0a1120"
+    readonly property color card: "#1a2745"
+    readonly property color cardFocused: "#2f66e8"
+    readonly property color line: "#2a3957"
+    readonly property color outline: "#ffffff"
+    readonly property color text: "#f4f7fd"
+    readonly property color secondary: "#a9b8d6"
+    readonly property color secondaryFocused: "#dbe6ff"
+
+    readonly property int title: 44
+    readonly property int label: 28
+    readonly property int small: 22
+
+    // What a viewer calls the origin of a value.
+    function originText(origin: int): string {
+        switch (origin) {
+        case Tamsel.CommandLineArgs: return "Chosen at start-up"
+        case Tamsel.CustomConfPersistent: return "Your choice"
+        case Tamsel.Rdm: return "Set by your operator"
+        case Tamsel.RavonaConfDefault: return "Factory setting"
+        case Tamsel.SystemProperties: return "Set by the system"
+        case Tamsel.Runtime: return "Until the box restarts"
+        case Tamsel.SelviDb: return "From your profile"
+        case Tamsel.FeatureKeys: return "Part of your subscription"
+        }
+        return "Built-in default"
+    }
+
+    // What an engineer calls a layer.
+    function layerText(layer: int): string {
+        switch (layer) {
+        case Tamsel.CommandLineArgs: return "CommandLineArgs"
+        case Tamsel.CustomConfPersistent: return "CustomConf"
+        case Tamsel.Rdm: return "Rdm"
+        case Tamsel.RavonaConfDefault: return "RavonaConf"
+        case Tamsel.SystemProperties: return "SystemProperties"
+        case Tamsel.Runtime: return "Runtime"
+        case Tamsel.SelviDb: return "SelviDb"
+        case Tamsel.FeatureKeys: return "FeatureKeys"
+        }
+        return ""
+    }
+
+    function layerColor(layer: int): color {
+        switch (layer) {
+        case Tamsel.CommandLineArgs: return "#f7c948"
+        case Tamsel.CustomConfPersistent: return "#5ce0a0"
+        case Tamsel.Rdm: return "#ff8f6b"
+        case Tamsel.RavonaConfDefault: return "#9aa9c7"
+        case Tamsel.SystemProperties: return "#c59bff"
+        case Tamsel.Runtime: return "#ff6f9c"
+        case Tamsel.SelviDb: return "#56c8f5"
+        case Tamsel.FeatureKeys: return "#d8e26a"
+        }
+        return "#6b7a99"
+    }
+
+    readonly property var precedence: [Tamsel.Runtime, Tamsel.Rdm, Tamsel.FeatureKeys,
+        Tamsel.SystemProperties, Tamsel.CommandLineArgs, Tamsel.CustomConfPersistent, Tamsel.SelviDb,
+        Tamsel.RavonaConfDefault]
+
+    // Whether a value from `origin` hides what `layer` holds.
+    function isAbove(origin: int, layer: int): bool {
+        return origin >= 0 && precedence.indexOf(origin) < precedence.indexOf(layer)
+    }
+}

@@ -1,0 +1,189 @@
+// SPDX-FileCopyrightText: 2026 The libtamsel developers
+// SPDX-License-Identifier: MIT
+
+// The example's page, driven by the keys of a remote control alone.
+
+#include "settingsbox.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtQml/QQmlApplicationEngine>
+#include <QtQml/QQmlComponent>
+#include <QtQuick/QQuickItem>
+#include <QtQuick/QQuickWindow>
+#include <QtTest/QTest>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using tamsel::SettingsType;
+
+class tst_SettingsPage : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void rowsAreReachedAndChangedByArrows();
+    void aFixedSettingIsNotChanged();
+    void aChoiceIsTakenAndReset();
+    void engineersSeeFilterAndGoBack();
+    void lettersNarrowTheTableDown();
+    void theGuideShowsWhatWorks();
+
+private:
+    void press(const QList<Qt::Key> &keys);
+    QString focused() const;
+    QObject *find(const QString &name) const { return m_window->findChild<QObject *>(name); }
+    QString value(const QString &group, const QString &key)
+    {
+        return m_box->settings().value(group, key).toString();
+    }
+
+    std::optional<QTemporaryDir> m_storage;
+    std::optional<SettingsBox> m_box;
+    std::optional<QQmlApplicationEngine> m_engine;
+    QQuickWindow *m_window = nullptr;
+};
+
+void tst_SettingsPage::init()
+{
+    m_storage.emplace();
+    m_box.emplace(m_storage->path() + u'/', QStringLiteral(SETTOP_ASSETS_DIR) + u'/',
+                  QVariantMap());
+    m_engine.emplace();
+    QTest::failOnWarning(QRegularExpression(u"\\.qml"_s));
+    m_engine->load(QUrl(u"qrc:/qt-project.org/imports/SettingsPage/Main.qml"_s));
+    QCOMPARE(m_engine->rootObjects().size(), 1);
+    m_window = qobject_cast<QQuickWindow *>(m_engine->rootObjects().constFirst());
+    QVERIFY(QTest::qWaitForWindowActive(m_window));
+}
+
+void tst_SettingsPage::cleanup()
+{
+    m_engine.reset();
+    m_box.reset();
+    m_storage.reset();
+}
+
+// After each key the focus is somewhere, and shown.
+void tst_SettingsPage::press(const QList<Qt::Key> &keys)
+{
+    for (const Qt::Key key : keys) {
+        QTest::keyClick(m_window, key);
+        QQuickItem *item = m_window->activeFocusItem();
+        QVERIFY(item);
+        if (item->inherits("QQuickListView"))
+            item = item->property("currentItem").value<QQuickItem *>();
+        QVERIFY(item);
+        QVERIFY2(item->property("isFocused").toBool(), qPrintable(item->objectName()));
+        QVERIFY(item->isVisible());
+    }
+}
+
+// The name of what has the focus; a chip of a list has that of the list.
+QString tst_SettingsPage::focused() const
+{
+    const QQuickItem *item = m_window->activeFocusItem();
+    while (item && item->objectName().isEmpty())
+        item = item->parentItem();
+    return item ? item->objectName() : QString();
+}
+
+void tst_SettingsPage::rowsAreReachedAndChangedByArrows()
+{
+    QCOMPARE(focused(), u"language"_s);
+    press({Qt::Key_Down, Qt::Key_Right, Qt::Key_Right, Qt::Key_Left});
+    QCOMPARE(focused(), u"volume"_s);
+    QCOMPARE(value(u"player"_s, u"volume"_s), u"45"_s);
+    QVERIFY(m_box->settings().contains(u"player"_s, u"volume"_s,
+                                       SettingsType::CustomConfPersistent));
+    press({Qt::Key_Up, Qt::Key_Right});
+    QCOMPARE(value(u"ui"_s, u"lang"_s), u"fr"_s); // "de" is of the profile
+    press({Qt::Key_Up});
+    QCOMPARE(focused(), u"language"_s);
+    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down});
+    QCOMPARE(focused(), u"engineering"_s);
+}
+
+void tst_SettingsPage::aFixedSettingIsNotChanged()
+{
+    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down});
+    QCOMPARE(focused(), u"theme"_s);
+    QVERIFY(find(u"theme"_s)->property("isLocked").toBool());
+    press({Qt::Key_Right});
+    QVERIFY(!m_box->settings().contains(u"ui"_s, u"theme"_s, SettingsType::CustomConfPersistent));
+    // The operator leaves it to the viewer.
+    m_box->settings().clearStorage(SettingsType::Rdm);
+    QVERIFY(!find(u"theme"_s)->property("isLocked").toBool());
+    press({Qt::Key_Right});
+    QCOMPARE(value(u"ui"_s, u"theme"_s), u"dark"_s);
+}
+
+void tst_SettingsPage::aChoiceIsTakenAndReset()
+{
+    press({Qt::Key_Return, Qt::Key_Down, Qt::Key_Select});
+    QCOMPARE(value(u"ui"_s, u"lang"_s), u"fr"_s);
+    QCOMPARE(focused(), u"language"_s);
+    // English, Deutsch, Français (current), Türkçe, Reset
+    press({Qt::Key_Enter, Qt::Key_Down, Qt::Key_Down, Qt::Key_Return});
+    QCOMPARE(value(u"ui"_s, u"lang"_s), u"de"_s);
+    QVERIFY(!m_box->settings().contains(u"ui"_s, u"lang"_s, SettingsType::CustomConfPersistent));
+    press({Qt::Key_Return});
+    QVERIFY(find(u"sheet"_s)->property("visible").toBool());
+    press({Qt::Key_Back});
+    QVERIFY(!find(u"sheet"_s)->property("visible").toBool());
+    QCOMPARE(focused(), u"language"_s);
+}
+
+void tst_SettingsPage::engineersSeeFilterAndGoBack()
+{
+    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Return});
+    QCOMPARE(focused(), u"filters"_s);
+    const QObject *table = find(u"table"_s);
+    const int all = table->property("count").toInt();
+    QVERIFY(all > 10);
+    press({Qt::Key_Right, Qt::Key_Right});
+    QCOMPARE(table->property("count"), 2); // network/server, network/timeout
+    m_box->settings().setValue(u"network"_s, u"zone"_s, u"none"_s, SettingsType::Runtime);
+    QCOMPARE(table->property("count"), 3);
+    press({Qt::Key_Down, Qt::Key_Down});
+    QCOMPARE(focused(), u"table"_s);
+    QCOMPARE(table->property("currentIndex"), 1);
+    press({Qt::Key_Escape});
+    QCOMPARE(focused(), u"engineering"_s);
+}
+
+void tst_SettingsPage::lettersNarrowTheTableDown()
+{
+    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Return});
+    const QObject *table = find(u"table"_s);
+    const int all = table->property("count").toInt();
+    press({Qt::Key_L, Qt::Key_A, Qt::Key_N, Qt::Key_G});
+    QCOMPARE(table->property("count"), 1);
+    press({Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace});
+    QCOMPARE(table->property("count"), all);
+}
+
+// The block of QML in docs/qml.md.
+void tst_SettingsPage::theGuideShowsWhatWorks()
+{
+    QFile guide(QStringLiteral(TAMSEL_TESTS_TREE "/docs/qml.md"));
+    QVERIFY(guide.open(QIODevice::ReadOnly));
+    const QByteArray text = guide.readAll();
+    const qsizetype begin = text.indexOf("```qml\n") + 7;
+    QQmlComponent component(&*m_engine);
+    component.setData(text.mid(begin, text.indexOf("```\n", begin) - begin), QUrl(u"guide.qml"_s));
+    const std::unique_ptr<QObject> slider(component.create());
+    QVERIFY2(slider, qPrintable(component.errorString()));
+    QCOMPARE(slider->property("enabled"), true);
+    QTest::ignoreMessage(QtDebugMsg, "0.5 false");
+    m_box->settings().setValue(u"player"_s, u"volume"_s, 0.5, SettingsType::Runtime);
+    QCOMPARE(slider->property("value"), 0.5);
+}
+
+QTEST_MAIN(tst_SettingsPage)
+
+#include "tst_settingspage.moc"
