@@ -25,25 +25,26 @@ QtLogger::QtLogger(const char *category) : d(std::make_unique<QtLoggerPrivate>(c
 
 QtLogger::~QtLogger() = default;
 
-// A stream, not a format: a percent sign in a message is no directive.
+// A stream, not a format: a percent sign in a message is no directive. Not qCCritical(): a macro without
+// its last argument is not C++17, and the place in the source would be the same for every message.
 void QtLogger::error(const QString &message)
 {
-    qCCritical(d->category).nospace().noquote() << message;
+    QMessageLogger().critical(d->category).nospace().noquote() << message;
 }
 
 void QtLogger::warning(const QString &message)
 {
-    qCWarning(d->category).nospace().noquote() << message;
+    QMessageLogger().warning(d->category).nospace().noquote() << message;
 }
 
 void QtLogger::info(const QString &message)
 {
-    qCInfo(d->category).nospace().noquote() << message;
+    QMessageLogger().info(d->category).nospace().noquote() << message;
 }
 
 void QtLogger::debug(const QString &message)
 {
-    qCDebug(d->category).nospace().noquote() << message;
+    QMessageLogger().debug(d->category).nospace().noquote() << message;
 }
 
 } // namespace tamsel::host

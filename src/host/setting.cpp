@@ -262,8 +262,9 @@ void SettingBase::reject(const QVariant &value, QString (*name)()) const
         return;
     const QVariant shown = Redaction().redacted(m_group, m_key, value);
     const QString where = m_group % u'/' % m_key;
-    qCWarning(hostCategory).nospace() << qUtf8Printable(where) << ": " << shown << " is not "
-                                      << qUtf8Printable(name()) << ", the default is used";
+    QMessageLogger().warning(hostCategory).nospace()
+            << qUtf8Printable(where) << ": " << shown << " is not " << qUtf8Printable(name())
+            << ", the default is used";
 }
 
 Subscription SettingBase::subscribe(QObject *context, ChangeNotifier::Function function) const

@@ -108,7 +108,7 @@ QList<SettingChange> SettingsCatalogue::lastChanges() const
     result.reserve(static_cast<qsizetype>(changes.size()));
     for (quint64 i = count - changes.size(); i < count; ++i) {
         const RecordedChange &change = changes[static_cast<std::size_t>(i % d->changesKept)];
-        result.append({i + 1, QDateTime::fromMSecsSinceEpoch(change.time, Qt::UTC), change.type,
+        result.append({i + 1, QDateTime::fromMSecsSinceEpoch(change.time).toUTC(), change.type,
                        change.group, change.key, change.value});
     }
     return result;
