@@ -21,6 +21,8 @@ namespace {
 // Those that end a line, move the cursor, turn the direction of what follows or are no characters.
 bool isUnprintable(char32_t character)
 {
+    if (character >= U' ' && character <= U'~') // by far the most
+        return false;
     switch (QChar::category(character)) {
     case QChar::Other_Control:
     case QChar::Other_Format:
@@ -200,6 +202,9 @@ QString jsonOf(const QVariant &value)
 
 QString jsonOf(const QString &text)
 {
+    const auto isPlain = [](QChar c) { return c >= u' ' && c <= u'~' && c != u'\\' && c != u'"'; };
+    if (std::all_of(text.cbegin(), text.cend(), isPlain))
+        return u'"' + text + u'"';
     QString result = text;
     result.replace(u'\\', R"(\\)"_L1).replace(u'"', R"(\")"_L1);
     return u'"' + escaped(result) + u'"';

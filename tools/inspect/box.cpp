@@ -32,12 +32,19 @@ void checkDirectory(const QString &directory)
         throw UserError(u"cannot enter %1: permission denied"_s.arg(directory));
 }
 
+// What no layer can hold.
+struct NotHeld
+{
+};
+
 bool holds(const QVariantMap &map, const SettingName &name)
 {
     return map.value(name.group).toMap().contains(name.key);
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(NotHeld)
 
 HostValues::HostValues(const Options &options)
     : m_files{{SettingsType::Rdm, options.rdmFile},
@@ -74,15 +81,10 @@ QString HostValues::fileOf(SettingsType layer, const SettingName &name) const
 }
 
 Box::Box(const Options &options, const QString &storage, const HostValues &hostValues)
-    : m_onlyLayer(options.layer),
-      m_redaction(options.redaction),
-      m_hostValues(hostValues),
-      m_settings(&m_logger)
+    : m_onlyLayer(options.layer), m_redaction(options.redaction), m_hostValues(hostValues)
 {
     checkDirectory(storage);
     checkDirectory(options.assets);
-    m_settings.setPersistentStoragePath(storage);
-    m_settings.setAssetsPrefix(options.assets);
     m_files = {
             {SettingsType::CustomConfPersistent, storage + "custom.conf"_L1},
             {SettingsType::SelviDb, storage + "selvi.db"_L1},
@@ -98,7 +100,7 @@ Box::Box(const Options &options, const QString &storage, const HostValues &hostV
     for (const SettingsType layer : tamsel::storagePriority)
         rememberNames(m_hostValues.mapOf(layer));
     std::for_each(tamsel::storagePriority.crbegin(), tamsel::storagePriority.crend(),
-                  [this](SettingsType layer) { addLayer(layer); });
+                  [&](SettingsType layer) { addLayer(layer, storage, options.assets); });
 }
 
 void Box::rememberNames(const QVariantMap &groups)
@@ -110,29 +112,36 @@ void Box::rememberNames(const QVariantMap &groups)
     }
 }
 
-void Box::addLayer(SettingsType layer)
+void Box::addLayer(SettingsType layer, const QString &storage, const QString &assets)
 {
-    if (isFileLayer(layer))
-        addFileLayer(layer);
-    else if (isWritten(layer))
-        addWrittenLayer(layer);
-    else
-        m_settings.initStorage(layer, m_hostValues.mapOf(layer));
-    takeValues(layer);
+    NoLogger logger;
+    tamsel::ConfigurationManager settings(&logger);
+    settings.setPersistentStoragePath(storage);
+    settings.setAssetsPrefix(assets);
+    if (isFileLayer(layer)) {
+        addFileLayer(settings, layer);
+    } else {
+        const QVariantMap groups = m_hostValues.mapOf(layer);
+        if (groups.isEmpty())
+            return;
+        settings.initStorage(layer, groups);
+        if (isWritten(layer))
+            writeAll(settings, groups, layer);
+    }
+    takeValues(settings, layer);
 }
 
-void Box::addWrittenLayer(SettingsType layer)
+void Box::writeAll(tamsel::ConfigurationManager &settings, const QVariantMap &groups,
+                   SettingsType layer)
 {
-    m_settings.initStorage(layer);
-    const QVariantMap groups = m_hostValues.mapOf(layer);
     for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
         const QVariantMap entries = group->toMap();
         for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
-            m_settings.setValue(group.key(), entry.key(), *entry, layer);
+            settings.setValue(group.key(), entry.key(), *entry, layer);
     }
 }
 
-void Box::addFileLayer(SettingsType layer)
+void Box::addFileLayer(tamsel::ConfigurationManager &settings, SettingsType layer)
 {
     const QString fileName = m_files.value(layer);
     const QFileInfo info(fileName);
@@ -140,40 +149,42 @@ void Box::addFileLayer(SettingsType layer)
     if (layer == SettingsType::RavonaConfDefault && !info.exists() && !info.isSymLink())
         throw UserError(u"there is no file %1"_s.arg(fileName));
     m_iniFiles.push_back(std::make_unique<IniFile>(fileName));
-    m_settings.initStorage(layer); // shares what was loaded
-    listEntries(layer, m_iniFiles.back()->settings());
+    settings.initStorage(layer); // shares what was loaded
+    listEntries(layer, *m_iniFiles.back());
 }
 
 // Looks at the names in the file itself: the layer lists an entry by the first and the last part of
 // its name, and reads it by what stands in front of the first "/" and behind it.
-void Box::listEntries(SettingsType layer, const QSettings &file)
+void Box::listEntries(SettingsType layer, const IniFile &file)
 {
-    const QStringList entries = file.allKeys();
-    for (const QString &entry : entries) {
+    auto next = m_names.cbegin(); // entries are in order, so most are right behind the one before
+    for (const QString &entry : file.entries()) {
         const qsizetype first = entry.indexOf(u'/');
         const Pair listed{entry.left(first), entry.mid(entry.lastIndexOf(u'/') + 1)};
         const Pair read{first < 0 ? QString() : listed.first, entry.mid(first + 1)};
         LayerValue layerValue{layer, Value(), m_files.value(layer), entry};
         if (!layerValue.isLost()) {
-            m_names.insert(read);
+            next = std::next(m_names.insert(next, read));
             if (listed == read)
                 continue;
-            layerValue.value = valueOf(listed, file.value(entry), entry);
+            const QVariant value = file.settings().value(entry);
+            layerValue.value = valueOf(isSecret(listed, entry), listed, value);
         }
         m_unreadable[listed].append(layerValue);
     }
 }
 
-// Of the layer that is the highest one now: it is the origin of everything that it holds.
-void Box::takeValues(SettingsType layer)
+// The layer is the only one, so it is the origin of everything that it holds.
+void Box::takeValues(const tamsel::ConfigurationManager &settings, SettingsType layer)
 {
+    const QVariant notHeld = QVariant::fromValue(NotHeld());
     auto next = m_held.begin();
     for (const auto &pair : m_names) {
-        const auto &[group, key] = pair;
-        if (!m_settings.contains(group, key, layer))
+        const QVariant value = settings.value(pair.first, pair.second, notHeld);
+        if (value.metaType() == notHeld.metaType())
             continue;
         next = m_held.try_emplace(next, pair);
-        next->second.push_back({layer, m_settings.value(group, key)});
+        next->second.push_back({layer, value});
         ++next;
     }
 }
@@ -186,13 +197,14 @@ bool Box::isLookedAt(SettingsType layer) const
 Setting Box::settingOf(const Pair &pair, const std::vector<Held> &held) const
 {
     Setting result{{pair.first, pair.second}, std::nullopt, {}};
+    const bool secret = isSecret(pair);
     for (auto found = held.crbegin(); found != held.crend(); ++found) {
         const auto &[layer, value] = *found;
         if (!isLookedAt(layer))
             continue;
         const QString file = isFileLayer(layer) ? m_files.value(layer)
                                                 : m_hostValues.fileOf(layer, result.name);
-        const LayerValue layerValue{layer, valueOf(pair, value), file, {}};
+        const LayerValue layerValue{layer, valueOf(secret, pair, value), file, {}};
         if (result.origin)
             result.overridden.append(layerValue);
         else
@@ -239,13 +251,19 @@ void Box::visit(const std::function<void(const Setting &)> &visitor) const
     visitUnreadable([](const Pair &) { return true; });
 }
 
-// What may be shown of a value. A setting is a secret under each of its names.
-Value Box::valueOf(const Pair &pair, const QVariant &value, const QString &entry) const
+// A setting is a secret under each of its names.
+bool Box::isSecret(const Pair &pair, const QString &entry) const
 {
+    if (m_redaction.matches(pair.first, pair.second))
+        return true;
     const qsizetype slash = entry.indexOf(u'/');
     const QString group = slash < 0 ? QString() : entry.left(slash);
-    const bool isSecret = m_redaction.matches(pair.first, pair.second)
-            || (!entry.isEmpty() && m_redaction.matches(group, entry.mid(slash + 1)));
+    return !entry.isEmpty() && m_redaction.matches(group, entry.mid(slash + 1));
+}
+
+// What may be shown of a value.
+Value Box::valueOf(bool isSecret, const Pair &pair, const QVariant &value) const
+{
     if (isSecret)
         return {value, true, tamsel::host::Redaction::placeholder()};
     if (value.typeId() == QMetaType::QString) // by far the most; texts are not searched

@@ -44,8 +44,7 @@ private:
 
 // The settings of a box, from its files and from what its processes would bring along.
 //
-// The manager gives no value that is overridden. So the layers are created from the lowest up, and
-// each is asked for its values while it is the highest.
+// The manager gives no value that is overridden. So each layer is asked in a manager of its own.
 class Box final : public Source
 {
 public:
@@ -79,22 +78,22 @@ private:
     };
 
     void rememberNames(const QVariantMap &groups);
-    void addLayer(tamsel::SettingsType layer);
-    void addWrittenLayer(tamsel::SettingsType layer);
-    void addFileLayer(tamsel::SettingsType layer);
-    void listEntries(tamsel::SettingsType layer, const QSettings &file);
-    void takeValues(tamsel::SettingsType layer);
+    void addLayer(tamsel::SettingsType layer, const QString &storage, const QString &assets);
+    static void writeAll(tamsel::ConfigurationManager &settings, const QVariantMap &groups,
+                         tamsel::SettingsType layer);
+    void addFileLayer(tamsel::ConfigurationManager &settings, tamsel::SettingsType layer);
+    void listEntries(tamsel::SettingsType layer, const IniFile &file);
+    void takeValues(const tamsel::ConfigurationManager &settings, tamsel::SettingsType layer);
     Setting settingOf(const Pair &pair, const std::vector<Held> &held) const;
     bool isLookedAt(tamsel::SettingsType layer) const;
 
-    Value valueOf(const Pair &pair, const QVariant &value, const QString &entry = {}) const;
+    bool isSecret(const Pair &pair, const QString &entry = {}) const;
+    Value valueOf(bool isSecret, const Pair &pair, const QVariant &value) const;
 
     const std::optional<tamsel::SettingsType> m_onlyLayer;
     const tamsel::host::Redaction m_redaction;
     const HostValues &m_hostValues;
-    NoLogger m_logger;
     std::vector<std::unique_ptr<IniFile>> m_iniFiles;
-    tamsel::ConfigurationManager m_settings;
     std::set<Pair> m_names; // of all that a layer may hold
     QHash<tamsel::SettingsType, QString> m_files;
     std::map<Pair, std::vector<Held>> m_held; // lowest layer first

@@ -163,7 +163,9 @@ struct Loading
 {
     QString fileName;
     std::unique_ptr<QSettings> settings;
-    QString deepKey; // the first that is nested too deep; empty if none is
+    bool mayBeDeep; // whether there is a line that can hold so much
+    QStringList entries = {};
+    QString deepKey = {}; // the first that is nested too deep; empty if none is
     int deepest = 0;
 };
 
@@ -171,8 +173,10 @@ void *load(void *argument)
 {
     auto *loading = static_cast<Loading *>(argument);
     loading->settings = std::make_unique<QSettings>(loading->fileName, QSettings::IniFormat);
-    const QStringList keys = loading->settings->allKeys(); // all sections are parsed now
-    for (const QString &key : keys) {
+    loading->entries = loading->settings->allKeys(); // all sections are parsed now
+    if (!loading->mayBeDeep)
+        return nullptr;
+    for (const QString &key : std::as_const(loading->entries)) {
         // QSettings finds an entry without a name by another one.
         loading->deepest = nestingOf(loading->settings->value(key.isEmpty() ? u"/"_s : key));
         if (loading->deepest > deepestNesting) {
@@ -211,13 +215,14 @@ const QSettings *keep(std::unique_ptr<QSettings> settings)
 
 IniFile::IniFile(const QString &fileName) : m_fileName(fileName)
 {
-    Loading loading{fileName, {}, {}, 0};
     const qsizetype longest = checkLines(contentsOf(fileName));
-    if (longest > deepestNesting * bytesPerLevel)
+    Loading loading{fileName, {}, longest > deepestNesting * bytesPerLevel};
+    if (loading.mayBeDeep)
         loadOnOwnStack(&loading, longest);
     else
         load(&loading);
     m_settings = keep(std::move(loading.settings));
+    m_entries = loading.entries;
     if (!loading.deepKey.isEmpty()) {
         throw UserError(u"%1: the value of %2 is nested %3 levels deep, and more than %4 can end a "
                         "program that reads it"_s.arg(fileName, loading.deepKey,

@@ -20,6 +20,9 @@ public:
     // What it holds. Every layer on the same file shares it.
     const QSettings &settings() const { return *m_settings; }
 
+    // The names of all entries, in their order.
+    const QStringList &entries() const { return m_entries; }
+
     // The lines that QSettings skips or mistakes, each as a finished text.
     const QStringList &warnings() const { return m_warnings; }
 
@@ -30,6 +33,7 @@ private:
 
     const QString m_fileName;
     const QSettings *m_settings; // never deleted
+    QStringList m_entries;
     QStringList m_warnings;
 };
 
