@@ -98,7 +98,7 @@ QVariant RedactionPrivate::withoutSecrets(const QString &path, const QVariant &v
                                           int depth) const
 {
     if (depth > deepestShown)
-        return value; // nothing below is shown
+        return Redaction::placeholder(); // not looked at, so it may be a secret
     switch (value.typeId()) {
     case QMetaType::QVariantMap:
         return membersWithoutSecrets(path, value.toMap(), depth);

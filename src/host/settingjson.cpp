@@ -191,8 +191,14 @@ QByteArray typeNameOf(const QVariant &value)
 
 QString layerName(SettingsType layer)
 {
-    static const auto names = QMetaEnum::fromType<SettingsType>();
-    return QString::fromLatin1(names.valueToKey(static_cast<quint8>(layer)));
+    static const QList<QString> names = [] {
+        const auto layers = QMetaEnum::fromType<SettingsType>();
+        QList<QString> result;
+        for (const SettingsType type : storagePriority)
+            result.append(QString::fromLatin1(layers.valueToKey(static_cast<quint8>(type))));
+        return result;
+    }();
+    return names.value(priorityOf(layer));
 }
 
 QString jsonOf(const QVariant &value)

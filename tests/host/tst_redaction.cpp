@@ -20,6 +20,7 @@ private Q_SLOTS:
     void theDefaultPatternsFindCommonSecrets();
     void membersOfMapsAreRedacted_data();
     void membersOfMapsAreRedacted();
+    void whatIsNestedTooDeepIsRedacted();
     void otherValuesAreUnchanged_data();
     void otherValuesAreUnchanged();
 };
@@ -131,6 +132,18 @@ void tst_Redaction::membersOfMapsAreRedacted()
     shown = Redaction({u"net/account/pin"_s, u"net/account/a/pin"_s})
                     .redacted(u"net"_s, u"account"_s, value);
     QCOMPARE(shown.toJsonValue(), redacted.toJsonValue());
+}
+
+void tst_Redaction::whatIsNestedTooDeepIsRedacted()
+{
+    const auto nested = [](QVariant value, int levels) {
+        for (int i = 0; i < levels; ++i)
+            value = QVariantList{value};
+        return value;
+    };
+    const Redaction redaction;
+    QCOMPARE(redaction.redacted(u"g"_s, u"k"_s, nested(1, 500)), nested(1, 500));
+    QCOMPARE(redaction.redacted(u"g"_s, u"k"_s, nested(1, 501)), nested(u"(redacted)"_s, 501));
 }
 
 void tst_Redaction::otherValuesAreUnchanged_data()

@@ -119,6 +119,8 @@ private Q_SLOTS:
     void aDeviceThatIsFullIsReported();
     void aChangeInBetweenIsLookedUpAgain_data();
     void aChangeInBetweenIsLookedUpAgain();
+    void aSettingThatGoesInBetweenIsLeftOut_data();
+    void aSettingThatGoesInBetweenIsLeftOut();
     void whatChangesAllTheTimeIsMarked();
     void withFourWritersEveryValueIsThatOfItsOrigin();
 };
@@ -445,6 +447,32 @@ void tst_Snapshot::aChangeInBetweenIsLookedUpAgain()
     QCOMPARE(setting[u"origin"], isInRdm ? u"Rdm"_s : u"FeatureKeys"_s);
     QCOMPARE(setting[u"value"], isInRdm ? u"Rdm %1"_s.arg(lookups) : u"FeatureKeys"_s);
     QCOMPARE(setting[u"overridden"].toArray().size(), isInRdm ? 1 : 0);
+}
+
+void tst_Snapshot::aSettingThatGoesInBetweenIsLeftOut_data()
+{
+    QTest::addColumn<int>("lookups");
+
+    for (int lookups = 0; lookups < 15; ++lookups)
+        QTest::addRow("%d", lookups) << lookups;
+}
+
+// Another thread removes it from the only layer while it is looked up.
+void tst_Snapshot::aSettingThatGoesInBetweenIsLeftOut()
+{
+    QFETCH(const int, lookups);
+
+    TestHost host;
+    SettingsCatalogue catalogue(&host.manager);
+    int left = 0;
+    LivingGroup::entries = [&left]() -> QVariantMap {
+        return left-- > 0 ? QVariantMap{{u"k"_s, u"v"_s}} : QVariantMap();
+    };
+    host.manager.initStorage(SettingsType::Rdm, {{u"g"_s, QVariant::fromValue(LivingGroup())}});
+    catalogue.remember(u"g"_s, u"k"_s);
+    left = lookups;
+    const bool isShown = !settingsOf(host, catalogue).isEmpty();
+    QCOMPARE(isShown, left >= 0); // in none of the lookups it was gone
 }
 
 void tst_Snapshot::whatChangesAllTheTimeIsMarked()

@@ -16,12 +16,16 @@ namespace {
 // Unambiguous: what looks like an escape in the result is one.
 QString quoted(const QString &text)
 {
-    const auto isPlain = [](QChar c) { return c >= u' ' && c <= u'~' && c != u'\\' && c != u'\''; };
-    if (std::all_of(text.cbegin(), text.cend(), isPlain))
-        return u'\'' + text + u'\'';
-    QString result = text;
-    result.replace(u'\\', R"(\\)"_L1).replace(u'\'', R"(\')"_L1);
-    return u'\'' + escaped(result) + u'\'';
+    QString result;
+    result.reserve(text.size() + 4);
+    result += u'\'';
+    for (const QChar c : text) {
+        if (c == u'\\' || c == u'\'')
+            result += u'\\';
+        result += c;
+    }
+    result += u'\'';
+    return escaped(result);
 }
 
 QString listText(const QStringList &texts)

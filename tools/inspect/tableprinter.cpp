@@ -152,11 +152,16 @@ void TablePrinter::printColumns(const Table &table)
     for (qsizetype &width : widths)
         width = std::min(width, longestPadding);
     widths.last() = 0; // no blanks at the end of a line
+    QString line;
     for (const Row &row : table.rows) {
-        QStringList cells;
-        for (qsizetype i = 0; i < row.cells.size(); ++i)
-            cells.append(padded(row.cells.at(i), widths.at(i)));
-        printLine(cells.join("  "_L1));
+        line.resize(0);
+        for (qsizetype i = 0; i < row.cells.size(); ++i) {
+            const QString &cell = row.cells.at(i);
+            line += i > 0 ? "  "_L1 : ""_L1;
+            line += cell;
+            line.resize(line.size() + std::max<qsizetype>(0, widths.at(i) - columnsOf(cell)), u' ');
+        }
+        printLine(line);
     }
 }
 

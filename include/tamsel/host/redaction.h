@@ -61,7 +61,7 @@ public:
      * \brief \a value without its secrets.
      *
      * It is placeholder() if matches(\a group, \a key), whatever \a value is. Otherwise members of
-     * maps whose names match are replaced, at any depth, and all else is unchanged.
+     * maps whose names match are replaced, and all that is nested more than 500 levels deep.
      */
     [[nodiscard]] QVariant redacted(const QString &group, const QString &key,
                                     const QVariant &value) const;
