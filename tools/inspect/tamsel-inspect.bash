@@ -1,6 +1,7 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
+# shellcheck shell=bash
 # Completion of bash for tamsel-inspect.
 
 _tamsel_inspect()
