@@ -78,6 +78,19 @@ if(TAMSEL_BUILD_HOST)
     tamsel_install_pc(tamselhost HostDevel)
 endif()
 
+if(TAMSEL_BUILD_QML AND BUILD_SHARED_LIBS)
+    tamsel_install_library(tamselqml QmlRuntime QmlDevel)
+    # Where a Qt of the same prefix looks for modules. The plugin finds the library from there.
+    set(tamsel_qml_dir ${CMAKE_INSTALL_LIBDIR}/qt6/qml/Tamsel)
+    install(FILES ${PROJECT_BINARY_DIR}/qml/Tamsel/qmldir ${PROJECT_BINARY_DIR}/qml/Tamsel/tamselqml.qmltypes
+        DESTINATION ${tamsel_qml_dir} COMPONENT QmlRuntime)
+    install(TARGETS tamselqmlplugin LIBRARY DESTINATION ${tamsel_qml_dir} COMPONENT QmlRuntime)
+    if(NOT DEFINED CMAKE_INSTALL_RPATH)
+        set_target_properties(tamselqmlplugin PROPERTIES INSTALL_RPATH "$ORIGIN/../../..")
+        set_target_properties(tamselqml PROPERTIES INSTALL_RPATH "$ORIGIN")
+    endif()
+endif()
+
 if(TAMSEL_BUILD_TOOLS)
     # The tool finds the library relative to itself, and a Qt outside the system's directories where this
     # build found it.
