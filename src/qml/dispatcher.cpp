@@ -79,9 +79,15 @@ Notifier::~Notifier()
 {
     if (!m_isOwn)
         return;
-    // Intentional: it is left behind if its manager may be dead. It would remove itself from it.
-    if (m_notifier->settings() == qmlConfigManager())
+    if (m_notifier->settings() == qmlConfigManager()) {
         delete m_notifier;
+        return;
+    }
+    // Intentional: it is left behind, as its manager may be dead. It would remove itself from it.
+    static QMutex mutex;
+    static auto *const leftBehind = new QList<host::ChangeNotifier *>;
+    const QMutexLocker locker(&mutex);
+    leftBehind->append(m_notifier);
 }
 
 void setQmlChangeNotifier(host::ChangeNotifier *notifier)
