@@ -43,7 +43,7 @@ QImage inFewColors(const QImage &picture)
     QList<QRgb> colors = counts.keys();
     std::sort(colors.begin(), colors.end(), [&](QRgb left, QRgb right) {
         const int order = counts.value(right) - counts.value(left);
-        return order ? order < 0 : left < right;
+        return order != 0 ? order < 0 : left < right;
     });
     colors.resize(qMin<qsizetype>(colors.size(), 256));
     return picture.convertToFormat(QImage::Format_Indexed8, colors, Qt::ThresholdDither);

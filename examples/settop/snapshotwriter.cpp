@@ -19,16 +19,18 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int watched[] = {SIGUSR1, SIGTERM, SIGINT};
+constexpr std::array watched{SIGUSR1, SIGTERM, SIGINT};
 
 } // namespace
 
-int SignalWatcher::sockets[2] = {-1, -1};
+// NOLINTNEXTLINE(*-non-const-global-variables): a signal handler gets no other argument than the signal
+std::array<int, 2> SignalWatcher::sockets{-1, -1};
 
 // The sockets exist before the notifier that is given one of them.
 SignalWatcher::SignalWatcher(std::function<void(int number)> reaction)
     : m_reaction(std::move(reaction)),
-      m_notifier((socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, sockets) == 0)
+      m_notifier((socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, sockets.data())
+                  == 0)
                          ? sockets[1]
                          : -1,
                  QSocketNotifier::Read)
@@ -55,7 +57,7 @@ void SignalWatcher::send(int number)
 {
     const int before = errno;
     const char byte = static_cast<char>(number);
-    static_cast<void>(!write(sockets[0], &byte, 1));
+    [[maybe_unused]] const ssize_t written = write(sockets[0], &byte, 1);
     errno = before;
 }
 

@@ -7,6 +7,7 @@
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QString>
 
+#include <array>
 #include <functional>
 
 // Calls a function in the event loop for each signal of the system that arrives: SIGUSR1, SIGTERM and
@@ -24,7 +25,7 @@ private:
     static void send(int number);
     void receive() const;
 
-    static int sockets[2];
+    static std::array<int, 2> sockets; // NOLINT(*-non-const-global-variables)
 
     const std::function<void(int number)> m_reaction;
     QSocketNotifier m_notifier;
