@@ -77,8 +77,11 @@ bool RedactionPrivate::matches(const QString &path) const
     }
     return std::any_of(expressions.cbegin(), expressions.cend(),
                        [&path](const QRegularExpression &expression) {
-                           return !expression.isValid()
-                                   || expression.match(matchable(path)).hasMatch();
+                           if (!expression.isValid())
+                               return true;
+                           // A search that is given up, or a text that is no Unicode, may match.
+                           const auto match = expression.match(matchable(path));
+                           return match.hasMatch() || !match.isValid();
                        });
 }
 
@@ -118,9 +121,22 @@ QVariant RedactionPrivate::withoutSecrets(const QString &path, const QVariant &v
         return withoutSecrets(path, value.toJsonValue().toVariant(), depth + 1);
     case QMetaType::QJsonDocument:
         return withoutSecrets(path, value.toJsonDocument().toVariant(), depth + 1);
-    default:
+    case QMetaType::QString:
+    case QMetaType::QStringList:
         return value;
+    default:
+        break;
     }
+    // Maps and lists of other types: of Qt, as QCborMap, or of the host, as QMap<QString, QString>.
+    if (const QVariantMap members = value.toMap(); !members.isEmpty()) {
+        const QVariantMap shown = membersWithoutSecrets(path, members, depth);
+        return shown == members ? value : QVariant(shown);
+    }
+    if (const QVariantList members = value.toList(); !members.isEmpty()) {
+        const QVariant shown = withoutSecrets(path, members, depth + 1);
+        return shown == QVariant(members) ? value : shown;
+    }
+    return value;
 }
 // NOLINTEND(misc-no-recursion)
 

@@ -3,6 +3,9 @@
 
 #include <tamsel/host/redaction.h>
 
+#include <QtCore/QCborArray>
+#include <QtCore/QCborMap>
+#include <QtCore/QCborValue>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtTest/QTest>
@@ -54,6 +57,9 @@ void tst_Redaction::aPatternIsMatchedWithGroupAndKey_data()
     QTest::newRow("all") << u"*"_s << QString() << QString() << true;
     QTest::newRow("all, twice") << u"**"_s << u"g"_s << u"k"_s << true;
     QTest::newRow("nothing") << QString() << QString() << QString() << false;
+    QTest::newRow("no Unicode") << u"g/pass?*"_s << u"g"_s << u"pass"_s + QChar(0xd800) << true;
+    QTest::newRow("too much to search") << u"g/"_s + u"*a"_s.repeated(40) + u'b' << u"g"_s
+                                        << QString(5000, u'a') + u"ba"_s << true;
     QTest::newRow("cannot be understood") << u"[a"_s << u"g"_s << u"k"_s << true;
 }
 
@@ -118,6 +124,17 @@ void tst_Redaction::membersOfMapsAreRedacted_data()
     const QJsonObject object = QJsonObject::fromVariantMap(before);
     QTest::newRow("a JSON object") << QVariant(object) << QVariant(after);
     QTest::newRow("a JSON value") << QVariant(QJsonValue(object)) << QVariant(after);
+    QTest::newRow("a map of texts")
+            << QVariant::fromValue(QMap<QString, QString>{{u"pin"_s, u"1"_s}, {u"a"_s, u"2"_s}})
+            << QVariant(QVariantMap{{u"pin"_s, u"(redacted)"_s}, {u"a"_s, u"2"_s}});
+    QTest::newRow("a list of maps")
+            << QVariant::fromValue(QList<QVariantMap>{before}) << QVariant(QVariantList{after});
+    QTest::newRow("a CBOR map") << QVariant::fromValue(QCborMap::fromVariantMap(before))
+                                << QVariant(after);
+    QTest::newRow("a CBOR value") << QVariant::fromValue(QCborValue::fromVariant(before))
+                                  << QVariant(after);
+    QTest::newRow("a CBOR array") << QVariant::fromValue(QCborArray::fromVariantList({before}))
+                                  << QVariant(QVariantList{after});
     QTest::newRow("a JSON document") << QVariant(QJsonDocument(object)) << QVariant(after);
 }
 
@@ -153,6 +170,9 @@ void tst_Redaction::otherValuesAreUnchanged_data()
     QTest::newRow("a text about a PIN") << QVariant(u"pin=1234"_s);
     QTest::newRow("a list of texts") << QVariant(QStringList{u"pin"_s, u"1234"_s});
     QTest::newRow("a map without secrets") << QVariant(QVariantMap{{u"a"_s, 1}});
+    QTest::newRow("a map of texts without secrets")
+            << QVariant::fromValue(QMap<QString, QString>{{u"a"_s, u"1"_s}});
+    QTest::newRow("bytes") << QVariant(QByteArray("pin"));
     QTest::newRow("invalid") << QVariant();
 }
 
