@@ -4,6 +4,8 @@
 #ifndef TAMSEL_HOST_REJECTEDVALUES_H
 #define TAMSEL_HOST_REJECTEDVALUES_H
 
+#include "settingjson.h"
+
 #include <QtCore/QMutex>
 #include <QtCore/QString>
 #include <QtCore/QVariant>
@@ -30,7 +32,9 @@ public:
                 return true;
             last.swap(entry->second);
         }
-        return last.metaType() != value.metaType() || last != value;
+        // What is not a number is not equal to itself, nor is a type without comparison.
+        return last.metaType() != value.metaType()
+                || (last != value && jsonOf(last) != jsonOf(value));
     }
 
 private:

@@ -441,6 +441,14 @@ void tst_Setting::warnsOncePerValue()
     host.set(u"loud"_s);
     QCOMPARE(host.setting(5).value(), 5);
     QCOMPARE(takeWarnings(), loud);
+    // Of a value that is not equal to itself.
+    host.set(std::numeric_limits<double>::quiet_NaN());
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(host.setting(5).value(), 5);
+    QCOMPARE(takeWarnings().size(), 1);
+    host.set(u"loud"_s);
+    QCOMPARE(host.setting(5).value(), 5);
+    QCOMPARE(takeWarnings(), loud);
     // Of another setting, and of another notifier.
     host.manager.setValue(u"g"_s, u"other"_s, u"loud"_s, SettingsType::Runtime);
     QCOMPARE(host.setting(5, u"other"_s).value(), 5);
