@@ -43,7 +43,9 @@ int main(int argc, char *argv[])
 
     QQmlEngine engine;
     QQmlComponent component(&engine);
-    component.setData("import Tamsel\nSetting { group: \"player\"; key: \"volume\"; defaultValue: 5 }", QUrl());
+    component.setData(
+            "import Tamsel\nSetting { group: \"player\"; key: \"volume\"; defaultValue: 5 }",
+            QUrl());
     const std::unique_ptr<QObject> setting(component.create());
     if (!setting)
         qFatal("%s", qPrintable(component.errorString()));
