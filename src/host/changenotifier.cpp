@@ -71,8 +71,6 @@ private:
 #else
 class Handover
 {
-public:
-    Handover() { } // not trivial, or it would be an unused variable
 };
 #endif
 
@@ -203,12 +201,12 @@ void SubscriptionRecord::dispatch(const Key &key)
             return;
         if (m_context->thread() != QThread::currentThread()) {
             if (!std::exchange(pending->second.isPosted, true)) {
-                const Handover posting;
+                [[maybe_unused]] const Handover posting{};
                 QMetaObject::invokeMethod(
                         m_context,
                         [record = weak_from_this(), key] {
                             {
-                                const Handover posted;
+                                [[maybe_unused]] const Handover posted{};
                             }
                             if (const Record receiver = record.lock())
                                 receiver->deliver(key);
@@ -265,7 +263,7 @@ bool SubscriptionRecord::detach()
     QMetaObject::Connection destroyed;
     {
         const QMutexLocker locker(&m_mutex);
-        if (!std::exchange(m_context, nullptr))
+        if (std::exchange(m_context, nullptr) == nullptr)
             return false;
         m_pending.clear();
         destroyed = std::exchange(m_destroyed, {});

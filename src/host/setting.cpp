@@ -85,7 +85,7 @@ std::optional<bool> detail::toBool(const QVariant &value)
             return true;
         return valueIf(text == "0"_L1 || text.compare("false"_L1, Qt::CaseInsensitive) == 0, false);
     }
-    const std::optional<qint64> number = toSigned(value);
+    const qint64 number = toSigned(value).value_or(-1);
     return valueIf(number == 0 || number == 1, number == 1);
 }
 
