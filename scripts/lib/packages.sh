@@ -52,7 +52,7 @@ build_packages=(g++ cmake ninja-build qt6-base-dev)
 test_packages=(librapidcheck-dev pkg-config)
 # shellcheck disable=SC2034
 bench_packages=(libbenchmark-dev valgrind python3)
-# What the QML module, its tests and its example need: the stage qml of CI and scripts/pictures alone.
+# What the QML module, its tests and its example need: the stage qml of CI, scripts/pictures, and the packages.
 # shellcheck disable=SC2034
 qml_packages=(qt6-declarative-dev qt6-declarative-dev-tools libgl-dev fonts-dejavu-core
     qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qtquick
