@@ -56,7 +56,7 @@ std::shared_ptr<Notifier> sharedNotifier(ConfigurationManager *manager)
     return own;
 }
 
-thread_local std::weak_ptr<Dispatcher> ofThisThread;
+thread_local std::weak_ptr<Dispatcher> ofThisThread; // NOLINT(*-non-const-global-variables)
 
 } // namespace
 

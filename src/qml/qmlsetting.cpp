@@ -77,7 +77,7 @@ void QmlSetting::onDefaultValueChanged()
 {
     // A default may be read before the component is complete.
     const QPointer<QmlSetting> alive = this;
-    refresh();
+    refresh(); // NOLINT(clang-analyzer-core.CallAndMessage): it takes `this` for null
     if (alive)
         Q_EMIT defaultValueChanged();
 }

@@ -44,6 +44,7 @@ class QmlSetting : public QObject, public QQmlParserStatus
     Q_PROPERTY(bool writable READ isWritable NOTIFY writableChanged BINDABLE bindableWritable FINAL)
 
 public:
+    // NOLINTBEGIN(modernize-return-braced-init-list): a QBindable is made of a pointer
     explicit QmlSetting(QObject *parent = nullptr);
     ~QmlSetting() override;
 
@@ -70,6 +71,7 @@ public:
     QBindable<bool> bindableOverridden() { return &m_boundOverridden; }
     bool isWritable() const { return m_writable; }
     QBindable<bool> bindableWritable() { return &m_boundWritable; }
+    // NOLINTEND(modernize-return-braced-init-list)
 
     void classBegin() override { }
     void componentComplete() override;

@@ -26,7 +26,6 @@ using tamsel::SettingsType;
 using tamsel::host::Redaction;
 using tamsel::host::SettingsCatalogue;
 using tamsel::host::Snapshot;
-using tamsel::tests::groupMap;
 using tamsel::tests::keyOf;
 using tamsel::tests::runTogether;
 using tamsel::tests::TestHost;
