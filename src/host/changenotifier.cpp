@@ -200,7 +200,7 @@ void SubscriptionRecord::dispatch(const Key &key)
         if (pending == m_pending.end())
             return;
         if (m_context->thread() != QThread::currentThread()) {
-            if (!std::exchange(pending->second.isPosted, true)) {
+            if (!pending->second.isPosted) {
                 [[maybe_unused]] const Handover posting{};
                 QMetaObject::invokeMethod(
                         m_context,
@@ -212,6 +212,7 @@ void SubscriptionRecord::dispatch(const Key &key)
                                 receiver->deliver(key);
                         },
                         Qt::QueuedConnection);
+                pending->second.isPosted = true; // not before: posting may run out of memory
             }
             return;
         }
