@@ -68,7 +68,7 @@ public:
                                                          &handler, &logger, path);
     }
 
-    const Files files;
+    const Files files{};
     QString path = files.path(u"x.conf"_s);
     Journal journal;
     RecordingHandler handler{&journal};
