@@ -518,6 +518,11 @@ void tst_Setting::equalValueOfTheTypeIsNotNotified()
     host.set(u"6"_s);
     host.set(7);
     QCOMPARE(got, QList<int>({6, 7}));
+    // Intentional: the first call has the value, even if it is that of before.
+    host.setting(0, u"other"_s).onChanged(&host.context, [&](int value) { got.append(value); });
+    host.manager.setValue(u"g"_s, u"other"_s, 0, SettingsType::Runtime);
+    host.manager.setValue(u"g"_s, u"other"_s, u"0"_s, SettingsType::Runtime);
+    QCOMPARE(got, QList<int>({6, 7, 0}));
 }
 
 void tst_Setting::copiesAreIndependent()

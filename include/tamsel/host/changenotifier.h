@@ -68,8 +68,8 @@ public:
     /*!
      * \brief Ends the subscription; nothing happens if it has ended.
      *
-     * Called on the thread of the context, the function is not called any more, the one that runs
-     * now included in no further call. Called on another thread, one call may be under way.
+     * On the thread of the context, the function is not called any more; a call that runs goes on to
+     * its end. On another thread, one more call may be under way.
      */
     void drop();
 
@@ -101,8 +101,8 @@ private:
  *
  * A function for one setting is not called if the value is equal to the one it got last, or to the
  * one at the time of the subscription. Equal means of the same type and equal as QVariant compares
- * them; a value of a custom type without comparison equals none. A new origin alone is no reason for
- * a call. Subscribe first, then read the setting. Functions for a group or for everything are called
+ * them; a value of a custom type without comparison equals none. A new origin alone calls
+ * nothing. Subscribe first, then read the setting. Functions for a group or for everything are called
  * for every notification; \ref unnotified "some" come without a change.
  *
  * What the manager does not notify no subscriber sees: an invalid value that is written, a file that

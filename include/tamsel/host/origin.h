@@ -21,7 +21,7 @@ namespace tamsel::host {
  * \brief The layer that the effective value of \a group / \a key comes from; none if no layer holds
  * the setting.
  *
- * It asks the layers one after the other, the one of highest precedence first.
+ * Asks the layers one after the other, the highest first.
  *
  * \par Threads
  * Names every layer: call it while no other thread replaces or clears one, see

@@ -24,8 +24,8 @@ class RedactionPrivate;
  * "parental/PIN" and also "ui/spinner": what is redacted without need can be asked for, what was
  * shown cannot be taken back.
  *
- * A member of a map is matched too, as `group/key/member`. The text of a value is not looked at: a
- * password inside a URL is not found.
+ * A member of a map of any type is matched too, as `group/key/member`. The text of a value is not
+ * looked at: a password inside a URL is not found.
  *
  * \par Ownership
  * A value; copies share their data.

@@ -271,7 +271,8 @@ public:
     /*!
      * \brief Calls \a function on the thread of \a context when value() changes.
      *
-     * As ChangeNotifier::subscribe(), and not if value() is what the function got last.
+     * As ChangeNotifier::subscribe(), and not if value() is what the function got last. The first call
+     * may have the value of before: if the default is written, or a number in place of its text.
      */
     Subscription onChanged(QObject *context, std::function<void(const T &value)> function) const
     {

@@ -84,6 +84,7 @@ public:
      * \brief Clears a file layer and creates it again, as after a restart of the process.
      *
      * QSettings remembers the contents of a file by its path, so the file moves to a new directory.
+     * It exists: a value was written to the layer before.
      */
     void reread(SettingsType type)
     {
@@ -95,7 +96,7 @@ public:
         manager.initStorage(type);
     }
 
-    /*! \brief Lets the files of layers created from now on lie in \a place, two new directories. */
+    /*! \brief Layers that are created from now on have their files in \a place, which is new. */
     void moveTo(const QString &place)
     {
         m_place = place;
