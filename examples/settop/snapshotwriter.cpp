@@ -35,7 +35,7 @@ SignalWatcher::SignalWatcher(std::function<void(int number)> reaction)
                          : -1,
                  QSocketNotifier::Read)
 {
-    QObject::connect(&m_notifier, &QSocketNotifier::activated, [this] { receive(); });
+    QObject::connect(&m_notifier, &QSocketNotifier::activated, &m_notifier, [this] { receive(); });
     struct sigaction action = {};
     action.sa_handler = &SignalWatcher::send;
     action.sa_flags = SA_RESTART;

@@ -293,7 +293,7 @@ void Subscriptions::remove(const Record &record)
     std::copy_if((*records)->cbegin(), (*records)->cend(), std::back_inserter(*fewer),
                  [&record](const Record &other) { return other != record; });
     if (fewer->empty())
-        m_records.erase(records);
+        m_records.remove(record->target());
     else
         *records = std::move(fewer);
 }

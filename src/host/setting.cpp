@@ -39,7 +39,7 @@ Kind kindOf(const QVariant &value)
     case QMetaType::LongLong:
         return Kind::Signed;
     case QMetaType::Char: // with or without a sign, it fits either
-        return std::is_signed_v<char> ? Kind::Signed : Kind::Unsigned;
+        return std::numeric_limits<char>::is_signed ? Kind::Signed : Kind::Unsigned;
     case QMetaType::UChar:
     case QMetaType::UShort:
     case QMetaType::UInt:

@@ -63,7 +63,7 @@ thread_local std::weak_ptr<Dispatcher> ofThisThread; // NOLINT(*-non-const-globa
 Notifier::Notifier(host::ChangeNotifier *notifier) : m_notifier(notifier)
 {
     auto life = std::make_shared<int>();
-    m_life = life;
+    m_life = life; // cppcheck-suppress useInitializationList
     // The setting does not matter: the function goes with the notifier.
     notifier->subscribe({}, {}, &m_context, [life](const host::Change &) {});
 }
@@ -85,6 +85,7 @@ Notifier::~Notifier()
     }
     // Intentional: it is left behind, as its manager may be dead. It would remove itself from it.
     static QMutex mutex;
+    // NOLINTNEXTLINE(*-non-const-global-variables,bugprone-unhandled-exception-at-new)
     static auto *const leftBehind = new QList<host::ChangeNotifier *>;
     const QMutexLocker locker(&mutex);
     leftBehind->append(m_notifier);
@@ -194,7 +195,7 @@ void Dispatcher::remove(QmlSetting *setting, const QString &group, const QString
     if (!entry->settings.isEmpty())
         return;
     entry->subscription.drop();
-    m_groups.erase(entry);
+    m_groups.remove(group);
 }
 
 void Dispatcher::wrote(const QString &group, const QString &key)

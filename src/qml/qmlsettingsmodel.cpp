@@ -132,8 +132,8 @@ void QmlSettingsModel::update(const QString &group, const QString &key)
         return;
     const Key changed(group, key);
     const bool isHeld = settings->contains(group, key);
-    const auto known = std::lower_bound(m_known.begin(), m_known.end(), changed);
-    const bool wasHeld = known != m_known.end() && *known == changed;
+    const auto known = std::lower_bound(m_known.cbegin(), m_known.cend(), changed);
+    const bool wasHeld = known != m_known.cend() && *known == changed;
     if (isHeld && !wasHeld)
         m_known.insert(known, changed);
     else if (!isHeld && wasHeld)

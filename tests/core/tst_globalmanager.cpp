@@ -63,7 +63,7 @@ public:
     int maxLevel = -1;
 };
 
-Host host; // clazy:exclude=non-pod-global-static
+Host host;
 
 } // namespace
 

@@ -82,8 +82,7 @@ public:
 };
 
 // What is logged and notified of a write that was accepted.
-const QStringList accepted{// clazy:exclude=non-pod-global-static
-                           u"debug: Top value changed CustomConfPersistent: g/k = 'new'"_s,
+const QStringList accepted{u"debug: Top value changed CustomConfPersistent: g/k = 'new'"_s,
                            u"handler: CustomConfPersistent g/k = QString(new)"_s};
 
 // What is logged where a write of g/k, and where then its removal is refused.

@@ -64,7 +64,7 @@ private:
         return QLatin1StringView(keyOf(type)) + u"'s %1"_s.arg(m_random.bounded(3));
     }
 
-    static inline const QStringList keys{u"a"_s, u"b"_s}; // clazy:exclude=non-pod-global-static
+    static inline const QStringList keys{u"a"_s, u"b"_s};
 
     QRandomGenerator m_random;
     TestHost m_host;

@@ -429,6 +429,7 @@ void tst_Snapshot::aChangeInBetweenIsLookedUpAgain()
     SettingsCatalogue catalogue(&host.manager);
     host.init(SettingsType::FeatureKeys, {{u"k"_s, u"FeatureKeys"_s}});
     int count = 0;
+    // cppcheck-suppress danglingLifetime
     LivingGroup::entries = [&]() -> QVariantMap {
         count = std::min(count + 1, lookups);
         if (changesOrigin && count % 2 == 0)
@@ -464,6 +465,7 @@ void tst_Snapshot::aSettingThatGoesInBetweenIsLeftOut()
     TestHost host;
     SettingsCatalogue catalogue(&host.manager);
     int left = 0;
+    // cppcheck-suppress danglingLifetime
     LivingGroup::entries = [&left]() -> QVariantMap {
         return left-- > 0 ? QVariantMap{{u"k"_s, u"v"_s}} : QVariantMap();
     };
@@ -480,6 +482,7 @@ void tst_Snapshot::whatChangesAllTheTimeIsMarked()
     host.manager.removeConfigurationHandler(&host.handler);
     SettingsCatalogue catalogue(&host.manager);
     int count = 0;
+    // cppcheck-suppress danglingLifetime
     LivingGroup::entries = [&count]() -> QVariantMap { return {{u"k"_s, ++count}}; };
     host.manager.initStorage(SettingsType::Rdm, {{u"g"_s, QVariant::fromValue(LivingGroup())}});
     catalogue.remember(u"g"_s, u"k"_s);

@@ -232,6 +232,7 @@ void tst_QmlBridge::anObjectMayDieInItsOwnSignal()
     QObject *next = create(engine.get()).release();
     for (QObject *object : {dying, next}) {
         QVERIFY(connect(object, SIGNAL(valueChanged()), object, SIGNAL(destroyed())));
+        // The objects live no longer than the two variables. clazy:exclude=lambda-in-connect
         connect(object, &QObject::destroyed, object, [&dying, &next, object] {
             delete std::exchange(object == dying ? next : dying, nullptr);
         });

@@ -41,7 +41,7 @@ void check(bool passed, const char *what)
 
 #define CHECK(condition) check(condition, #condition)
 
-class Logger : public tamsel::ILogger
+class KeptLog : public tamsel::ILogger
 {
 public:
     void error(const QString &message) override { lines.append("error: " + message); }
@@ -79,7 +79,7 @@ public:
 
 void useManager(const QString &directory)
 {
-    Logger logger;
+    KeptLog logger;
     Handler handler;
     {
         tamsel::ConfigurationManager settings(&logger);
@@ -112,13 +112,13 @@ void useManager(const QString &directory)
 
 void useBaseOfLayers()
 {
-    Logger logger;
+    KeptLog logger;
     Constant layer(SettingsType::Rdm, nullptr, &logger);
     layer.setValue("ui", "lang", "en");
     CHECK(logger.lines == QStringList("error: The storage doesn't support writing!"));
     // The type information is the library's, not a copy of our own.
     tamsel::ILogger *interface = layer.logger();
-    CHECK(dynamic_cast<Logger *>(interface) == &logger);
+    CHECK(dynamic_cast<KeptLog *>(interface) == &logger);
 }
 
 void useSettingsType()
