@@ -54,7 +54,11 @@ public:
     /*! \brief Returns what is in the journal, and empties it. */
     QStringList take() { return m_journal->take(); }
 
-    /*! \brief Called on the thread of the change, after the line is written. It may delete the handler. */
+    /*!
+     * \brief Called on the thread of the change, after the line is written.
+     *
+     * It may delete the handler, and itself with it: it uses nothing that it captured after that.
+     */
     Reaction reaction;
 
 private:
