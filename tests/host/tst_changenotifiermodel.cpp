@@ -166,9 +166,9 @@ void tst_ChangeNotifierModel::lastValueIsTheReaders()
     bool ok = false;
     const int asked = qEnvironmentVariableIntValue("TAMSEL_MODEL_SEQUENCES", &ok);
     // What comes later wins.
-    qputenv("RC_PARAMS",
-            "max_success=" + QByteArray::number(ok ? asked / 20 : 100) + ' '
-                    + qgetenv("RC_PARAMS"));
+    const QByteArray parameters = "max_success=" + QByteArray::number(ok ? asked / 20 : 100) + ' '
+            + qgetenv("RC_PARAMS");
+    qputenv("RC_PARAMS", parameters);
     QVERIFY(rc::check("subscribers have what a reader gets", [] {
         const auto numbers
                 = *rc::gen::container<std::vector<quint32>>(400, rc::gen::arbitrary<quint32>());
