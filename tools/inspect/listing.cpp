@@ -17,7 +17,7 @@ constexpr auto usualType = "QString"_L1; // of what stands in a file; it goes wi
 // "RavonaConfDefault 'ru'"; with the name of its entry where no reader of the setting gets it.
 QString layerValueText(const LayerValue &layerValue)
 {
-    const QString layer = layerName(layerValue.layer);
+    QString layer = layerName(layerValue.layer);
     if (!layerValue.value.isKnown())
         return layer;
     const QString value = layerValue.isLost() ? u"(cannot be read)"_s : layerValue.value.text();

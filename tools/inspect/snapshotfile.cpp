@@ -67,7 +67,7 @@ void readAll(const QJsonObject &snapshot, QLatin1StringView name, const Reader &
 {
     qsizetype number = 0;
     const QJsonArray members = arrayIn(snapshot, name);
-    for (const QJsonValue &member : members) {
+    for (const auto &member : members) {
         ++number;
         try {
             if (!member.isObject())

@@ -44,8 +44,8 @@ public:
 
 private:
     void readLayer(const QJsonObject &layer);
-    void readSetting(const QJsonObject &setting);
-    void readChange(const QJsonObject &change);
+    void readSetting(const QJsonObject &object);
+    void readChange(const QJsonObject &object);
     Value valueIn(const QJsonObject &object, const SettingName &name) const;
 
     const tamsel::host::Redaction m_redaction;
