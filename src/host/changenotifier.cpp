@@ -392,7 +392,7 @@ public:
         Origin origin;
         if (!subscriptions->findOrigin(type, changed, value, &origin))
             return;
-        forEach(found, [&](SubscriptionRecord &record) { record.mark(changed, *origin); });
+        forEach(found, [&](SubscriptionRecord &record) { record.mark(changed, origin); });
         forEach(found, [&](SubscriptionRecord &record) { record.dispatch(changed); });
     }
 

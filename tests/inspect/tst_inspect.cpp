@@ -336,12 +336,13 @@ void tst_Inspect::completion()
         SKIP_TEST("there is no bash");
     write(u"b x/file"_s, "");
     write(u"box.json"_s, "");
-    const QString shown = run(u"bash -c '. "_s + QStringLiteral(TAMSEL_TREE)
-                              + "/tools/inspect/tamsel-inspect.bash; COMP_WORDS=(tamsel-inspect "_L1
-                              + words + (words.isEmpty() ? "\"\""_L1 : ""_L1)
-                              + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _tamsel_inspect x "
-                                "\"${COMP_WORDS[COMP_CWORD]}\" \"${COMP_WORDS[COMP_CWORD-1]}\"; "
-                                "printf \"%s|\" \"${COMPREPLY[@]}\"'"_L1);
+    const QString shown
+            = run(u"bash -c '. \""_s + QStringLiteral(TAMSEL_TREE)
+                  + "/tools/inspect/tamsel-inspect.bash\"; COMP_WORDS=(tamsel-inspect "_L1 + words
+                  + (words.isEmpty() ? "\"\""_L1 : ""_L1)
+                  + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _tamsel_inspect x "
+                    "\"${COMP_WORDS[COMP_CWORD]}\" \"${COMP_WORDS[COMP_CWORD-1]}\"; "
+                    "printf \"%s|\" \"${COMPREPLY[@]}\"'"_L1);
     QStringList found = (shown == "|"_L1 ? QString() : shown).split(u'|');
     QStringList expected = completed.split(u'|');
     found.sort();
