@@ -67,7 +67,7 @@ void warnAboutFiles(const tamsel::ConfigurationManager &settings, const QString 
     }
 }
 
-// With SETTOP_SNAPSHOT, settop runs on as a real host does: until it is told to end, it writes a
+// With SETTOP_SNAPSHOT, settop runs on as a real host does: until it is asked to end, it writes a
 // snapshot for each SIGUSR1.
 class Stay
 {
