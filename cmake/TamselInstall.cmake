@@ -24,8 +24,14 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/tamselConfig.cmake.in
     ${PROJECT_BINARY_DIR}/tamselConfig.cmake
     INSTALL_DESTINATION ${tamsel_package_dir}
     NO_SET_AND_CHECK_MACRO)
+# Before 1.0 the interface may change with each minor version.
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+    set(tamsel_compatibility SameMinorVersion)
+else()
+    set(tamsel_compatibility SameMajorVersion)
+endif()
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tamselConfigVersion.cmake
-    COMPATIBILITY SameMajorVersion)
+    COMPATIBILITY ${tamsel_compatibility})
 install(FILES
         ${PROJECT_BINARY_DIR}/tamselConfig.cmake
         ${PROJECT_BINARY_DIR}/tamselConfigVersion.cmake
