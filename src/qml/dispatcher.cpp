@@ -15,6 +15,7 @@
 #include <QtQml/QQmlInfo>
 
 #include <atomic>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -200,9 +201,14 @@ void Dispatcher::remove(QmlSetting *setting, const QString &group, const QString
 
 void Dispatcher::wrote(const QString &group, const QString &key)
 {
-    const QList<QmlSettingsModel *> models = m_models;
-    for (QmlSettingsModel *model : models)
-        model->update(group, key);
+    // A model may be destroyed in the signals of another one.
+    QVarLengthArray<QPointer<QmlSettingsModel>, 4> models;
+    for (QmlSettingsModel *model : std::as_const(m_models))
+        models.append(model);
+    for (const QPointer<QmlSettingsModel> &model : models) {
+        if (model)
+            model->update(group, key);
+    }
     refresh(group, key);
 }
 

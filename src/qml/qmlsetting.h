@@ -121,7 +121,6 @@ private:
     bool m_writable = false;
 
     bool m_complete = false;
-    bool m_attached = false;
     bool m_refused = false; // and said so
     QVariant m_early; // written before the component was complete
     QString m_attachedGroup; // what m_dispatcher knows this object by

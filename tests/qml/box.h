@@ -62,6 +62,24 @@ public:
     {
         m_host.manager.clearStorage(static_cast<SettingsType>(layer));
     }
+    // Whether the file of a layer exists.
+    Q_INVOKABLE bool hasFile(int layer)
+    {
+        return QFile::exists(m_host.filePath(static_cast<SettingsType>(layer)));
+    }
+    // The file of a layer takes no writes any more, not even by root: a directory is in its place.
+    Q_INVOKABLE void blockFile(int layer)
+    {
+        const QString path = m_host.filePath(static_cast<SettingsType>(layer));
+        if (!QFile::remove(path) || !QDir().mkdir(path))
+            qFatal("%s: no directory in place of the file", qPrintable(path));
+    }
+    Q_INVOKABLE void unblockFile(int layer)
+    {
+        const QString path = m_host.filePath(static_cast<SettingsType>(layer));
+        if (!QDir().rmdir(path))
+            qFatal("%s: the directory stays", qPrintable(path));
+    }
     Q_INVOKABLE QVariant value(const QString &group, const QString &key)
     {
         return m_host.manager.value(group, key);

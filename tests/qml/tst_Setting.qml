@@ -208,6 +208,28 @@ TestCase {
         compare(setting.writable, true)
     }
 
+    function test_aFileThatTakesNoWritesRefuses() {
+        const refusal = /player\/volume in CustomConfPersistent: the layer refused it$/
+        const setting = volume({layer: Tamsel.CustomConfPersistent})
+        setting.value = 7
+        tryVerify(() => Box.hasFile(Tamsel.CustomConfPersistent))
+        Box.blockFile(Tamsel.CustomConfPersistent)
+        ignoreWarning(refusal)
+        setting.value = 8
+        setting.reset()
+        compare(setting.value, 7)
+        compare(setting.origin, Tamsel.CustomConfPersistent)
+        // A write that succeeds is the end of it: the next refusal is a warning again.
+        Box.unblockFile(Tamsel.CustomConfPersistent)
+        setting.value = 9
+        compare(setting.value, 9)
+        tryVerify(() => Box.hasFile(Tamsel.CustomConfPersistent))
+        Box.blockFile(Tamsel.CustomConfPersistent)
+        ignoreWarning(refusal)
+        setting.reset()
+        compare(setting.value, 9)
+    }
+
     function test_nullIsRefused() {
         const setting = volume()
         setting.value = 9

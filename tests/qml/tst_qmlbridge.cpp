@@ -8,6 +8,7 @@
 #include "threads.h"
 
 #include <tamsel/host/changenotifier.h>
+#include <tamsel/host/redaction.h>
 #include <tamsel/host/settingscatalogue.h>
 #include <tamsel/qml/qmlhost.h>
 
@@ -28,6 +29,7 @@ namespace {
 
 const QByteArray volume = R"(import Tamsel
 Setting { group: "player"; key: "volume"; defaultValue: 5 })";
+const QByteArray settingsModel = "import Tamsel\nSettingsModel { }";
 
 std::unique_ptr<QQmlEngine> makeEngine()
 {
@@ -97,6 +99,8 @@ private Q_SLOTS:
     void twoEnginesOnTwoThreads();
     void tenThousandRowsAreUpdatedOneByOne();
     void aModelWithoutCatalogueWarns();
+    void aModelRedactsAsTheHostSays();
+    void aModelMayDieInTheSignalOfAnother();
 };
 
 void tst_QmlBridge::init()
@@ -340,7 +344,7 @@ void tst_QmlBridge::tenThousandRowsAreUpdatedOneByOne()
         settings.setValue(u"rows"_s, keyOfRow(row), 0, SettingsType::Runtime);
 
     const auto engine = makeEngine();
-    const auto object = create(engine.get(), "import Tamsel\nSettingsModel { }");
+    const auto object = create(engine.get(), settingsModel);
     auto *model = qobject_cast<QAbstractItemModel *>(object.get());
     QVERIFY(model);
     QCOMPARE(model->rowCount(), count);
@@ -377,10 +381,55 @@ void tst_QmlBridge::aModelWithoutCatalogueWarns()
     published.write(7);
     const auto engine = makeEngine();
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"no catalogue is lent"_s));
-    const auto object = create(engine.get(), "import Tamsel\nSettingsModel { }");
+    const auto object = create(engine.get(), settingsModel);
     QCOMPARE(object->property("count"), 0);
     published.write(8);
     QCOMPARE(object->property("count"), 1);
+}
+
+void tst_QmlBridge::aModelRedactsAsTheHostSays()
+{
+    Published published;
+    tamsel::host::SettingsCatalogue catalogue(&published.host.manager);
+    tamsel::qml::setQmlSettingsCatalogue(&catalogue);
+    published.write(7);
+    published.host.manager.setValue(u"wifi"_s, u"password"_s, u"x"_s, SettingsType::Runtime);
+    const auto valuesOf = [](const QObject *object) {
+        const auto *model = qobject_cast<const QAbstractItemModel *>(object);
+        const int role = model->roleNames().key("value");
+        return QVariantList{model->index(0, 0).data(role), model->index(1, 0).data(role)};
+    };
+
+    const auto engine = makeEngine();
+    const auto usual = create(engine.get(), settingsModel);
+    tamsel::qml::setQmlRedaction(tamsel::host::Redaction({u"player/*"_s}));
+    const auto chosen = create(engine.get(), settingsModel);
+    tamsel::qml::setQmlRedaction(tamsel::host::Redaction());
+    tamsel::qml::setQmlSettingsCatalogue(nullptr);
+    const QString placeholder = tamsel::host::Redaction::placeholder();
+    QCOMPARE(valuesOf(usual.get()), QVariantList({7, placeholder}));
+    QCOMPARE(valuesOf(chosen.get()), QVariantList({placeholder, u"x"_s}));
+}
+
+void tst_QmlBridge::aModelMayDieInTheSignalOfAnother()
+{
+    Published published;
+    tamsel::host::SettingsCatalogue catalogue(&published.host.manager);
+    tamsel::qml::setQmlSettingsCatalogue(&catalogue);
+    published.host.manager.initStorage(SettingsType::SystemProperties);
+    published.write(7);
+    const auto engine = makeEngine();
+    const auto first = create(engine.get(), settingsModel);
+    auto next = create(engine.get(), settingsModel);
+    tamsel::qml::setQmlSettingsCatalogue(nullptr);
+    connect(qobject_cast<QAbstractItemModel *>(first.get()), &QAbstractItemModel::dataChanged, this,
+            [&next] { next.reset(); });
+    // A write that the core does not notify: only the module does.
+    const auto setting = create(engine.get(), volume);
+    setting->setProperty("layer", static_cast<int>(SettingsType::SystemProperties));
+    setting->setProperty("value", 8);
+    QVERIFY(!next);
+    QCOMPARE(setting->property("overridden"), true);
 }
 
 QTEST_GUILESS_MAIN(tst_QmlBridge)
