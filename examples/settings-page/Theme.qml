@@ -69,7 +69,7 @@ QtObject {
         Tamsel.SystemProperties, Tamsel.CommandLineArgs, Tamsel.CustomConfPersistent, Tamsel.SelviDb,
         Tamsel.RavonaConfDefault]
 
-    // Whether a value from `origin` hides what `layer` holds.
+    // Whether `layer` is overridden if it holds a value whose origin is `origin`.
     function isAbove(origin: int, layer: int): bool {
         return origin >= 0 && precedence.indexOf(origin) < precedence.indexOf(layer)
     }
