@@ -22,7 +22,7 @@ bool DynamicMapStorage::isAvailable() const
 
 bool DynamicMapStorage::contains(const QString &group, const QString &key) const
 {
-    if (!mayHold(group))
+    if (!mayHold(groupBit(group)))
         return false;
     const SpinLocker locker(&m_mutex);
     const auto entries = m_values.constFind(group);
@@ -38,7 +38,7 @@ QVariant DynamicMapStorage::value(const QString &group, const QString &key) cons
 
 bool DynamicMapStorage::lookup(const LookupKey &key, QVariant *value) const
 {
-    if (!mayHold(key.group()))
+    if (!mayHold(key.groupBit()))
         return false;
     const SpinLocker locker(&m_mutex);
     const auto entries = m_values.constFind(key.group());

@@ -35,10 +35,10 @@ public:
     KeyList keys() const override;
 
 private:
-    // False only if no key of the group has ever been written.
-    bool mayHold(const QString &group) const
+    // False only if no key of a group with this bit has ever been written.
+    bool mayHold(quintptr groupBit) const
     {
-        return (m_groupBits.load(std::memory_order_relaxed) & groupBit(group)) != 0;
+        return (m_groupBits.load(std::memory_order_relaxed) & groupBit) != 0;
     }
     bool store(const QString &group, const QString &key, const QVariant &value);
     bool erase(const QString &group, const QString &key);

@@ -3,16 +3,23 @@
 
 #include "lookupstorage.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace tamsel {
 
-QStringView LookupKey::full() const
+void LookupKey::build() const
 {
-    if (m_full.isEmpty()) { // not built yet: the built text contains at least "/"
-        m_full.append(m_group.cbegin(), m_group.size());
-        m_full.append(u'/');
-        m_full.append(m_key.cbegin(), m_key.size());
+    const qsizetype size = m_group.size() + 1 + m_key.size();
+    char16_t *text = m_short.data();
+    if (static_cast<std::size_t>(size) > m_short.size()) {
+        m_long.reset(new char16_t[static_cast<std::size_t>(size)]);
+        text = m_long.get();
     }
-    return {m_full.cbegin(), m_full.size()};
+    char16_t *const slash = std::copy_n(QStringView(m_group).utf16(), m_group.size(), text);
+    *slash = u'/';
+    std::copy_n(QStringView(m_key).utf16(), m_key.size(), std::next(slash));
+    m_size = size;
 }
 
 } // namespace tamsel

@@ -6,8 +6,11 @@
 
 #include <tamsel/abstractstorage.h>
 
+#include <QtCore/QString>
 #include <QtCore/QStringView>
-#include <QtCore/QVarLengthArray>
+
+#include <array>
+#include <memory>
 
 namespace tamsel {
 
@@ -18,8 +21,8 @@ inline quintptr groupBit(const QString &group)
 {
     if (group.isEmpty())
         return 1;
-    const quintptr hash = quintptr(group.size()) + quintptr{5} * group.front().unicode()
-            + quintptr{11} * group.back().unicode();
+    const quintptr hash = quintptr(group.size()) + group.front().unicode()
+            + quintptr{4} * group.back().unicode();
     return quintptr{1} << hash % (8 * sizeof(quintptr));
 }
 
@@ -27,21 +30,38 @@ inline quintptr groupBit(const QString &group)
 class LookupKey
 {
 public:
-    LookupKey(const QString &group, const QString &key) : m_group(group), m_key(key) { }
+    // NOLINTNEXTLINE(*-member-init): see m_short
+    LookupKey(const QString &group, const QString &key)
+        : m_group(group), m_key(key), m_groupBit(tamsel::groupBit(group))
+    {
+    }
 
     const QString &group() const { return m_group; }
     const QString &key() const { return m_key; }
+    quintptr groupBit() const { return m_groupBit; }
 
     // "group/key", as the file layers need it. Built when the first of them asks for it; allocates only
     // if it is unusually long.
-    QStringView full() const;
+    QStringView full() const
+    {
+        if (m_size == 0)
+            build();
+        return {m_long ? m_long.get() : m_short.data(), m_size};
+    }
 
 private:
     Q_DISABLE_COPY_MOVE(LookupKey)
 
+    void build() const;
+
     const QString &m_group;
     const QString &m_key;
-    mutable QVarLengthArray<QChar, 128> m_full;
+    const quintptr m_groupBit;
+    // The text is in m_long if that is not null, otherwise in m_short. The latter is not initialised:
+    // most reads do not need it.
+    mutable qsizetype m_size = 0; // until the text is built, which contains at least "/"
+    mutable std::unique_ptr<char16_t[]> m_long; // NOLINT(*-avoid-c-arrays)
+    mutable std::array<char16_t, 128> m_short;
 };
 
 // The base class of the library's own storages. It adds contains() and value() in one step. Between two

@@ -20,8 +20,8 @@ namespace tamsel {
 inline const LookupStorage *toLookupStorage(const AbstractStorage &storage)
 {
     const std::type_info *type = &typeid(storage);
-    if (type != &typeid(StaticMapReader) && type != &typeid(QtSettingsIniStorage)
-        && type != &typeid(DynamicMapStorage)) {
+    if (type != &typeid(DynamicMapStorage) && type != &typeid(StaticMapReader)
+        && type != &typeid(QtSettingsIniStorage)) {
         return nullptr;
     }
     // NOLINTNEXTLINE(*-static-cast-downcast): see above

@@ -69,7 +69,7 @@ bool StaticMapReader::isAvailable() const
 
 bool StaticMapReader::contains(const QString &group, const QString &key) const
 {
-    if (!mayHold(group))
+    if (!mayHold(groupBit(group)))
         return false;
     const auto found = m_values.constFind(group);
     if (found == m_values.cend())
@@ -92,7 +92,7 @@ QVariant StaticMapReader::value(const QString &group, const QString &key) const
 
 bool StaticMapReader::lookup(const LookupKey &key, QVariant *value) const
 {
-    if (!mayHold(key.group()))
+    if (!mayHold(key.groupBit()))
         return false;
     const auto found = m_values.constFind(key.group());
     if (found == m_values.cend())

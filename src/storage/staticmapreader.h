@@ -47,7 +47,7 @@ public:
     };
 
 private:
-    bool mayHold(const QString &group) const { return (m_groupBits & groupBit(group)) != 0; }
+    bool mayHold(quintptr groupBit) const { return (m_groupBits & groupBit) != 0; }
 
     const QVariantMap m_values;
     const quintptr m_groupBits;

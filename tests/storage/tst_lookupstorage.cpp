@@ -39,7 +39,8 @@ private Q_SLOTS:
     void aLookupSaysWhetherAndWhat_data();
     void aLookupSaysWhetherAndWhat();
     void aFileCannotHoldWhatIsNotHeld();
-    void aLongKeyIsFound();
+    void aKeyOfAnyLengthIsFound_data();
+    void aKeyOfAnyLengthIsFound();
     void aDerivedStorageIsAskedThroughItsSlots();
     void aGroupIsConvertedForEachQuestion();
 
@@ -129,11 +130,21 @@ void tst_LookupStorage::aFileCannotHoldWhatIsNotHeld()
     QCOMPARE(value, QVariant(QRectF()));
 }
 
-void tst_LookupStorage::aLongKeyIsFound()
+void tst_LookupStorage::aKeyOfAnyLengthIsFound_data()
 {
+    QTest::addColumn<int>("groupLength");
+    QTest::newRow("no group") << 0;
+    QTest::newRow("the longest without an allocation") << 63;
+    QTest::newRow("the shortest with an allocation") << 64;
+    QTest::newRow("long") << 300;
+}
+
+void tst_LookupStorage::aKeyOfAnyLengthIsFound()
+{
+    QFETCH(const int, groupLength);
     const QTemporaryDir folder;
-    const QString group(300, u'g');
-    const QString key(300, u'k');
+    const QString group(groupLength, u'g');
+    const QString key(64, u'k');
     QtSettingsIniStorage storage(SettingsType::SelviDb, nullptr, nullptr,
                                  folder.filePath(u"a.conf"_s));
     storage.setValue(group, key, 5);
