@@ -19,22 +19,22 @@ public:
     explicit SpinLocker(QMutex *mutex) : m_mutex(mutex)
     {
         if (!m_mutex->tryLock())
-            wait();
+            wait(m_mutex);
     }
     ~SpinLocker() { m_mutex->unlock(); }
 
 private:
     Q_DISABLE_COPY_MOVE(SpinLocker)
 
-    Q_NEVER_INLINE void wait()
+    Q_NEVER_INLINE static void wait(QMutex *mutex)
     {
         for (int pause = 1; pause <= longestPause; pause *= 2) {
             for (int i = 0; i < pause; ++i)
                 std::this_thread::yield();
-            if (m_mutex->tryLock())
+            if (mutex->tryLock())
                 return;
         }
-        m_mutex->lock();
+        mutex->lock();
     }
 
     static constexpr int longestPause = 16;

@@ -29,18 +29,11 @@ ConfigurationManagerPrivate::~ConfigurationManagerPrivate() = default;
 AbstractStorage *ConfigurationManagerPrivate::findStorage(SettingsType type) const
 {
     const SpinLocker locker(&mutex);
-    const qsizetype index = indexOfStorage(type);
-    return index < 0 ? nullptr : storages.at(index).data();
-}
-
-// The position of the layer `type` in `storages`, or -1. The caller holds `mutex`.
-qsizetype ConfigurationManagerPrivate::indexOfStorage(SettingsType type) const
-{
-    for (qsizetype i = 0; i < storages.size(); ++i) {
-        if (storages.at(i)->type() == type)
-            return i;
+    for (const auto &storage : storages) {
+        if (storage->type() == type)
+            return storage.data();
     }
-    return -1;
+    return nullptr;
 }
 
 ConfigurationManager::ConfigurationManager(ILogger *logger)
@@ -80,8 +73,8 @@ QVariant ConfigurationManager::value(const QString &group, const QString &key,
         if (const LookupStorage *own = toLookupStorage(*storage)) {
             if (own->lookup(wanted, &result))
                 break;
-        } else if (storage->contains(group, key)) {
-            result = storage->value(group, key);
+        } else if (storage->contains(wanted.group(), wanted.key())) {
+            result = storage->value(wanted.group(), wanted.key());
             break;
         }
     }

@@ -89,7 +89,6 @@ private:
     void reportTopValue(SettingsType changed, SettingsType origin, const QString &group,
                         const QString &key, const QVariant &value) const;
     qsizetype indexOfHandler(const IConfigurationChangeHandler *handler) const;
-    qsizetype indexOfStorage(SettingsType type) const;
     QSharedPointer<AbstractStorage> sharedStorage(SettingsType type) const;
     void insertStorage(QSharedPointer<AbstractStorage> storage);
     void replaceStorage(const AbstractStorage &previous, QSharedPointer<AbstractStorage> storage);

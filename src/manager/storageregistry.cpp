@@ -256,7 +256,11 @@ void ConfigurationManagerPrivate::replaceStorage(const AbstractStorage &previous
 QSharedPointer<AbstractStorage> ConfigurationManagerPrivate::sharedStorage(SettingsType type) const
 {
     const SpinLocker locker(&mutex);
-    return storages.value(indexOfStorage(type));
+    for (const auto &storage : storages) {
+        if (storage->type() == type)
+            return storage;
+    }
+    return {};
 }
 
 // Replaces the layer of the type of `storage`, or inserts `storage` at its rank.
