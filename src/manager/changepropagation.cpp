@@ -98,8 +98,8 @@ void ConfigurationManagerPrivate::reportTopValue(SettingsType changed, SettingsT
                                                  const QVariant &value) const
 {
     logForType(changed, [&]() -> QString {
-        return "Top value changed "_L1 % typeName(origin) % ": "_L1 % group % '/'_L1 % key
-                % " = '"_L1 % value.toString() % '\''_L1;
+        return u"Top value changed " % typeName(origin) % u": " % group % u'/' % key % u" = '"
+                % value.toString() % u'\'';
     });
     notifyHandlers(origin, group, key, value);
 }

@@ -12,6 +12,8 @@
 #include <QtCore/QSettings>
 #include <QtCore/QThread>
 
+#include <typeinfo>
+
 using namespace Qt::StringLiterals;
 
 namespace tamsel {
@@ -120,9 +122,13 @@ void QtSettingsIniStorage::setValue(const QString &group, const QString &key, co
                 value.toString(), group, key, m_settings->fileName()));
         return;
     }
-    if (this->value(group, key) == value)
+    const LookupKey wanted(group, key);
+    // The value() of this class would build the key once more; that of a derived class is called.
+    if ((typeid(*this) == typeid(QtSettingsIniStorage) ? m_settings->value(wanted.full())
+                                                       : this->value(group, key))
+        == value)
         return;
-    m_settings->setValue(LookupKey(group, key).full(), value);
+    m_settings->setValue(wanted.full(), value);
     m_settings->requestFlush();
     notify(group, key, value);
 }
