@@ -235,11 +235,10 @@ void tst_QmlBridge::anObjectMayDieInItsOwnSignal()
     QObject *dying = create(engine.get()).release();
     QObject *next = create(engine.get()).release();
     for (QObject *object : {dying, next}) {
+        QObject **other = object == dying ? &next : &dying; // not by reference, for clazy
         QVERIFY(connect(object, SIGNAL(valueChanged()), object, SIGNAL(destroyed())));
-        // The objects live no longer than the two variables. clazy:exclude=lambda-in-connect
-        connect(object, &QObject::destroyed, object, [&dying, &next, object] {
-            delete std::exchange(object == dying ? next : dying, nullptr);
-        });
+        connect(object, &QObject::destroyed, object,
+                [other] { delete std::exchange(*other, nullptr); });
     }
     published.write(7);
     QCOMPARE(last->property("value"), 7);
@@ -423,7 +422,7 @@ void tst_QmlBridge::aModelMayDieInTheSignalOfAnother()
     auto next = create(engine.get(), settingsModel);
     tamsel::qml::setQmlSettingsCatalogue(nullptr);
     connect(qobject_cast<QAbstractItemModel *>(first.get()), &QAbstractItemModel::dataChanged, this,
-            [&next] { next.reset(); });
+            [dying = &next] { dying->reset(); });
     // A write that the core does not notify: only the module does.
     const auto setting = create(engine.get(), volume);
     setting->setProperty("layer", static_cast<int>(SettingsType::SystemProperties));
