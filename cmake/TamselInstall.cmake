@@ -84,17 +84,28 @@ if(TAMSEL_BUILD_HOST)
     tamsel_install_pc(tamselhost HostDevel)
 endif()
 
-if(TAMSEL_BUILD_QML AND BUILD_SHARED_LIBS)
+if(TAMSEL_BUILD_QML)
     tamsel_install_library(tamselqml QmlRuntime QmlDevel)
-    # Where a Qt of the same prefix looks for modules. The plugin finds the library from there.
+    # Where a Qt of the same prefix looks for modules.
     set(tamsel_qml_dir ${CMAKE_INSTALL_LIBDIR}/qt6/qml/Tamsel)
-    install(FILES ${PROJECT_BINARY_DIR}/qml/Tamsel/qmldir ${PROJECT_BINARY_DIR}/qml/Tamsel/tamselqml.qmltypes
-        DESTINATION ${tamsel_qml_dir} COMPONENT QmlRuntime)
-    install(TARGETS tamselqmlplugin LIBRARY DESTINATION ${tamsel_qml_dir} COMPONENT QmlRuntime)
-    if(NOT DEFINED CMAKE_INSTALL_RPATH)
-        set_target_properties(tamselqmlplugin PROPERTIES INSTALL_RPATH "$ORIGIN/../../..")
-        set_target_properties(tamselqml PROPERTIES INSTALL_RPATH "$ORIGIN")
+    set(tamsel_qml_component QmlRuntime)
+    if(BUILD_SHARED_LIBS)
+        install(TARGETS tamselqmlplugin LIBRARY DESTINATION ${tamsel_qml_dir} COMPONENT QmlRuntime)
+        # The plugin finds the library from there.
+        if(NOT DEFINED CMAKE_INSTALL_RPATH)
+            set_target_properties(tamselqmlplugin PROPERTIES INSTALL_RPATH "$ORIGIN/../../..")
+            set_target_properties(tamselqml PROPERTIES INSTALL_RPATH "$ORIGIN")
+        endif()
+    else()
+        # The plugin and the objects that a program gets with the library. The module is for qmllint.
+        install(TARGETS tamselqmlplugin ${tamsel_qml_outputs}
+            EXPORT tamselqmlTargets
+            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT QmlDevel
+            OBJECTS DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT QmlDevel)
+        set(tamsel_qml_component QmlDevel)
     endif()
+    install(FILES ${PROJECT_BINARY_DIR}/qml/Tamsel/qmldir ${PROJECT_BINARY_DIR}/qml/Tamsel/tamselqml.qmltypes
+        DESTINATION ${tamsel_qml_dir} COMPONENT ${tamsel_qml_component})
 endif()
 
 if(TAMSEL_BUILD_TOOLS)
