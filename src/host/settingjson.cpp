@@ -40,21 +40,20 @@ bool isNotAscii(char32_t character)
     return character >= 0x80;
 }
 
-// "\u202e"; of two such where UTF-16 has two units.
-QString escapeOf(char32_t character)
+// Of the units of one character: "\u202e", of two units two such.
+QString escapeOf(QStringView units)
 {
-    switch (character) {
-    case U'\n':
+    switch (units.front().unicode()) {
+    case u'\n':
         return u"\\n"_s;
-    case U'\r':
+    case u'\r':
         return u"\\r"_s;
-    case U'\t':
+    case u'\t':
         return u"\\t"_s;
     default:
         break;
     }
     QString result;
-    const QString units = QString::fromUcs4(&character, 1);
     for (const QChar unit : units)
         result += u"\\u%1"_s.arg(uint(unit.unicode()), 4, 16, '0'_L1);
     return result;
@@ -62,23 +61,22 @@ QString escapeOf(char32_t character)
 
 template <typename Predicate> QString withEscapes(const QString &text, Predicate isEscaped)
 {
-    const auto isFine = [&](QChar unit) { return !isEscaped(char32_t(unit.unicode())); };
+    const auto isSpecial = [&](QChar unit) { return isEscaped(char32_t(unit.unicode())); };
     // Outside of the basic plane every unit is a surrogate, which is escaped by itself.
-    if (std::all_of(text.cbegin(), text.cend(), isFine))
+    if (std::count_if(text.cbegin(), text.cend(), isSpecial) == 0)
         return text;
     QString result;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        char32_t character = text.at(i).unicode();
-        if (text.at(i).isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate())
-            character = QChar::surrogateToUcs4(text.at(i), text.at(i + 1));
-        if (QChar::requiresSurrogates(character))
-            ++i;
-        if (!isEscaped(character))
-            result += QString::fromUcs4(&character, 1);
-        else if (QChar::isSurrogate(character)) // alone
-            result += u"\\u%1"_s.arg(uint(character), 4, 16, '0'_L1);
+    QStringView rest = text;
+    while (!rest.isEmpty()) {
+        char32_t character = rest.front().unicode();
+        if (rest.size() > 1 && rest.front().isHighSurrogate() && rest.at(1).isLowSurrogate())
+            character = QChar::surrogateToUcs4(rest.front(), rest.at(1));
+        const QStringView units = rest.first(QChar::requiresSurrogates(character) ? 2 : 1);
+        rest = rest.sliced(units.size());
+        if (isEscaped(character))
+            result += escapeOf(units);
         else
-            result += escapeOf(character);
+            result += units;
     }
     return result;
 }
@@ -95,6 +93,11 @@ QString debugText(const QVariant &value)
     return result;
 }
 
+QString jsonOfBool(bool value)
+{
+    return value ? u"true"_s : u"false"_s;
+}
+
 QString jsonOfNumber(double number)
 {
     const QString digits = QString::number(number, 'g', QLocale::FloatingPointShortest);
@@ -106,18 +109,24 @@ QString jsonOfValue(const QVariant &value, int depth);
 
 QString jsonOfMap(const QVariantMap &map, int depth)
 {
-    QStringList members;
-    for (auto entry = map.cbegin(); entry != map.cend(); ++entry)
-        members.append(jsonOf(entry.key()) + u':' + jsonOfValue(*entry, depth + 1));
-    return u'{' + members.join(u',') + u'}';
+    QString result;
+    for (auto entry = map.cbegin(); entry != map.cend(); ++entry) {
+        result += result.isEmpty() ? u'{' : u',';
+        result += jsonOf(entry.key());
+        result += u':';
+        result += jsonOfValue(*entry, depth + 1);
+    }
+    return result.isEmpty() ? u"{}"_s : result + u'}';
 }
 
 QString jsonOfList(const QVariantList &list, int depth)
 {
-    QStringList members;
-    for (const QVariant &value : list)
-        members.append(jsonOfValue(value, depth + 1));
-    return jsonArray(members);
+    QString result;
+    for (const QVariant &value : list) {
+        result += result.isEmpty() ? u'[' : u',';
+        result += jsonOfValue(value, depth + 1);
+    }
+    return result.isEmpty() ? u"[]"_s : result + u']';
 }
 
 QString jsonOfValue(const QVariant &value, int depth)
@@ -129,7 +138,7 @@ QString jsonOfValue(const QVariant &value, int depth)
     case QMetaType::Nullptr:
         return u"null"_s;
     case QMetaType::Bool:
-        return value.toBool() ? u"true"_s : u"false"_s;
+        return jsonOfBool(value.toBool());
     case QMetaType::Char:
     case QMetaType::SChar:
     case QMetaType::Short:
@@ -191,14 +200,8 @@ QByteArray typeNameOf(const QVariant &value)
 
 QString layerName(SettingsType layer)
 {
-    static const QList<QString> names = [] {
-        const auto layers = QMetaEnum::fromType<SettingsType>();
-        QList<QString> result;
-        for (const SettingsType type : storagePriority)
-            result.append(QString::fromLatin1(layers.valueToKey(static_cast<quint8>(type))));
-        return result;
-    }();
-    return names.value(priorityOf(layer));
+    static const QMetaEnum layers = QMetaEnum::fromType<SettingsType>();
+    return QString::fromLatin1(layers.valueToKey(static_cast<quint8>(layer)));
 }
 
 QString jsonOf(const QVariant &value)
@@ -208,8 +211,8 @@ QString jsonOf(const QVariant &value)
 
 QString jsonOf(const QString &text)
 {
-    const auto isPlain = [](QChar c) { return c >= u' ' && c <= u'~' && c != u'\\' && c != u'"'; };
-    if (std::all_of(text.cbegin(), text.cend(), isPlain))
+    const auto isSpecial = [](QChar c) { return c < u' ' || c > u'~' || c == u'\\' || c == u'"'; };
+    if (std::count_if(text.cbegin(), text.cend(), isSpecial) == 0)
         return u'"' + text + u'"';
     QString result = text;
     result.replace(u'\\', R"(\\)"_L1).replace(u'"', R"(\")"_L1);
@@ -219,21 +222,6 @@ QString jsonOf(const QString &text)
 QString jsonOrNull(const QString &text)
 {
     return text.isEmpty() ? u"null"_s : jsonOf(text);
-}
-
-QString jsonObject(std::initializer_list<std::pair<QLatin1StringView, QString>> members)
-{
-    QString result;
-    for (const auto &[name, value] : members) {
-        result += result.isEmpty() ? u'{' : u',';
-        result += u'"' + name + R"(":)"_L1 + value;
-    }
-    return result + u'}';
-}
-
-QString jsonArray(const QStringList &members)
-{
-    return u'[' + members.join(u',') + u']';
 }
 
 QString escaped(const QString &text)
@@ -277,31 +265,71 @@ ShownValue redactedValue(const QVariant &value)
             isEmpty(value) ? Redacted::Empty : Redacted::NotEmpty};
 }
 
-QString valueMembers(const ShownValue &value)
+JsonObject &JsonObject::add(QLatin1StringView name, const QString &json)
+{
+    if (m_text.size() > 1)
+        m_text += m_separator;
+    m_text += u'"';
+    m_text += name;
+    m_text += "\":"_L1;
+    m_text += json;
+    return *this;
+}
+
+JsonObject &JsonObject::addText(QLatin1StringView name, const QString &text)
+{
+    return add(name, jsonOf(text));
+}
+
+JsonObject &JsonObject::addTextOrNull(QLatin1StringView name, const QString &text)
+{
+    return add(name, jsonOrNull(text));
+}
+
+JsonObject &JsonObject::addNumber(QLatin1StringView name, quint64 number)
+{
+    return add(name, QString::number(number));
+}
+
+JsonObject &JsonObject::addBool(QLatin1StringView name, bool value)
+{
+    return add(name, jsonOfBool(value));
+}
+
+JsonObject &JsonObject::addValue(const ShownValue &value)
 {
     using Redacted = ShownValue::Redacted;
-    QString redacted = u"null"_s;
+    QString redacted;
     if (value.redacted != Redacted::No)
-        redacted = value.redacted == Redacted::Empty ? u"\"empty\""_s : u"\"not empty\""_s;
-    return R"("value":)"_L1 + jsonOf(value.value) + R"(,"type":)"_L1
-            + jsonOrNull(QString::fromUtf8(value.type)) + R"(,"redacted":)"_L1 + redacted;
+        redacted = value.redacted == Redacted::Empty ? u"empty"_s : u"not empty"_s;
+    return add("value"_L1, jsonOf(value.value))
+            .addTextOrNull("type"_L1, QString::fromUtf8(value.type))
+            .addTextOrNull("redacted"_L1, redacted);
 }
 
 QString layerValueJson(SettingsType layer, const ShownValue &value, const QString &file,
                        const QString &entry)
 {
-    return R"({"layer":)"_L1 + jsonOf(layerName(layer)) + u',' + valueMembers(value)
-            + R"(,"file":)"_L1 + jsonOrNull(file) + R"(,"entry":)"_L1 + jsonOrNull(entry) + u'}';
+    return JsonObject()
+            .addText("layer"_L1, layerName(layer))
+            .addValue(value)
+            .addTextOrNull("file"_L1, file)
+            .addTextOrNull("entry"_L1, entry)
+            .finished();
 }
 
-QString settingJson(const QString &group, const QString &key, const ShownValue &value,
-                    std::optional<SettingsType> origin, const QString &file,
-                    const QStringList &overridden, const QString &more)
+JsonObject settingJson(const QString &group, const QString &key, const ShownValue &value,
+                       std::optional<SettingsType> origin, const QString &file,
+                       const QString &overridden)
 {
-    return R"({"group":)"_L1 + jsonOf(group) + R"(,"key":)"_L1 + jsonOf(key) + u','
-            + valueMembers(value) + R"(,"origin":)"_L1
-            + (origin ? jsonOf(layerName(*origin)) : u"null"_s) + R"(,"file":)"_L1
-            + jsonOrNull(file) + R"(,"overridden":)"_L1 + jsonArray(overridden) + more + u'}';
+    JsonObject result;
+    result.addText("group"_L1, group)
+            .addText("key"_L1, key)
+            .addValue(value)
+            .addTextOrNull("origin"_L1, origin ? layerName(*origin) : QString())
+            .addTextOrNull("file"_L1, file)
+            .add("overridden"_L1, overridden);
+    return result;
 }
 
 } // namespace tamsel::host

@@ -10,12 +10,9 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
-#include <QtCore/QStringList>
 #include <QtCore/QVariant>
 
-#include <initializer_list>
 #include <optional>
-#include <utility>
 
 namespace tamsel::host {
 
@@ -33,10 +30,6 @@ QString jsonOf(const QVariant &value);
 QString jsonOf(const QString &text);
 // null if the text is empty.
 QString jsonOrNull(const QString &text);
-
-// An object or an array on one line; the members are in JSON already.
-QString jsonObject(std::initializer_list<std::pair<QLatin1StringView, QString>> members);
-QString jsonArray(const QStringList &members);
 
 // The text on a single line and unable to steer a terminal: control characters are escaped, and so
 // are those that turn the direction of what follows or cannot be seen.
@@ -66,17 +59,41 @@ struct ShownValue
 ShownValue shownValue(const QVariant &value);
 ShownValue redactedValue(const QVariant &value);
 
-// The keys "value", "type" and "redacted", without braces.
-QString valueMembers(const ShownValue &value);
+// An object in JSON, built member by member.
+class JsonObject
+{
+public:
+    // The separator follows each member but the last.
+    explicit JsonObject(QLatin1StringView separator = QLatin1StringView(","))
+        : m_separator(separator)
+    {
+    }
+
+    JsonObject &add(QLatin1StringView name, const QString &json); // what is in JSON already
+    JsonObject &addText(QLatin1StringView name, const QString &text);
+    JsonObject &addTextOrNull(QLatin1StringView name, const QString &text);
+    JsonObject &addNumber(QLatin1StringView name, quint64 number);
+    JsonObject &addBool(QLatin1StringView name, bool value);
+    // The members "value", "type" and "redacted".
+    JsonObject &addValue(const ShownValue &value);
+
+    // The text without the closing brace: more members follow.
+    QString unfinished() const { return m_text; }
+    QString finished() const { return m_text + QLatin1Char('}'); }
+
+private:
+    QLatin1StringView m_separator;
+    QString m_text{QLatin1Char('{')};
+};
 
 // What a layer holds.
 QString layerValueJson(SettingsType layer, const ShownValue &value, const QString &file,
                        const QString &entry);
 
-// A setting; more are further members, each with a "," in front.
-QString settingJson(const QString &group, const QString &key, const ShownValue &value,
-                    std::optional<SettingsType> origin, const QString &file,
-                    const QStringList &overridden, const QString &more = {});
+// A setting, to which further members may be added. The overridden layers are an array in JSON.
+JsonObject settingJson(const QString &group, const QString &key, const ShownValue &value,
+                       std::optional<SettingsType> origin, const QString &file,
+                       const QString &overridden);
 
 } // namespace tamsel::host
 

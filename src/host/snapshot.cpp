@@ -6,6 +6,7 @@
 #include "settingjson.h"
 
 #include <tamsel/configurationmanager.h>
+#include <tamsel/host/origin.h>
 #include <tamsel/host/settingscatalogue.h>
 #include <tamsel/tamselversion.h>
 
@@ -15,7 +16,9 @@
 #include <QtCore/QSysInfo>
 #include <QtCore/QThread>
 
-#include <algorithm>
+#include <bitset>
+#include <cstddef>
+#include <optional>
 #include <vector>
 
 #include <cerrno>
@@ -33,14 +36,16 @@ constexpr int schema = 1; // rises when a reader of the last one would read some
 constexpr int mostAttempts = 100;
 constexpr int attemptsAtOnce = 10;
 
+// A set of layers, by their ranks.
+using Layers = std::bitset<8>;
+
 // A setting that a layer holds.
 struct HeldSetting
 {
     QString group;
     QString key;
     ShownValue value;
-    SettingsType origin = SettingsType::CommandLineArgs;
-    QList<SettingsType> overridden; // highest layer first
+    Layers holding; // those that hold the setting; the highest is the origin
     quint64 changes = 0; // notifications so far
     bool isSettled = false; // all of this was true at one moment
 };
@@ -51,12 +56,10 @@ struct ShownChange
     ShownValue value;
 };
 
-struct Layer
+std::size_t rankOf(SettingsType type)
 {
-    SettingsType type = SettingsType::CommandLineArgs;
-    bool isAvailable = false;
-    bool holdsSetting = false;
-};
+    return static_cast<std::size_t>(priorityOf(type));
+}
 
 QString programName()
 {
@@ -71,26 +74,22 @@ bool isSame(const QVariant &a, const QVariant &b)
     return a.metaType() == b.metaType() && (a == b || jsonOf(a) == jsonOf(b));
 }
 
-// The layers that hold the setting, the highest first.
-QList<SettingsType> layersHolding(const ConfigurationManager &manager, const QString &group,
-                                  const QString &key)
+Layers layersHolding(const ConfigurationManager &manager, const QString &group, const QString &key)
 {
-    QList<SettingsType> result;
-    for (const SettingsType type : storagePriority) {
-        if (manager.contains(group, key, type))
-            result.append(type);
-    }
+    Layers result;
+    for (const SettingsType type : storagePriority)
+        result.set(rankOf(type), manager.contains(group, key, type));
     return result;
 }
 
-bool isOrigin(SettingsType origin, const ConfigurationManager &manager, const QString &group,
-              const QString &key)
+// The highest of the layers.
+std::optional<SettingsType> originIn(Layers layers)
 {
     for (const SettingsType type : storagePriority) {
-        if (manager.contains(group, key, type))
-            return type == origin;
+        if (layers[rankOf(type)])
+            return type;
     }
-    return false;
+    return std::nullopt;
 }
 
 QString dateText(const QDateTime &time)
@@ -98,24 +97,16 @@ QString dateText(const QDateTime &time)
     return time.toUTC().toString(Qt::ISODateWithMs);
 }
 
-QString changeJson(const ShownChange &shown)
+bool put(QIODevice *device, const QString &text)
 {
-    const SettingChange &change = shown.change;
-    return R"({"number":)"_L1 + QString::number(change.number) + R"(,"time":)"_L1
-            + jsonOf(dateText(change.time)) + R"(,"group":)"_L1 + jsonOf(change.group)
-            + R"(,"key":)"_L1 + jsonOf(change.key) + u',' + valueMembers(shown.value)
-            + R"(,"origin":)"_L1 + jsonOf(layerName(change.type)) + u'}';
+    const QByteArray bytes = text.toUtf8();
+    return device->write(bytes) == bytes.size();
 }
 
 bool isFileLayer(SettingsType type)
 {
     return type == SettingsType::CustomConfPersistent || type == SettingsType::SelviDb
             || type == SettingsType::RavonaConfDefault;
-}
-
-QString boolText(bool value)
-{
-    return value ? u"true"_s : u"false"_s;
 }
 
 } // namespace
@@ -128,14 +119,18 @@ public:
     ShownValue shown(const QString &group, const QString &key, const QVariant &value) const;
     QString fileOf(SettingsType type) const;
     QString head() const;
-    QString layerJson(const Layer &layer) const;
-    QString settingLine(const HeldSetting &setting) const;
+    QString layerLine(std::size_t rank) const;
+    QString settingLine(std::size_t index) const;
+    QString changeLine(std::size_t index) const;
+    bool putAll(QIODevice *device, QLatin1StringView name, std::size_t count,
+                QString (SnapshotPrivate::*line)(std::size_t) const) const;
 
     Redaction redaction;
     QDateTime time;
     QString persistentStoragePath;
     QString assetsPrefix;
-    std::vector<Layer> layers;
+    Layers available;
+    Layers holding; // those that hold any setting
     std::vector<HeldSetting> settings;
     std::vector<ShownChange> changes;
 };
@@ -162,23 +157,19 @@ void SnapshotPrivate::addSetting(const ConfigurationManager &manager,
     setting.group = group;
     setting.key = key;
     QVariant value;
-    QList<SettingsType> holding;
     for (int attempt = 1; attempt <= mostAttempts && !setting.isSettled; ++attempt) {
         if (attempt > attemptsAtOnce)
             QThread::yieldCurrentThread();
         setting.changes = catalogue.changeCount(group, key);
         const QVariant before = manager.value(group, key);
-        holding = layersHolding(manager, group, key);
+        setting.holding = layersHolding(manager, group, key);
         value = manager.value(group, key);
         setting.isSettled = isSame(before, value)
-                && (holding.isEmpty() ? !manager.contains(group, key)
-                                      : isOrigin(holding.constFirst(), manager, group, key))
+                && originIn(setting.holding) == originOf(manager, group, key)
                 && catalogue.changeCount(group, key) == setting.changes;
     }
-    if (holding.isEmpty())
+    if (setting.holding.none())
         return;
-    setting.origin = holding.takeFirst();
-    setting.overridden = holding;
     setting.value = shown(group, key, value);
     settings.push_back(std::move(setting));
 }
@@ -200,42 +191,89 @@ QString SnapshotPrivate::fileOf(SettingsType type) const
 
 QString SnapshotPrivate::head() const
 {
-    return R"({"snapshot":)"_L1 + QString::number(schema) + ",\n\"time\":"_L1
-            + jsonOf(dateText(time)) + ",\n\"process\":"_L1
-            + jsonObject({{"name"_L1, jsonOf(programName())},
-                          {"pid"_L1, QString::number(QCoreApplication::applicationPid())},
-                          {"host"_L1, jsonOf(QSysInfo::machineHostName())}})
-            + ",\n\"versions\":"_L1
-            + jsonObject({{"application"_L1, jsonOrNull(QCoreApplication::applicationVersion())},
-                          {"tamsel"_L1, jsonOf(QStringLiteral(TAMSEL_VERSION_STRING))},
-                          {"qt"_L1, jsonOf(QString::fromLatin1(qVersion()))}})
-            + ",\n\"paths\":"_L1
-            + jsonObject({{"persistentStorage"_L1, jsonOf(persistentStoragePath)},
-                          {"assets"_L1, jsonOrNull(assetsPrefix)}})
-            + ",\n\"redaction\":"_L1 + jsonOf(QVariant(redaction.patterns()));
+    return JsonObject(",\n"_L1)
+            .addNumber("snapshot"_L1, schema)
+            .addText("time"_L1, dateText(time))
+            .add("process"_L1,
+                 JsonObject()
+                         .addText("name"_L1, programName())
+                         .add("pid"_L1, QString::number(QCoreApplication::applicationPid()))
+                         .addText("host"_L1, QSysInfo::machineHostName())
+                         .finished())
+            .add("versions"_L1,
+                 JsonObject()
+                         .addTextOrNull("application"_L1, QCoreApplication::applicationVersion())
+                         .addText("tamsel"_L1, QStringLiteral(TAMSEL_VERSION_STRING))
+                         .addText("qt"_L1, QString::fromLatin1(qVersion()))
+                         .finished())
+            .add("paths"_L1,
+                 JsonObject()
+                         .addText("persistentStorage"_L1, persistentStoragePath)
+                         .addTextOrNull("assets"_L1, assetsPrefix)
+                         .finished())
+            .add("redaction"_L1, jsonOf(QVariant(redaction.patterns())))
+            .unfinished();
 }
 
 // A file layer that failed and holds nothing cannot be told from one that is not there.
-QString SnapshotPrivate::layerJson(const Layer &layer) const
+QString SnapshotPrivate::layerLine(std::size_t rank) const
 {
-    const bool isPresent = layer.isAvailable || layer.holdsSetting;
-    return jsonObject({{"rank"_L1, QString::number(priorityOf(layer.type))},
-                       {"layer"_L1, jsonOf(layerName(layer.type))},
-                       {"present"_L1,
-                        !isPresent && isFileLayer(layer.type) ? u"null"_s : boolText(isPresent)},
-                       {"available"_L1, boolText(layer.isAvailable)},
-                       {"file"_L1, jsonOrNull(fileOf(layer.type))}});
+    const SettingsType type = storagePriority[static_cast<qsizetype>(rank)];
+    const bool isPresent = available[rank] || holding[rank];
+    JsonObject result;
+    result.addNumber("rank"_L1, rank).addText("layer"_L1, layerName(type));
+    if (!isPresent && isFileLayer(type))
+        result.addTextOrNull("present"_L1, {});
+    else
+        result.addBool("present"_L1, isPresent);
+    return result.addBool("available"_L1, available[rank])
+            .addTextOrNull("file"_L1, fileOf(type))
+            .finished();
 }
 
-QString SnapshotPrivate::settingLine(const HeldSetting &setting) const
+QString SnapshotPrivate::settingLine(std::size_t index) const
 {
-    QStringList overridden;
-    for (const SettingsType type : setting.overridden)
-        overridden.append(layerValueJson(type, {}, fileOf(type), {}));
-    return settingJson(setting.group, setting.key, setting.value, setting.origin,
-                       fileOf(setting.origin), overridden,
-                       R"(,"changes":)"_L1 + QString::number(setting.changes) + R"(,"settled":)"_L1
-                               + boolText(setting.isSettled));
+    const HeldSetting &setting = settings[index];
+    const SettingsType origin = *originIn(setting.holding);
+    QString overridden;
+    for (const SettingsType type : storagePriority) {
+        if (!setting.holding[rankOf(type)] || type == origin)
+            continue;
+        overridden += overridden.isEmpty() ? u'[' : u',';
+        overridden += layerValueJson(type, {}, fileOf(type), {});
+    }
+    overridden += overridden.isEmpty() ? "[]"_L1 : "]"_L1;
+    return settingJson(setting.group, setting.key, setting.value, origin, fileOf(origin),
+                       overridden)
+            .addNumber("changes"_L1, setting.changes)
+            .addBool("settled"_L1, setting.isSettled)
+            .finished();
+}
+
+QString SnapshotPrivate::changeLine(std::size_t index) const
+{
+    const SettingChange &change = changes[index].change;
+    return JsonObject()
+            .addNumber("number"_L1, change.number)
+            .addText("time"_L1, dateText(change.time))
+            .addText("group"_L1, change.group)
+            .addText("key"_L1, change.key)
+            .addValue(changes[index].value)
+            .addText("origin"_L1, layerName(change.type))
+            .finished();
+}
+
+// An array with a line for each of its members.
+bool SnapshotPrivate::putAll(QIODevice *device, QLatin1StringView name, std::size_t count,
+                             QString (SnapshotPrivate::*line)(std::size_t) const) const
+{
+    QString start = u",\n\"%1\":["_s.arg(name) + u'\n';
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!put(device, start + (this->*line)(i)))
+            return false;
+        start = u",\n"_s;
+    }
+    return put(device, count == 0 ? start + u']' : u"\n]"_s);
 }
 
 Snapshot Snapshot::take(const ConfigurationManager &manager, const SettingsCatalogue &catalogue,
@@ -249,13 +287,10 @@ Snapshot Snapshot::take(const ConfigurationManager &manager, const SettingsCatal
     const auto keys = catalogue.keys();
     for (const auto &[group, key] : keys)
         d->addSetting(manager, catalogue, group, key);
-    for (const SettingsType type : storagePriority) {
-        const auto isHeld = [type](const HeldSetting &setting) {
-            return setting.origin == type || setting.overridden.contains(type);
-        };
-        d->layers.push_back({type, manager.storageAvailable(type),
-                             std::any_of(d->settings.cbegin(), d->settings.cend(), isHeld)});
-    }
+    for (const HeldSetting &setting : std::as_const(d->settings))
+        d->holding |= setting.holding;
+    for (const SettingsType type : storagePriority)
+        d->available.set(rankOf(type), manager.storageAvailable(type));
     const QList<SettingChange> changes = catalogue.lastChanges();
     for (const SettingChange &change : changes) {
         ShownChange shown{change, d->shown(change.group, change.key, change.value)};
@@ -280,26 +315,12 @@ void Snapshot::setAssetsPrefix(const QString &prefix)
 
 bool Snapshot::write(QIODevice *device) const
 {
-    const auto put = [device](const QString &text) {
-        const QByteArray bytes = text.toUtf8();
-        return device->write(bytes) == bytes.size();
-    };
-    // An array with a line for each of its members.
-    const auto putAll = [&put](QLatin1StringView name, const auto &members, const auto &jsonOfOne) {
-        QString start = u",\n\"%1\":["_s.arg(name) + u'\n';
-        for (const auto &member : members) {
-            if (!put(start + jsonOfOne(member)))
-                return false;
-            start = u",\n"_s;
-        }
-        return put(members.empty() ? start + u']' : u"\n]"_s);
-    };
-    return put(d->head())
-            && putAll("layers"_L1, d->layers,
-                      [this](const Layer &layer) { return d->layerJson(layer); })
-            && putAll("settings"_L1, d->settings,
-                      [this](const HeldSetting &setting) { return d->settingLine(setting); })
-            && putAll("changes"_L1, d->changes, changeJson) && put(u",\n\"warnings\":[]}\n"_s);
+    using Private = SnapshotPrivate;
+    const auto layerCount = static_cast<std::size_t>(storagePriority.size());
+    return put(device, d->head()) && d->putAll(device, "layers"_L1, layerCount, &Private::layerLine)
+            && d->putAll(device, "settings"_L1, d->settings.size(), &Private::settingLine)
+            && d->putAll(device, "changes"_L1, d->changes.size(), &Private::changeLine)
+            && put(device, u",\n\"warnings\":[]}\n"_s);
 }
 
 } // namespace tamsel::host

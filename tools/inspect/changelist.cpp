@@ -72,11 +72,14 @@ Table narrowestTable(const Table &table)
 
 QString changeJson(const RecordedChange &change)
 {
-    return u"{\"number\":"_s + QString::number(change.number) + R"(,"time":)"_L1
-            + jsonOf(change.time) + R"(,"group":)"_L1 + jsonOf(change.name.group) + R"(,"key":)"_L1
-            + jsonOf(change.name.key) + u','
-            + tamsel::host::valueMembers(change.value.value.shown()) + R"(,"origin":)"_L1
-            + jsonOf(layerName(change.value.layer)) + u'}';
+    return JsonObject()
+            .addNumber("number"_L1, change.number)
+            .addText("time"_L1, change.time)
+            .addText("group"_L1, change.name.group)
+            .addText("key"_L1, change.name.key)
+            .addValue(change.value.value.shown())
+            .addText("origin"_L1, layerName(change.value.layer))
+            .finished();
 }
 
 } // namespace

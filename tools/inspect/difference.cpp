@@ -95,8 +95,11 @@ QString sideJson(const std::optional<LayerValue> &side, const std::optional<Laye
     if (other && jsonOf(shown.value) == jsonOf(other->value.value())
         && shown.type == other->value.shown().type && !shown.type.isEmpty())
         shown.type = side->value.wholeType().toUtf8();
-    return u'{' + tamsel::host::valueMembers(shown) + R"(,"origin":)"_L1
-            + jsonOf(layerName(side->layer)) + R"(,"file":)"_L1 + jsonOrNull(side->file) + u'}';
+    return JsonObject()
+            .addValue(shown)
+            .addText("origin"_L1, layerName(side->layer))
+            .addTextOrNull("file"_L1, side->file)
+            .finished();
 }
 
 void printJson(const Changes &changes, const QStringList &warnings, TablePrinter &printer)
@@ -110,12 +113,12 @@ void printJson(const Changes &changes, const QStringList &warnings, TablePrinter
             if (kindOf(change) != kind)
                 continue;
             printer.printText(separator
-                              + jsonObject({
-                                      {"group"_L1, jsonOf(name.first)},
-                                      {"key"_L1, jsonOf(name.second)},
-                                      {"old"_L1, sideJson(change.before, change.after)},
-                                      {"new"_L1, sideJson(change.after, change.before)},
-                              }));
+                              + JsonObject()
+                                        .addText("group"_L1, name.first)
+                                        .addText("key"_L1, name.second)
+                                        .add("old"_L1, sideJson(change.before, change.after))
+                                        .add("new"_L1, sideJson(change.after, change.before))
+                                        .finished());
             separator = u",\n"_s;
         }
     }

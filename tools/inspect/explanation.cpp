@@ -94,10 +94,14 @@ QString stepJson(const Step &step)
     QString fileExists = u"null"_s;
     if (step.fileExists)
         fileExists = *step.fileExists ? u"true"_s : u"false"_s;
-    return u"{\"rank\":"_s + QString::number(tamsel::priorityOf(step.layer)) + R"(,"layer":)"_L1
-            + jsonOf(layerName(step.layer)) + R"(,"state":)"_L1 + jsonOf(step.state) + u','
-            + tamsel::host::valueMembers(layerValue.value.shown()) + R"(,"file":)"_L1
-            + jsonOrNull(layerValue.file) + R"(,"fileExists":)"_L1 + fileExists + u'}';
+    return JsonObject()
+            .addNumber("rank"_L1, static_cast<quint64>(tamsel::priorityOf(step.layer)))
+            .addText("layer"_L1, layerName(step.layer))
+            .addText("state"_L1, step.state)
+            .addValue(layerValue.value.shown())
+            .addTextOrNull("file"_L1, layerValue.file)
+            .add("fileExists"_L1, fileExists)
+            .finished();
 }
 
 QString originText(const Source &source, const LayerValue &layerValue)
@@ -157,14 +161,14 @@ void printJson(const Source &source, const Setting &setting, const QList<Step> &
         if (!layerValue.entry.isEmpty())
             entries.append(jsonOf(layerValue));
     }
-    printer.printText(jsonObject({
-                              {"group"_L1, jsonOf(setting.name.group)},
-                              {"key"_L1, jsonOf(setting.name.key)},
-                              {"layers"_L1, jsonArray(layers)},
-                              {"unreadable"_L1, jsonArray(entries)},
-                              {"summary"_L1, jsonOf(summaryOf(source, setting))},
-                              {"warnings"_L1, jsonOf(QVariant(source.warnings()))},
-                      })
+    printer.printText(JsonObject()
+                              .addText("group"_L1, setting.name.group)
+                              .addText("key"_L1, setting.name.key)
+                              .add("layers"_L1, jsonArray(layers))
+                              .add("unreadable"_L1, jsonArray(entries))
+                              .addText("summary"_L1, summaryOf(source, setting))
+                              .add("warnings"_L1, jsonOf(QVariant(source.warnings())))
+                              .finished()
                       + u'\n');
 }
 

@@ -92,6 +92,11 @@ QByteArray rawValue(const QVariant &value)
     }
 }
 
+QString jsonArray(const QStringList &members)
+{
+    return u'[' + members.join(u',') + u']';
+}
+
 QString typeText(const QVariant &value)
 {
     return value.isValid() ? QString::fromLatin1(value.typeName()) : u"-"_s;

@@ -12,8 +12,7 @@
 
 using tamsel::host::asciiOnly;
 using tamsel::host::escaped;
-using tamsel::host::jsonArray;
-using tamsel::host::jsonObject;
+using tamsel::host::JsonObject;
 using tamsel::host::jsonOf;
 using tamsel::host::jsonOrNull;
 using tamsel::host::layerName;
@@ -25,6 +24,9 @@ QString valueText(const QVariant &value);
 // A value for a program to read: texts and bytes as they are, a list of texts with a line for each,
 // lists and maps as JSON, nothing for an invalid value.
 QByteArray rawValue(const QVariant &value);
+
+// An array on one line; the members are in JSON already.
+QString jsonArray(const QStringList &members);
 
 // The name of the value's type; "-" for an invalid value.
 QString typeText(const QVariant &value);

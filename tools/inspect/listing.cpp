@@ -97,7 +97,8 @@ QString jsonOfSetting(const Setting &setting)
     const LayerValue origin = setting.origin.value_or(LayerValue{});
     return tamsel::host::settingJson(setting.name.group, setting.name.key, origin.value.shown(),
                                      setting.origin ? std::optional(origin.layer) : std::nullopt,
-                                     origin.file, overridden);
+                                     origin.file, jsonArray(overridden))
+            .finished();
 }
 
 // A setting a line: there may be many, and no more than one is kept in memory.
