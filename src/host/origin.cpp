@@ -5,17 +5,16 @@
 
 #include <tamsel/configurationmanager.h>
 
-#include <algorithm>
-
 namespace tamsel::host {
 
 std::optional<SettingsType> originOf(const ConfigurationManager &settings, const QString &group,
                                      const QString &key)
 {
-    const auto origin
-            = std::find_if(storagePriority.cbegin(), storagePriority.cend(),
-                           [&](SettingsType type) { return settings.contains(group, key, type); });
-    return origin == storagePriority.cend() ? std::nullopt : std::optional(*origin);
+    for (const SettingsType type : storagePriority) {
+        if (settings.contains(group, key, type))
+            return type;
+    }
+    return std::nullopt;
 }
 
 } // namespace tamsel::host

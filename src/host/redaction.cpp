@@ -8,11 +8,14 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
-#include <QtCore/QList>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSharedData>
+#include <QtCore/QStringList>
 
 #include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -33,7 +36,8 @@ QString wordOf(const QString &pattern)
         return {};
     const QString word = pattern.sliced(1).chopped(1);
     const auto isSpecial = [](QChar c) { return u"*?[]\\/"_s.contains(c); };
-    return std::any_of(word.cbegin(), word.cend(), isSpecial) ? QString() : word.toCaseFolded();
+    return std::count_if(word.cbegin(), word.cend(), isSpecial) == 0 ? word.toCaseFolded()
+                                                                     : QString();
 }
 
 } // namespace
@@ -45,74 +49,56 @@ public:
 
     bool matches(const QString &path) const;
     QVariant withoutSecrets(const QString &path, const QVariant &value, int depth) const;
-    template <typename Map>
-    Map membersWithoutSecrets(const QString &path, Map members, int depth) const;
 
     QStringList patterns;
-    QStringList words;
-    QList<QRegularExpression> expressions;
+    std::vector<QString> words;
+    bool matchesAll = false; // a pattern cannot be understood
+    QRegularExpression others; // the patterns that are no words
 };
 
 RedactionPrivate::RedactionPrivate(const QStringList &all) : patterns(all)
 {
+    constexpr auto options = QRegularExpression::DotMatchesEverythingOption
+            | QRegularExpression::CaseInsensitiveOption;
+    QString expressions;
     for (const QString &pattern : all) {
-        if (const QString word = wordOf(pattern); !word.isEmpty()) {
-            words.append(word);
+        if (QString word = wordOf(pattern); !word.isEmpty()) {
+            words.push_back(std::move(word));
             continue;
         }
-        expressions.append(QRegularExpression(
-                QRegularExpression::wildcardToRegularExpression(matchable(pattern)),
-                QRegularExpression::DotMatchesEverythingOption
-                        | QRegularExpression::CaseInsensitiveOption));
+        const QString expression
+                = QRegularExpression::wildcardToRegularExpression(matchable(pattern));
+        if (!QRegularExpression(expression, options).isValid())
+            matchesAll = true;
+        if (!expressions.isEmpty())
+            expressions += u'|';
+        expressions += expression;
     }
+    others = QRegularExpression(expressions, options);
 }
 
 bool RedactionPrivate::matches(const QString &path) const
 {
-    if (!words.isEmpty()) {
-        const QString folded = path.toCaseFolded();
-        const auto isIn = [&folded](const QString &word) { return folded.contains(word); };
-        if (std::any_of(words.cbegin(), words.cend(), isIn))
-            return true;
-    }
-    return std::any_of(expressions.cbegin(), expressions.cend(),
-                       [&path](const QRegularExpression &expression) {
-                           if (!expression.isValid())
-                               return true;
-                           // A search that is given up, or a text that is no Unicode, may match.
-                           const auto match = expression.match(matchable(path));
-                           return match.hasMatch() || !match.isValid();
-                       });
+    if (matchesAll)
+        return true;
+    const QString folded = path.toCaseFolded();
+    const auto isIn = [&folded](const QString &word) { return folded.contains(word); };
+    if (std::count_if(words.cbegin(), words.cend(), isIn) > 0)
+        return true;
+    if (others.pattern().isEmpty())
+        return false;
+    // A search that is given up, or a text that is no Unicode, may match.
+    const auto match = others.match(matchable(path));
+    return match.hasMatch() || !match.isValid();
 }
 
 // NOLINTBEGIN(misc-no-recursion): no deeper than what is shown of a value
-template <typename Map>
-Map RedactionPrivate::membersWithoutSecrets(const QString &path, Map members, int depth) const
-{
-    for (auto member = members.begin(); member != members.end(); ++member) {
-        const QString memberPath = path + u'/' + member.key();
-        *member = matches(memberPath) ? Redaction::placeholder()
-                                      : withoutSecrets(memberPath, *member, depth + 1);
-    }
-    return members;
-}
-
 QVariant RedactionPrivate::withoutSecrets(const QString &path, const QVariant &value,
                                           int depth) const
 {
     if (depth > deepestShown)
         return Redaction::placeholder(); // not looked at, so it may be a secret
     switch (value.typeId()) {
-    case QMetaType::QVariantMap:
-        return membersWithoutSecrets(path, value.toMap(), depth);
-    case QMetaType::QVariantHash:
-        return membersWithoutSecrets(path, value.toHash(), depth);
-    case QMetaType::QVariantList: {
-        QVariantList members = value.toList();
-        for (QVariant &member : members)
-            member = withoutSecrets(path, member, depth + 1);
-        return members;
-    }
     case QMetaType::QVariant:
         return withoutSecrets(path, *static_cast<const QVariant *>(value.constData()), depth + 1);
     case QMetaType::QJsonObject:
@@ -127,16 +113,22 @@ QVariant RedactionPrivate::withoutSecrets(const QString &path, const QVariant &v
     default:
         break;
     }
-    // Maps and lists of other types: of Qt, as QCborMap, or of the host, as QMap<QString, QString>.
-    if (const QVariantMap members = value.toMap(); !members.isEmpty()) {
-        const QVariantMap shown = membersWithoutSecrets(path, members, depth);
-        return shown == members ? value : QVariant(shown);
+    // Maps and lists of all types: of Qt, as QCborMap, or of the host, as QMap<QString, QString>.
+    if (QVariantMap members = value.toMap(); !members.isEmpty()) {
+        const QVariantMap before = members;
+        for (auto member = members.begin(); member != members.end(); ++member) {
+            const QString memberPath = path + u'/' + member.key();
+            *member = matches(memberPath) ? Redaction::placeholder()
+                                          : withoutSecrets(memberPath, *member, depth + 1);
+        }
+        return members == before ? value : QVariant(members);
     }
-    if (const QVariantList members = value.toList(); !members.isEmpty()) {
-        const QVariant shown = withoutSecrets(path, members, depth + 1);
-        return shown == QVariant(members) ? value : shown;
-    }
-    return value;
+    const QVariantList before = value.toList();
+    std::vector<QVariant> members(static_cast<std::size_t>(before.size()));
+    std::transform(before.cbegin(), before.cend(), members.begin(),
+                   [&](const QVariant &member) { return withoutSecrets(path, member, depth + 1); });
+    const QVariantList after(members.cbegin(), members.cend());
+    return after == before ? value : QVariant(after);
 }
 // NOLINTEND(misc-no-recursion)
 

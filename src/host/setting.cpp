@@ -171,9 +171,9 @@ std::optional<QStringList> detail::toTexts(const QVariant &value)
         return value.toStringList();
     case QMetaType::QVariantList: {
         const QVariantList list = value.toList();
-        const bool ok = std::all_of(list.cbegin(), list.cend(), [](const QVariant &element) {
-            return element.typeId() == QMetaType::QString;
-        });
+        const auto isText
+                = [](const QVariant &element) { return element.typeId() == QMetaType::QString; };
+        const bool ok = std::count_if(list.cbegin(), list.cend(), isText) == list.size();
         return valueIf(ok, value.toStringList());
     }
     default:
