@@ -12,13 +12,13 @@
 
 #include <tamsel/host/changenotifier.h>
 
+#include "keyhash.h"
 #include "rejectedvalues.h"
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/host/origin.h>
 #include <tamsel/iconfigurationchangehandler.h>
 
-#include <QtCore/QHash>
 #include <QtCore/QMetaObject>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
@@ -27,10 +27,11 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <iterator>
 #include <map>
 #include <mutex>
+#include <new>
 #include <shared_mutex>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -38,7 +39,6 @@ namespace tamsel::host {
 
 namespace {
 
-using Key = std::pair<QString, QString>;
 using Origin = std::optional<SettingsType>;
 
 // What a subscription is for; group and key as far as the scope has them.
@@ -52,7 +52,10 @@ struct Target
     {
         return left.scope == right.scope && left.key == right.key;
     }
-    friend size_t qHash(const Target &target, size_t seed) { return qHash(target.key, seed); }
+};
+struct TargetHash
+{
+    std::size_t operator()(const Target &target) const { return KeyHash()(target.key); }
 };
 
 // Posting an event, and the first step of what it calls. The thread sanitizer does not see the lock of
@@ -155,7 +158,7 @@ private:
     const Qt::HANDLE m_thread = QThread::currentThreadId();
 
     mutable QMutex m_mutex;
-    QHash<Target, Records> m_records; // guarded by m_mutex
+    std::unordered_map<Target, Records, TargetHash> m_records; // guarded by m_mutex
 
     mutable std::shared_mutex m_readLock;
     ConfigurationManager *m_settings; // null when the notifier is gone; guarded by m_readLock
@@ -276,26 +279,34 @@ bool SubscriptionRecord::detach()
 void Subscriptions::add(const Record &record)
 {
     const QMutexLocker locker(&m_mutex);
-    Records &records = m_records[record->target()];
-    auto more = records ? std::make_shared<std::vector<Record>>(*records)
-                        : std::make_shared<std::vector<Record>>();
-    more->push_back(record);
-    records = std::move(more);
+    const auto found = m_records.find(record->target());
+    const std::size_t count = found == m_records.end() ? 0 : found->second->size();
+    auto more = std::make_shared<std::vector<Record>>(count + 1, record);
+    if (count > 0)
+        std::copy(found->second->cbegin(), found->second->cend(), more->begin());
+    m_records[record->target()] = std::move(more);
 }
 
 void Subscriptions::remove(const Record &record)
 {
     const QMutexLocker locker(&m_mutex);
-    const auto records = m_records.find(record->target());
-    if (records == m_records.end())
+    const auto found = m_records.find(record->target());
+    if (found == m_records.end())
         return; // the notifier is being destroyed
-    auto fewer = std::make_shared<std::vector<Record>>();
-    std::copy_if((*records)->cbegin(), (*records)->cend(), std::back_inserter(*fewer),
-                 [&record](const Record &other) { return other != record; });
-    if (fewer->empty())
-        m_records.remove(record->target());
-    else
-        *records = std::move(fewer);
+    Records &records = found->second;
+    if (records->size() == 1) {
+        if (records->front() == record)
+            m_records.erase(found);
+        return;
+    }
+    try {
+        auto fewer = std::make_shared<std::vector<Record>>(records->size());
+        fewer->erase(std::remove_copy(records->cbegin(), records->cend(), fewer->begin(), record),
+                     fewer->end());
+        records = std::move(fewer);
+    } catch (const std::bad_alloc &) {
+        // It stays in the list, and is skipped: the context may be in its destructor.
+    }
 }
 
 // The notifier is being destroyed. Waits for deliveries that read from the manager.
@@ -305,12 +316,12 @@ void Subscriptions::close()
         const std::unique_lock locker(m_readLock);
         m_settings = nullptr;
     }
-    QHash<Target, Records> ended;
+    decltype(m_records) ended;
     {
         const QMutexLocker locker(&m_mutex);
         ended.swap(m_records);
     }
-    for (const Records &records : std::as_const(ended)) {
+    for (const auto &[target, records] : ended) {
         for (const Record &record : *records)
             record->end();
     }
@@ -319,11 +330,16 @@ void Subscriptions::close()
 // The subscriptions that a change of the setting concerns, in the order of their calls.
 std::array<Records, 3> Subscriptions::find(const Key &key) const
 {
-    const Target ofSetting{Scope::Setting, key};
-    const Target ofGroup{Scope::Group, {key.first, {}}};
-    const Target ofAll{Scope::All, {}};
+    const std::array<Target, 3> targets{Target{Scope::Setting, key},
+                                        Target{Scope::Group, {key.first, {}}},
+                                        Target{Scope::All, {}}};
+    std::array<Records, 3> result;
     const QMutexLocker locker(&m_mutex);
-    return {m_records.value(ofSetting), m_records.value(ofGroup), m_records.value(ofAll)};
+    for (std::size_t i = 0; i < targets.size(); ++i) {
+        if (const auto found = m_records.find(targets[i]); found != m_records.cend())
+            result[i] = found->second;
+    }
+    return result;
 }
 
 // The origin of the setting after the change that a handler was notified of. False if another thread

@@ -5,10 +5,13 @@
 
 #include <tamsel/configurationmanager.h>
 
-#include <QtCore/QHash>
+#include "keyhash.h"
+
 #include <QtCore/QMutex>
 
 #include <algorithm>
+#include <cstddef>
+#include <unordered_map>
 #include <vector>
 
 namespace tamsel::host {
@@ -33,7 +36,7 @@ public:
     ConfigurationManager *settings = nullptr;
     std::size_t changesKept = 0;
     mutable QMutex mutex;
-    QHash<std::pair<QString, QString>, quint64> changeCounts; // guarded by mutex
+    std::unordered_map<Key, quint64, KeyHash> changeCounts; // guarded by mutex
     std::vector<RecordedChange> ring; // guarded by mutex; number n is at (n - 1) % changesKept
     quint64 changeCount = 0; // guarded by mutex
 };
@@ -68,25 +71,27 @@ void SettingsCatalogue::onValueChanged(SettingsType type, const QString &group, 
 void SettingsCatalogue::remember(const QString &group, const QString &key)
 {
     const QMutexLocker locker(&d->mutex);
-    if (const std::pair name(group, key); !d->changeCounts.contains(name))
-        d->changeCounts.insert(name, 0);
+    d->changeCounts[{group, key}]; // 0, if it was not known
 }
 
 QList<std::pair<QString, QString>> SettingsCatalogue::keys() const
 {
-    QList<std::pair<QString, QString>> result;
+    std::vector<Key> result;
     {
         const QMutexLocker locker(&d->mutex);
-        result = d->changeCounts.keys();
+        result.resize(d->changeCounts.size());
+        std::transform(d->changeCounts.cbegin(), d->changeCounts.cend(), result.begin(),
+                       [](const auto &entry) { return entry.first; });
     }
     std::sort(result.begin(), result.end());
-    return result;
+    return {result.cbegin(), result.cend()};
 }
 
 quint64 SettingsCatalogue::changeCount(const QString &group, const QString &key) const
 {
     const QMutexLocker locker(&d->mutex);
-    return d->changeCounts.value({group, key});
+    const auto entry = d->changeCounts.find({group, key});
+    return entry == d->changeCounts.cend() ? 0 : entry->second;
 }
 
 quint64 SettingsCatalogue::changeCount() const
@@ -104,14 +109,18 @@ QList<SettingChange> SettingsCatalogue::lastChanges() const
         changes = d->ring;
         count = d->changeCount;
     }
-    QList<SettingChange> result;
-    result.reserve(static_cast<qsizetype>(changes.size()));
-    for (quint64 i = count - changes.size(); i < count; ++i) {
-        const RecordedChange &change = changes[static_cast<std::size_t>(i % d->changesKept)];
-        result.append({i + 1, QDateTime::fromMSecsSinceEpoch(change.time).toUTC(), change.type,
-                       change.group, change.key, change.value});
+    std::vector<SettingChange> result(changes.size());
+    quint64 index = count - changes.size();
+    for (SettingChange &shown : result) {
+        const RecordedChange &change = changes[static_cast<std::size_t>(index % d->changesKept)];
+        shown.number = ++index;
+        shown.time = QDateTime::fromMSecsSinceEpoch(change.time).toUTC();
+        shown.type = change.type;
+        shown.group = change.group;
+        shown.key = change.key;
+        shown.value = change.value;
     }
-    return result;
+    return {result.cbegin(), result.cend()};
 }
 
 } // namespace tamsel::host
