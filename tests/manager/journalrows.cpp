@@ -147,15 +147,17 @@ Step elsewhere()
 Step onFirst(const QString &handler, const QString &key, const Steps &steps)
 {
     return [=](Scene &scene) {
-        scene.handler(handler)->reaction
-                = [&scene, key, steps, done = false](SettingsType, const QString &,
-                                                     const QString &changed,
-                                                     const QVariant &) mutable {
-                      if (changed != key || std::exchange(done, true))
-                          return;
-                      for (const Step &step : steps)
-                          step(scene);
-                  };
+        scene.handler(handler)->reaction = [&scene, key, steps,
+                                            done = false](SettingsType, const QString &,
+                                                          const QString &changed,
+                                                          const QVariant &) mutable {
+            if (changed != key || std::exchange(done, true))
+                return;
+            const Steps own = steps; // the handler may die of them, and with it this function
+            Scene &itsScene = scene;
+            for (const Step &step : own)
+                step(itsScene);
+        };
     };
 }
 

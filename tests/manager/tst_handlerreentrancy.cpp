@@ -61,9 +61,6 @@ private Q_SLOTS:
     void layersChange_data();
     void layersChange() { runRow(); }
 
-    void aHandlerMayDeleteItself();
-    void aLayerDiesWhenAHandlerClearsIt_data();
-    void aLayerDiesWhenAHandlerClearsIt();
     void aLoggerMayClearALayerThatIsBeingCreated();
 };
 
@@ -89,6 +86,7 @@ void tst_HandlerReentrancy::handlersComeAndGo_data()
     calls("a later one is removed", h, {go(b)}, {h, c}, {h, c});
     calls("a later one is removed and dies", h, {die(b)}, {h, c}, {h, c});
     calls("all are removed", b, {go(h), go(b), go(c)}, {h, b}, {});
+    calls("one removes itself and dies", b, {die(b)}, {h, b, c}, {h, c});
     calls("one is appended", c, {come(late)}, {h, b, c}, {h, b, c, late});
     calls("one removes and appends itself", b, {go(b), come(b)}, {h, b, c}, {h, c, b});
     calls("a later one is removed and appended", h, {go(b), come(b)}, {h, c}, {h, c, b});
@@ -226,6 +224,45 @@ void tst_HandlerReentrancy::layersChange_data()
         b: SELF g/k = int(1)
         available: none )");
 
+    // A file layer that dies writes its file. Here it dies at once, when its handler clears it.
+    const Steps clearAndLook{clear(CustomConfPersistent), files()};
+    row("the one that is written is cleared, and dies", CustomConfPersistent,
+        {layer(SELF, {{u"k"_s, u"written"_s}}), onFirst(h, u"k"_s, clearAndLook)},
+        {set(SELF, u"k"_s, u"again"_s)}, uR"(
+        log: Top value changed SELF: g/k = 'again'
+        handler: SELF g/k = QString(again)
+        info: Storage: SELF cleared
+        log: Parameter removed from all storages: g:k
+        handler: SELF g/k = invalid
+        file first/persistent/custom.conf: [g] k=again )");
+
+    row("the one that a removal uncovers is cleared, and dies", CustomConfPersistent,
+        {layer(SELF, {{u"k"_s, u"written"_s}}), layer(Runtime, {{u"k"_s, 1}}),
+         onFirst(h, u"k"_s, clearAndLook)},
+        {remove(Runtime, u"k"_s)}, uR"(
+        debug: Top value changed SELF: g/k = 'written'
+        handler: SELF g/k = QString(written)
+        info: Storage: SELF cleared
+        debug: Parameter removed from all storages: g:k
+        handler: SELF g/k = invalid
+        file first/persistent/custom.conf: [g] k=written )");
+
+    row("the one that is being created is written and cleared, and dies", CustomConfPersistent,
+        {file(SELF, "[g]\nk=1\n"),
+         onFirst(h, u"k"_s, Steps{set(CustomConfPersistent, u"x"_s, 2)} + clearAndLook)},
+        {init(SELF)}, uR"(
+        info: Storage: SELF initialized
+        log: Top value changed SELF: g/k = '1'
+        handler: SELF g/k = QString(1)
+        log: Top value changed SELF: g/x = '2'
+        handler: SELF g/x = int(2)
+        info: Storage: SELF cleared
+        log: Parameter removed from all storages: g:k
+        handler: SELF g/k = invalid
+        log: Parameter removed from all storages: g:x
+        handler: SELF g/x = invalid
+        file first/persistent/custom.conf: [g] k=1 x=2 )");
+
     row("the one that lost a key is replaced and written", writableLayers,
         {layer(SELF, {{u"k"_s, 1}, {u"other"_s, 2}}), come(b)},
         {onFirst(h, u"k"_s, {elsewhere(), init(SELF), set(SELF, u"k"_s, 3)}), remove(SELF, u"k"_s),
@@ -301,62 +338,6 @@ void tst_HandlerReentrancy::layersChange_data()
         info: Parameter removed from all storages: g:c
         handler: Rdm g/c = invalid
         read g/b: int(20) )");
-}
-
-void tst_HandlerReentrancy::aHandlerMayDeleteItself()
-{
-    TestHost host;
-    auto *once = new RecordingHandler(&host.journal, u"once"_s);
-    once->reaction
-            = [&host, once](SettingsType, const QString &, const QString &, const QVariant &) {
-                  host.manager.removeConfigurationHandler(once);
-                  delete once;
-              };
-    RecordingHandler last(&host.journal, u"last"_s);
-    host.prepare(Runtime);
-    host.manager.appendConfigurationHandler(once);
-    host.manager.appendConfigurationHandler(&last);
-    host.manager.setValue(u"g"_s, u"k"_s, 1, Runtime);
-    host.manager.setValue(u"g"_s, u"k"_s, 2, Runtime);
-    COMPARE_JOURNAL(host.journal, uR"(
-        debug: Top value changed Runtime: g/k = '1'
-        handler: Runtime g/k = int(1)
-        once: Runtime g/k = int(1)
-        last: Runtime g/k = int(1)
-        debug: Top value changed Runtime: g/k = '2'
-        handler: Runtime g/k = int(2)
-        last: Runtime g/k = int(2) )");
-}
-
-void tst_HandlerReentrancy::aLayerDiesWhenAHandlerClearsIt_data()
-{
-    QTest::addColumn<SettingsType>("changed");
-    QTest::newRow("the layer that is written") << CustomConfPersistent;
-    QTest::newRow("the layer that a removal uncovers") << Runtime;
-}
-
-void tst_HandlerReentrancy::aLayerDiesWhenAHandlerClearsIt()
-{
-    // A file layer that dies writes its file.
-    QFETCH(const SettingsType, changed);
-    const auto cleared = CustomConfPersistent;
-    TestHost host;
-    host.prepare(cleared, u"g"_s, {{u"k"_s, u"written"_s}});
-    if (changed == Runtime)
-        host.prepare(Runtime, u"g"_s, {{u"k"_s, 1}});
-    QByteArray contents;
-    host.handler.reaction = [&, done = false](SettingsType, const QString &, const QString &,
-                                              const QVariant &) mutable {
-        if (std::exchange(done, true))
-            return;
-        host.manager.clearStorage(cleared);
-        contents = readFile(host.filePath(cleared));
-    };
-    if (changed == Runtime)
-        host.manager.removeValue(u"g"_s, u"k"_s, Runtime);
-    else
-        host.manager.setValue(u"g"_s, u"k"_s, u"again"_s, cleared);
-    QCOMPARE(contents, changed == cleared ? "[g]\nk=again\n" : "[g]\nk=written\n");
 }
 
 void tst_HandlerReentrancy::aLoggerMayClearALayerThatIsBeingCreated()

@@ -121,7 +121,7 @@ void tst_StorageRegistry::fileNamesAreAppendedToThePathsAsTheyAre_data()
 
 void tst_StorageRegistry::layersAnswerByPrecedenceHoweverTheyWereCreated_data()
 {
-    // Every order of creation is tried by tst_ManagerPrivate.
+    // Every order of creation is tried by tst_LayerCalls.
     Rows row;
     const auto created = [&row](const char *name, const QList<SettingsType> &types) {
         Steps before;
