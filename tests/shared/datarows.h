@@ -6,6 +6,8 @@
 
 #include "layers.h"
 
+#include <QtCore/QDebug>
+#include <QtCore/QVariant>
 #include <QtTest/QTest>
 
 #include <limits>
@@ -28,6 +30,34 @@ inline void addUnknownTypeRows()
     QTest::newRow("one below") << static_cast<SettingsType>(-1);
     QTest::newRow("largest") << static_cast<SettingsType>(std::numeric_limits<int>::max());
     QTest::newRow("smallest") << static_cast<SettingsType>(std::numeric_limits<int>::min());
+}
+
+// A value with the types of all its parts, for comparisons: for QVariant itself the number 1, the
+// fraction 1.0 and the text "1" are equal.
+inline QString shown(const QVariant &value)
+{
+    return QDebug::toString(value);
+}
+
+// A column "value" and rows of values, of which a layer in memory keeps the types.
+inline void addValueRows()
+{
+    using namespace Qt::StringLiterals;
+    QTest::addColumn<QVariant>("value");
+    const auto row = [](const char *name, const QVariant &value) { QTest::newRow(name) << value; };
+    row("text", u"en"_s);
+    row("empty text", u""_s);
+    row("null text", QString());
+    row("number", 5);
+    row("large number", Q_INT64_C(-5'000'000'000));
+    row("fraction", 0.5);
+    row("truth", false);
+    row("bytes", QByteArray("\0\xff", 2));
+    row("list", QVariantList{1, u"two"_s, QVariant()});
+    row("map", QVariantMap{{u"a"_s, 1}, {u"b"_s, QVariantMap()}});
+    row("null number", QVariant(QMetaType::fromType<int>()));
+    row("layer", QVariant::fromValue(SettingsType::Rdm));
+    row("invalid", QVariant());
 }
 
 } // namespace tamsel::tests
