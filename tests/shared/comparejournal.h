@@ -10,15 +10,6 @@
 
 namespace tamsel::tests {
 
-// Short names of the layers.
-inline constexpr auto CommandLineArgs = SettingsType::CommandLineArgs;
-inline constexpr auto CustomConfPersistent = SettingsType::CustomConfPersistent;
-inline constexpr auto Rdm = SettingsType::Rdm;
-inline constexpr auto RavonaConfDefault = SettingsType::RavonaConfDefault;
-inline constexpr auto SystemProperties = SettingsType::SystemProperties;
-inline constexpr auto Runtime = SettingsType::Runtime;
-inline constexpr auto SelviDb = SettingsType::SelviDb;
-inline constexpr auto FeatureKeys = SettingsType::FeatureKeys;
 // The lines that \a text expects; indentation and empty lines do not count. Where the test is
 // repeated for layers, SELF becomes the name of \a self, and "log: " its logger operation; the
 // line is dropped if changes of that layer are not logged.

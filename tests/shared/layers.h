@@ -11,15 +11,22 @@
 
 namespace tamsel::tests {
 
+// Short names of the layers.
+inline constexpr auto CommandLineArgs = SettingsType::CommandLineArgs;
+inline constexpr auto CustomConfPersistent = SettingsType::CustomConfPersistent;
+inline constexpr auto Rdm = SettingsType::Rdm;
+inline constexpr auto RavonaConfDefault = SettingsType::RavonaConfDefault;
+inline constexpr auto SystemProperties = SettingsType::SystemProperties;
+inline constexpr auto Runtime = SettingsType::Runtime;
+inline constexpr auto SelviDb = SettingsType::SelviDb;
+inline constexpr auto FeatureKeys = SettingsType::FeatureKeys;
+
 // The layers that take their contents from the map given to initStorage(), and refuse writes.
-inline const QList<SettingsType> mapLayers{SettingsType::CommandLineArgs, SettingsType::Rdm,
-                                           SettingsType::FeatureKeys};
+inline const QList<SettingsType> mapLayers{CommandLineArgs, Rdm, FeatureKeys};
 // The layers that start empty.
-inline const QList<SettingsType> memoryLayers{SettingsType::SystemProperties,
-                                              SettingsType::Runtime};
+inline const QList<SettingsType> memoryLayers{SystemProperties, Runtime};
 // The layers with a file.
-inline const QList<SettingsType> fileLayers{SettingsType::CustomConfPersistent,
-                                            SettingsType::SelviDb, SettingsType::RavonaConfDefault};
+inline const QList<SettingsType> fileLayers{CustomConfPersistent, SelviDb, RavonaConfDefault};
 inline const QList<SettingsType> writableLayers = memoryLayers + fileLayers;
 
 // The key of a type in its enumeration, also for the names of data rows. Null for an unknown type.
