@@ -104,7 +104,7 @@ void tst_AbstractStorage::constructionAndDestructionAreSilent()
 {
     RecordingHandler handler(&m_journal);
     {
-        const PlainStorage storage(SettingsType::Rdm, &handler, &m_logger);
+        const PlainStorage storage(Rdm, &handler, &m_logger);
         QCOMPARE(m_journal.take(), QStringList());
     }
     QCOMPARE(m_journal.take(), QStringList());
@@ -143,7 +143,7 @@ void tst_AbstractStorage::notifyCallsTheHandlerOnce()
     QFETCH(const QVariant, value);
     QFETCH(const QString, line);
     RecordingHandler handler(&m_journal);
-    PlainStorage storage(SettingsType::SelviDb, &handler, &m_logger);
+    PlainStorage storage(SelviDb, &handler, &m_logger);
     storage.notify(group, key, value);
     QCOMPARE(m_journal.take(), QStringList(line));
 }
@@ -162,7 +162,7 @@ void tst_AbstractStorage::notifyPassesTheVeryReferences()
         QCOMPARE(&passedKey, &key);
         QCOMPARE(&passedValue, &value);
     };
-    PlainStorage(SettingsType::Runtime, &handler, nullptr).notify(group, key, value);
+    PlainStorage(Runtime, &handler, nullptr).notify(group, key, value);
     QCOMPARE(calls, 1);
 }
 
@@ -172,7 +172,7 @@ void tst_AbstractStorage::notifyRunsOnTheThreadOfTheCaller()
     std::thread::id notified;
     handler.reaction = [&notified](SettingsType, const QString &, const QString &,
                                    const QVariant &) { notified = std::this_thread::get_id(); };
-    PlainStorage storage(SettingsType::Runtime, &handler, nullptr);
+    PlainStorage storage(Runtime, &handler, nullptr);
     std::thread thread([&storage] { storage.notify(u"g"_s, u"k"_s, 5); });
     const std::thread::id caller = thread.get_id();
     thread.join();
@@ -181,7 +181,7 @@ void tst_AbstractStorage::notifyRunsOnTheThreadOfTheCaller()
 
 void tst_AbstractStorage::notifyWithoutHandlerDoesNothing()
 {
-    PlainStorage storage(SettingsType::Runtime, nullptr, &m_logger);
+    PlainStorage storage(Runtime, nullptr, &m_logger);
     storage.notify(u"g"_s, u"k"_s, 5);
     QCOMPARE(m_journal.take(), QStringList());
 }
@@ -189,7 +189,7 @@ void tst_AbstractStorage::notifyWithoutHandlerDoesNothing()
 void tst_AbstractStorage::theHandlerMayCallTheStorageAgain()
 {
     RecordingHandler handler(&m_journal);
-    PlainStorage storage(SettingsType::Runtime, &handler, &m_logger);
+    PlainStorage storage(Runtime, &handler, &m_logger);
     handler.reaction
             = [&storage](SettingsType, const QString &, const QString &, const QVariant &value) {
                   if (value.toInt() == 1) {
@@ -206,7 +206,7 @@ void tst_AbstractStorage::theHandlerMayCallTheStorageAgain()
 void tst_AbstractStorage::aWriteIsRefusedWithOneError()
 {
     RecordingHandler handler(&m_journal);
-    PlainStorage storage(SettingsType::Rdm, &handler, &m_logger);
+    PlainStorage storage(Rdm, &handler, &m_logger);
     storage.setValue(u"g"_s, u"k"_s, 5);
     QCOMPARE(m_journal.take(), QStringList(writeRefusal));
     // Of the value it holds, and of a key it does not hold: the same message each time.
@@ -219,7 +219,7 @@ void tst_AbstractStorage::aWriteIsRefusedWithOneError()
 void tst_AbstractStorage::aRemovalIsRefusedWithOneError()
 {
     RecordingHandler handler(&m_journal);
-    PlainStorage storage(SettingsType::Rdm, &handler, &m_logger);
+    PlainStorage storage(Rdm, &handler, &m_logger);
     storage.remove(u"g"_s, u"k"_s);
     QCOMPARE(m_journal.take(), QStringList(removalRefusal));
     storage.remove(QString(), u"absent"_s);
@@ -228,14 +228,14 @@ void tst_AbstractStorage::aRemovalIsRefusedWithOneError()
 
 void tst_AbstractStorage::aRefusalNeedsNoHandlerAndLeavesTheContentsAlone()
 {
-    PlainStorage storage(SettingsType::Rdm, nullptr, &m_logger);
+    PlainStorage storage(Rdm, nullptr, &m_logger);
     storage.setValue(u"g"_s, u"new"_s, 5);
     storage.remove(u"g"_s, u"k"_s);
     QCOMPARE(m_journal.take(), QStringList({writeRefusal, removalRefusal}));
     QVERIFY(!storage.contains(u"g"_s, u"new"_s));
     QVERIFY(storage.contains(u"g"_s, u"k"_s));
     QCOMPARE(storage.value(u"g"_s, u"k"_s), QVariant(u"kept"_s));
-    QCOMPARE(storage.type(), SettingsType::Rdm);
+    QCOMPARE(storage.type(), Rdm);
     QCOMPARE(storage.logger(), &m_logger);
 }
 
@@ -245,7 +245,7 @@ void tst_AbstractStorage::aRefusalAllocatesNoText()
     QList<qsizetype> capacities;
     logger.reaction
             = [&capacities](const QString &message) { capacities.append(message.capacity()); };
-    PlainStorage storage(SettingsType::Rdm, nullptr, &logger);
+    PlainStorage storage(Rdm, nullptr, &logger);
     storage.setValue(u"g"_s, u"k"_s, 5);
     storage.remove(u"g"_s, u"k"_s);
     QCOMPARE(capacities, QList<qsizetype>({0, 0})); // 0: constant data
@@ -254,8 +254,8 @@ void tst_AbstractStorage::aRefusalAllocatesNoText()
 void tst_AbstractStorage::eachIsDeletedThroughItsBase()
 {
     const QStringList death(u"derived destructor"_s);
-    std::unique_ptr<AbstractStorage> storage = std::make_unique<Mortal<PlainStorage>>(
-            &m_journal, SettingsType::Rdm, nullptr, nullptr);
+    std::unique_ptr<AbstractStorage> storage
+            = std::make_unique<Mortal<PlainStorage>>(&m_journal, Rdm, nullptr, nullptr);
     storage.reset();
     QCOMPARE(m_journal.take(), death);
     std::unique_ptr<IConfigurationChangeHandler> handler

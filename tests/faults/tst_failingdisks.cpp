@@ -4,6 +4,7 @@
 // The file of a layer cannot be written any more, or is no longer there. What QSettings makes of that
 // is written down here, so that a change of Qt does not go unnoticed.
 
+#include "layers.h"
 #include "recording.h"
 #include "skip.h"
 #include "tinydisk.h"
@@ -26,7 +27,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr auto layer = SettingsType::CustomConfPersistent;
+constexpr auto layer = CustomConfPersistent;
 
 // A host whose custom.conf holds g/k = old, and more where it has to be size bytes long.
 class FileHost

@@ -44,8 +44,7 @@ bool isFullRun()
 // The quick run has one layer of each kind.
 bool isLeftOut(SettingsType type)
 {
-    return !isFullRun() && type != SettingsType::Runtime && type != SettingsType::Rdm
-            && type != SettingsType::CustomConfPersistent;
+    return !isFullRun() && type != Runtime && type != Rdm && type != CustomConfPersistent;
 }
 
 bool hasFile(SettingsType type)
@@ -141,11 +140,11 @@ public:
         }
     }
 
-    QString filePath(SettingsType type = SettingsType::CustomConfPersistent) const
+    QString filePath(SettingsType type = CustomConfPersistent) const
     {
-        return m_folder.filePath(type == SettingsType::CustomConfPersistent ? u"custom.conf"_s
-                                         : type == SettingsType::SelviDb    ? u"selvi.db"_s
-                                                                            : u"ravona.conf"_s);
+        return m_folder.filePath(type == CustomConfPersistent ? u"custom.conf"_s
+                                         : type == SelviDb    ? u"selvi.db"_s
+                                                              : u"ravona.conf"_s);
     }
 
     void add(SettingsType type, const Contents &contents)
@@ -383,7 +382,7 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
                 },
                 init, openFile);
         addRow(type, "cleared", add, clear);
-        if (type != SettingsType::Runtime && type != SettingsType::SystemProperties) {
+        if (type != Runtime && type != SystemProperties) {
             addRow(type, "asked for a value", add,
                    [](Host &host) { (void)host.manager->value(u"z"_s, u"k"_s); });
             addRow(type, "asked whether it holds a pair", add,
@@ -392,8 +391,7 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
     }
 
     for (const auto type :
-         {SettingsType::Runtime, SettingsType::SystemProperties, SettingsType::CustomConfPersistent,
-          SettingsType::SelviDb, SettingsType::RavonaConfDefault}) {
+         {Runtime, SystemProperties, CustomConfPersistent, SelviDb, RavonaConfDefault}) {
         if (isLeftOut(type))
             continue;
         const Step add = [type](Host &host) { host.add(type, before); };
@@ -401,7 +399,7 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
             host.manager->setValue(u"g"_s, u"k"_s, u"written"_s, type);
         };
         const Step remove = [type](Host &host) { host.manager->removeValue(u"g"_s, u"k"_s, type); };
-        const auto lower = SettingsType::RavonaConfDefault;
+        const auto lower = RavonaConfDefault;
         addRow(type, "written", add, write);
         addRow(type, "written to a new group", add, [type](Host &host) {
             host.manager->setValue(u"new"_s, u"k"_s, u"written"_s, type);
@@ -419,18 +417,17 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
     }
 
     addRow(
-            SettingsType::Runtime, "written, a value that takes memory to copy",
+            Runtime, "written, a value that takes memory to copy",
             [](Host &host) {
-                host.add(SettingsType::Runtime, before);
-                host.manager->setValue(u"g"_s, u"k"_s, QVariant::fromValue(Costly(1)),
-                                       SettingsType::Runtime);
+                host.add(Runtime, before);
+                host.manager->setValue(u"g"_s, u"k"_s, QVariant::fromValue(Costly(1)), Runtime);
             },
             [](Host &host) {
                 const QVariant two = QVariant::fromValue(Costly(2)); // dies: no part of it may stay
-                host.manager->setValue(u"g"_s, u"k"_s, two, SettingsType::Runtime);
+                host.manager->setValue(u"g"_s, u"k"_s, two, Runtime);
             });
 
-    const auto custom = SettingsType::CustomConfPersistent;
+    const auto custom = CustomConfPersistent;
     const Step directory = [](Host &host) {
         host.add(custom, before);
         QFile::remove(host.filePath());
@@ -454,20 +451,20 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
             << Step([](Host &) {})
             << Step([](Host &host) { (void)host.manager->startupScreenDirPath(); }) << Step();
     QTest::newRow("manager: no such layer")
-            << Step([](Host &) {})
-            << Step([](Host &host) { host.manager->clearStorage(SettingsType::Rdm); }) << Step();
+            << Step([](Host &) {}) << Step([](Host &host) { host.manager->clearStorage(Rdm); })
+            << Step();
 
     const QList<std::pair<const char *, Step>> layers{
             {"map in memory",
              [](Host &host) {
-                 host.layer = std::make_unique<DynamicMapStorage>(SettingsType::Runtime,
-                                                                  &host.listener, &host.listener);
+                 host.layer = std::make_unique<DynamicMapStorage>(Runtime, &host.listener,
+                                                                  &host.listener);
                  host.layer->setValue(u"g"_s, u"k"_s, 1);
              }},
             {"fixed map",
              [](Host &host) {
-                 host.layer = std::make_unique<StaticMapReader>(SettingsType::Rdm, &host.listener,
-                                                                &host.listener, before.map);
+                 host.layer = std::make_unique<StaticMapReader>(Rdm, &host.listener, &host.listener,
+                                                                before.map);
              }},
             {"file", [custom](Host &host) {
                  before.save(host.filePath());
@@ -515,19 +512,19 @@ void tst_Memory::whatNeedsNoMemoryCannotRunOutOfIt_data()
         QCOMPARE(host.manager->value(onlyInRdm, itsKey).metaType(), QMetaType::fromType<int>());
     });
     QTest::newRow("asking a layer") << Step([](Host &host) {
-        (void)host.manager->contains(group, key, SettingsType::Rdm);
-        (void)host.manager->storageAvailable(SettingsType::Rdm);
-        (void)host.manager->contains(group, key, SettingsType::SelviDb);
+        (void)host.manager->contains(group, key, Rdm);
+        (void)host.manager->storageAvailable(Rdm);
+        (void)host.manager->contains(group, key, SelviDb);
     });
-    QTest::newRow("writing an equal value") << Step(
-            [](Host &host) { host.manager->setValue(group, key, held, SettingsType::Runtime); });
+    QTest::newRow("writing an equal value")
+            << Step([](Host &host) { host.manager->setValue(group, key, held, Runtime); });
     QTest::newRow("writing to a fixed map") << Step([](Host &host) {
-        host.manager->setValue(group, key, held, SettingsType::Rdm);
-        host.manager->removeValue(group, key, SettingsType::Rdm);
+        host.manager->setValue(group, key, held, Rdm);
+        host.manager->removeValue(group, key, Rdm);
     });
     QTest::newRow("writing to no layer") << Step([](Host &host) {
-        host.manager->setValue(group, key, held, SettingsType::SelviDb);
-        host.manager->removeValue(group, key, SettingsType::SelviDb);
+        host.manager->setValue(group, key, held, SelviDb);
+        host.manager->removeValue(group, key, SelviDb);
     });
     QTest::newRow("withdrawing a handler") << Step(
             [](Host &host) { host.manager->removeConfigurationHandler(&host.secondHandler); });
@@ -538,9 +535,9 @@ void tst_Memory::whatNeedsNoMemoryCannotRunOutOfIt()
     QFETCH(const Step, operation);
 
     Host host(m_folder.path());
-    host.manager->initStorage(SettingsType::Runtime);
-    host.manager->setValue(u"g"_s, u"k"_s, u"text"_s, SettingsType::Runtime);
-    host.manager->initStorage(SettingsType::Rdm, Contents(u"text"_s).map);
+    host.manager->initStorage(Runtime);
+    host.manager->setValue(u"g"_s, u"k"_s, u"text"_s, Runtime);
+    host.manager->initStorage(Rdm, Contents(u"text"_s).map);
 
     int failures = -1;
     {
@@ -585,8 +582,8 @@ void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole()
             // Lives on: it would wait for a lock file that was left.
             auto *manager = new ConfigurationManager(&listener);
             manager->setPersistentStoragePath(folder.path() + u'/');
-            manager->initStorage(SettingsType::CustomConfPersistent);
-            manager->setValue(u"g"_s, u"k"_s, u"written"_s, SettingsType::CustomConfPersistent);
+            manager->initStorage(CustomConfPersistent);
+            manager->setValue(u"g"_s, u"k"_s, u"written"_s, CustomConfPersistent);
             int failures = 0;
             {
                 const AllocationFault fault(number, extent);
@@ -594,7 +591,7 @@ void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole()
                     if (byEventLoop)
                         QCoreApplication::processEvents();
                     else
-                        manager->clearStorage(SettingsType::CustomConfPersistent);
+                        manager->clearStorage(CustomConfPersistent);
                 } catch (const std::bad_alloc &) {
                 }
                 failures = fault.failures();

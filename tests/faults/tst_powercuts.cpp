@@ -31,7 +31,7 @@ Q_DECLARE_METATYPE(tamsel::tests::UnnamedFiles)
 
 namespace {
 
-constexpr auto layer = SettingsType::CustomConfPersistent;
+constexpr auto layer = CustomConfPersistent;
 constexpr char fileName[] = "custom.conf";
 constexpr char oldContents[] = "[g]\na=1\nb=before\n";
 constexpr char newContents[] = "[g]\na=2\nb=behind it\nc=3\n";
@@ -140,8 +140,8 @@ void tst_PowerCuts::everyReaderWaitsForABlockedFlush()
     const int age = rounds(29, 0); // seconds
     Host host({{fileName, oldContents}, {"custom.conf.lock", ""}});
     host.start();
-    host.manager.initStorage(SettingsType::Runtime);
-    host.manager.setValue(u"g"_s, u"r"_s, 1, SettingsType::Runtime);
+    host.manager.initStorage(Runtime);
+    host.manager.setValue(u"g"_s, u"r"_s, 1, Runtime);
     QFile lock(host.path() + u"/custom.conf.lock"_s);
     QVERIFY(lock.open(QFile::ReadWrite));
     QVERIFY(lock.setFileTime(QDateTime::currentDateTimeUtc().addSecs(-age),

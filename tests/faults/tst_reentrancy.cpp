@@ -199,8 +199,7 @@ void tst_Reentrancy::handlersMayDoAnything()
 
 void tst_Reentrancy::handlersOnSeveralThreadsMayComeBack()
 {
-    static constexpr std::array types{SettingsType::Runtime, SettingsType::SystemProperties,
-                                      SettingsType::CustomConfPersistent};
+    static constexpr std::array types{Runtime, SystemProperties, CustomConfPersistent};
     const int writes = rounds(100, 3000);
 
     TestHost host;

@@ -33,7 +33,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr auto layer = SettingsType::CustomConfPersistent;
+constexpr auto layer = CustomConfPersistent;
 
 enum class Role { None, Flushing, Writing };
 thread_local Role role = Role::None; // of this thread

@@ -209,7 +209,7 @@ void tst_LogsConfigWrapper::aStoredValueIsReadAs()
     QFETCH(const QVariant, stored);
     QFETCH(const QVariant, read);
     TestHost host;
-    host.prepare(SettingsType::Rdm, group, {{key, stored}});
+    host.prepare(Rdm, group, {{key, stored}});
     QVERIFY(host.manager.contains(group, key));
     const LogsConfigWrapper logs(&host.manager);
     for (const Setting &setting : settings) // the others are not affected
@@ -246,7 +246,7 @@ void tst_LogsConfigWrapper::whatNoLayerHoldsIsReadAsUnset()
     for (const Setting &setting : settings)
         QCOMPARE(setting.read(logs), setting.unset);
     host.prepareAll();
-    host.manager.initStorage(SettingsType::Rdm, rdm);
+    host.manager.initStorage(Rdm, rdm);
     host.journal.take();
     for (const Setting &setting : settings)
         QCOMPARE(setting.read(logs), setting.unset);
@@ -271,7 +271,7 @@ void tst_LogsConfigWrapper::eachReadAsksTheManagerOnce()
                                                QMetaType::fromType<QVariantMap>());
     });
     TestHost host;
-    host.manager.initStorage(SettingsType::Rdm, {{group, QVariant::fromValue(Convertible())}});
+    host.manager.initStorage(Rdm, {{group, QVariant::fromValue(Convertible())}});
     const LogsConfigWrapper logs(&host.manager);
     for (const Setting &setting : settings) {
         lookups = 0;
@@ -284,13 +284,13 @@ void tst_LogsConfigWrapper::anUnusableLevelOverridesAsWell()
 {
     TestHost host;
     const LogsConfigWrapper logs(&host.manager);
-    host.prepare(SettingsType::RavonaConfDefault, group, {{u"level"_s, u"debug"_s}});
+    host.prepare(RavonaConfDefault, group, {{u"level"_s, u"debug"_s}});
     QCOMPARE(logs.level(), logging::Debug);
-    host.prepare(SettingsType::CommandLineArgs, group, {{u"level"_s, 3}});
+    host.prepare(CommandLineArgs, group, {{u"level"_s, 3}});
     QCOMPARE(logs.level(), logging::Info);
-    host.prepare(SettingsType::CommandLineArgs, group, {{u"level"_s, 6}});
+    host.prepare(CommandLineArgs, group, {{u"level"_s, 6}});
     QCOMPARE(int(logs.level()), -1);
-    host.prepare(SettingsType::CommandLineArgs, group, {{u"level"_s, QVariant()}});
+    host.prepare(CommandLineArgs, group, {{u"level"_s, QVariant()}});
     QCOMPARE(int(logs.level()), -1);
 }
 
@@ -299,11 +299,11 @@ void tst_LogsConfigWrapper::changesAreReadAtOnce()
     TestHost host;
     const LogsConfigWrapper logs(&host.manager);
     QCOMPARE(int(logs.level()), -1);
-    host.prepare(SettingsType::Runtime, group, {{u"level"_s, u"trace"_s}});
+    host.prepare(Runtime, group, {{u"level"_s, u"trace"_s}});
     QCOMPARE(logs.level(), logging::Trace);
-    LogsConfigWrapper(&host.manager).setLevel(logging::Error, SettingsType::Runtime);
+    LogsConfigWrapper(&host.manager).setLevel(logging::Error, Runtime);
     QCOMPARE(logs.level(), logging::Error);
-    host.manager.removeValue(group, u"level"_s, SettingsType::Runtime);
+    host.manager.removeValue(group, u"level"_s, Runtime);
     QCOMPARE(int(logs.level()), -1);
 }
 
@@ -353,11 +353,11 @@ void tst_LogsConfigWrapper::aReadOnlyLayerRefusesEachSetter()
 void tst_LogsConfigWrapper::aSetterDoesNothingWithoutTheLayer()
 {
     TestHost host;
-    host.prepare(SettingsType::SystemProperties);
+    host.prepare(SystemProperties);
     LogsConfigWrapper logs(&host.manager);
     for (const Setting &setting : settings) {
         for (const QVariant &value : setting.values) {
-            setting.write(logs, value, SettingsType::Runtime);
+            setting.write(logs, value, Runtime);
             QCOMPARE(setting.read(logs), setting.unset);
         }
     }
@@ -367,10 +367,10 @@ void tst_LogsConfigWrapper::aSetterDoesNothingWithoutTheLayer()
 void tst_LogsConfigWrapper::aLevelOutsideTheRangeIsStoredAndReadAsUnset()
 {
     TestHost host;
-    host.prepare(SettingsType::Runtime);
+    host.prepare(Runtime);
     LogsConfigWrapper logs(&host.manager);
     for (const int number : {9, -1}) {
-        logs.setLevel(logging::Level(number), SettingsType::Runtime);
+        logs.setLevel(logging::Level(number), Runtime);
         QCOMPARE(host.manager.value(group, u"level"_s), QVariant(number));
         QCOMPARE(int(logs.level()), -1);
     }

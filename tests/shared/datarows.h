@@ -56,7 +56,7 @@ inline void addValueRows()
     row("list", QVariantList{1, u"two"_s, QVariant()});
     row("map", QVariantMap{{u"a"_s, 1}, {u"b"_s, QVariantMap()}});
     row("null number", QVariant(QMetaType::fromType<int>()));
-    row("layer", QVariant::fromValue(SettingsType::Rdm));
+    row("layer", QVariant::fromValue(Rdm));
     row("invalid", QVariant());
 }
 

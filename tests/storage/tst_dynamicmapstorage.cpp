@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Layer = RecordedStorage<DynamicMapStorage, SettingsType::Runtime>;
+using Layer = RecordedStorage<DynamicMapStorage, Runtime>;
 
 // A type that cannot be compared.
 struct Opaque
@@ -291,7 +291,7 @@ void tst_DynamicMapStorage::readersSeeWholeValuesOnly()
     // The pair always holds one of two texts, while its neighbours come and go, so that the map
     // around it is in motion.
     const Watchdog watchdog;
-    DynamicMapStorage storage(SettingsType::Runtime, nullptr, nullptr);
+    DynamicMapStorage storage(Runtime, nullptr, nullptr);
     const QStringList texts{QString(200, u'a'), QString(200, u'b')};
     storage.setValue(u"g"_s, u"k"_s, texts.first());
     std::atomic<int> writing = 2;
@@ -326,7 +326,7 @@ void tst_DynamicMapStorage::keysNeverShowHalfAChange()
     // One thread grows the group from the front and shrinks it from the back, so that each moment
     // shows the first few keys and no others.
     const Watchdog watchdog;
-    DynamicMapStorage storage(SettingsType::Runtime, nullptr, nullptr);
+    DynamicMapStorage storage(Runtime, nullptr, nullptr);
     const QStringList names{u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s, u"f"_s, u"g"_s, u"h"_s};
     KeyList all;
     for (const QString &name : names)

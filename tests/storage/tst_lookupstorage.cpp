@@ -62,14 +62,13 @@ std::unique_ptr<LookupStorage> tst_LookupStorage::make(Kind kind, const QString 
     const QVariantMap entries{{u"text"_s, u"a"_s}, {u"invalid"_s, QVariant()}};
     switch (kind) {
     case Kind::FixedMap:
-        return std::make_unique<StaticMapReader>(SettingsType::Rdm, nullptr, nullptr,
+        return std::make_unique<StaticMapReader>(Rdm, nullptr, nullptr,
                                                  QVariantMap{{u"g"_s, entries}});
     case Kind::ConvertedMap:
         return std::make_unique<StaticMapReader>(
-                SettingsType::Rdm, nullptr, nullptr,
-                QVariantMap{{u"g"_s, QVariant::fromValue(Convertible())}});
+                Rdm, nullptr, nullptr, QVariantMap{{u"g"_s, QVariant::fromValue(Convertible())}});
     case Kind::Memory: {
-        auto storage = std::make_unique<DynamicMapStorage>(SettingsType::Runtime, nullptr, nullptr);
+        auto storage = std::make_unique<DynamicMapStorage>(Runtime, nullptr, nullptr);
         storage->setValue(u"g"_s, u"text"_s, u"a"_s);
         storage->setValue(u"g"_s, u"invalid"_s, QVariant());
         return storage;
@@ -77,8 +76,7 @@ std::unique_ptr<LookupStorage> tst_LookupStorage::make(Kind kind, const QString 
     case Kind::File:
         if (!writeFile(path, "[g]\ntext=a\ninvalid=@Invalid()\n"))
             qFatal("cannot write a file");
-        return std::make_unique<QtSettingsIniStorage>(SettingsType::SelviDb, nullptr, nullptr,
-                                                      path);
+        return std::make_unique<QtSettingsIniStorage>(SelviDb, nullptr, nullptr, path);
     }
     return nullptr;
 }
@@ -119,12 +117,12 @@ void tst_LookupStorage::aFileCannotHoldWhatIsNotHeld()
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"a.conf"_s);
     {
-        QtSettingsIniStorage storage(SettingsType::SelviDb, nullptr, nullptr, path);
+        QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, path);
         storage.setValue(u"g"_s, u"k"_s, QRectF()); // as what stands for it
     }
     const QString copy = folder.filePath(u"b.conf"_s); // QSettings remembers the files it has seen
     QVERIFY(QFile::copy(path, copy));
-    const QtSettingsIniStorage storage(SettingsType::SelviDb, nullptr, nullptr, copy);
+    const QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, copy);
     QVariant value;
     QVERIFY(storage.lookup({u"g"_s, u"k"_s}, &value));
     QCOMPARE(value, QVariant(QRectF()));
@@ -145,8 +143,7 @@ void tst_LookupStorage::aKeyOfAnyLengthIsFound()
     const QTemporaryDir folder;
     const QString group(groupLength, u'g');
     const QString key(64, u'k');
-    QtSettingsIniStorage storage(SettingsType::SelviDb, nullptr, nullptr,
-                                 folder.filePath(u"a.conf"_s));
+    QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, folder.filePath(u"a.conf"_s));
     storage.setValue(group, key, 5);
     const LookupKey both(group, key);
     QCOMPARE(both.full(), QString(group + u'/' + key));
@@ -166,8 +163,8 @@ void tst_LookupStorage::aDerivedStorageIsAskedThroughItsSlots()
         QVariant value(const QString &, const QString &) const override { return u"derived"_s; }
     };
     TestHost host;
-    const auto layer = QSharedPointer<Derived>::create(SettingsType::Runtime,
-                                                       &privateOf(host.manager), &host.logger);
+    const auto layer
+            = QSharedPointer<Derived>::create(Runtime, &privateOf(host.manager), &host.logger);
     QCOMPARE(toLookupStorage(*layer), nullptr);
     privateOf(host.manager).registerStorage(layer);
     QCOMPARE(host.manager.value(u"g"_s, u"k"_s), QVariant(u"derived"_s));
@@ -178,8 +175,8 @@ void tst_LookupStorage::aGroupIsConvertedForEachQuestion()
     // A host can count the conversions: one to know whether the key is held, one for its value.
     TestHost host;
     const QVariantMap map{{u"g"_s, QVariant::fromValue(Convertible())}};
-    host.manager.initStorage(SettingsType::Runtime);
-    host.manager.initStorage(SettingsType::FeatureKeys, map);
+    host.manager.initStorage(Runtime);
+    host.manager.initStorage(FeatureKeys, map);
     const auto conversions = [](const auto &operation) {
         const int before = Convertible::conversions;
         operation();
@@ -192,22 +189,19 @@ void tst_LookupStorage::aGroupIsConvertedForEachQuestion()
     QCOMPARE(conversions([&] { (void)manager.contains(u"g"_s, u"text"_s); }), 1);
 
     // A write above does not look below, a removal there does, and one below only asks who holds it.
-    const auto write = [&] { manager.setValue(u"g"_s, u"text"_s, 1, SettingsType::Runtime); };
-    const auto remove = [&] { manager.removeValue(u"g"_s, u"text"_s, SettingsType::Runtime); };
+    const auto write = [&] { manager.setValue(u"g"_s, u"text"_s, 1, Runtime); };
+    const auto remove = [&] { manager.removeValue(u"g"_s, u"text"_s, Runtime); };
     QCOMPARE(conversions(write), 0);
     QCOMPARE(conversions(remove), 2);
-    manager.initStorage(SettingsType::SystemProperties);
-    manager.setValue(u"g"_s, u"text"_s, 1, SettingsType::SystemProperties);
-    QCOMPARE(conversions([&] {
-                 manager.removeValue(u"g"_s, u"text"_s, SettingsType::SystemProperties);
-             }),
-             1);
+    manager.initStorage(SystemProperties);
+    manager.setValue(u"g"_s, u"text"_s, 1, SystemProperties);
+    QCOMPARE(conversions([&] { manager.removeValue(u"g"_s, u"text"_s, SystemProperties); }), 1);
 
     // Two keys: listed once, then each one's value is read for the message and for the handlers.
-    manager.clearStorage(SettingsType::FeatureKeys);
-    QCOMPARE(conversions([&] { manager.initStorage(SettingsType::Rdm, map); }), 1 + 2 + 2);
+    manager.clearStorage(FeatureKeys);
+    QCOMPARE(conversions([&] { manager.initStorage(Rdm, map); }), 1 + 2 + 2);
     // Both lists; who holds each key and its two values.
-    QCOMPARE(conversions([&] { manager.initStorage(SettingsType::Rdm, map); }), 2 + 2 * 3);
+    QCOMPARE(conversions([&] { manager.initStorage(Rdm, map); }), 2 + 2 * 3);
 }
 
 QTEST_GUILESS_MAIN(tst_LookupStorage)

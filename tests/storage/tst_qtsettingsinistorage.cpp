@@ -64,8 +64,8 @@ public:
     {
         storage.reset();
         path = where;
-        storage = std::make_unique<QtSettingsIniStorage>(SettingsType::CustomConfPersistent,
-                                                         &handler, &logger, path);
+        storage = std::make_unique<QtSettingsIniStorage>(CustomConfPersistent, &handler, &logger,
+                                                         path);
     }
 
     const Files files{};
@@ -223,7 +223,7 @@ void tst_QtSettingsIniStorage::runRow()
     for (const Step &step : steps)
         step(scene);
     scene.storage.reset();
-    COMPARE_JOURNAL(scene.journal, journal, SettingsType::CustomConfPersistent);
+    COMPARE_JOURNAL(scene.journal, journal, CustomConfPersistent);
     QCOMPARE(readFile(scene.path), after);
     QCOMPARE(QFile::exists(scene.path), !after.isNull());
 }
@@ -593,8 +593,7 @@ void tst_QtSettingsIniStorage::theComparisonAsksTheVirtualValue()
     {
     public:
         Answering(Scene *scene, const QString &path)
-            : QtSettingsIniStorage(SettingsType::CustomConfPersistent, &scene->handler,
-                                   &scene->logger, path),
+            : QtSettingsIniStorage(CustomConfPersistent, &scene->handler, &scene->logger, path),
               m_journal(&scene->journal)
         {
         }
@@ -649,8 +648,7 @@ void tst_QtSettingsIniStorage::aWriteThatSlipsInBehindTheComparisonIsNotifiedTwi
     };
     const Watchdog watchdog;
     Scene scene;
-    Interrupted storage(SettingsType::CustomConfPersistent, &scene.handler, &scene.logger,
-                        scene.path);
+    Interrupted storage(CustomConfPersistent, &scene.handler, &scene.logger, scene.path);
     storage.interruption = [&storage] { storage.setValue(u"g"_s, u"k"_s, 1); };
     storage.setValue(u"g"_s, u"k"_s, 1);
     QCOMPARE(scene.journal.take(),
@@ -860,7 +858,7 @@ void tst_QtSettingsIniStorage::severalThreadsMayWrite()
     runTogether(4, [&scene, together](int thread) {
         std::optional<QtSettingsIniStorage> own;
         if (!together)
-            own.emplace(SettingsType::CustomConfPersistent, &scene.handler, nullptr, scene.path);
+            own.emplace(CustomConfPersistent, &scene.handler, nullptr, scene.path);
         for (int i = 10; i < 50; ++i) {
             AbstractStorage &storage = own ? *own : *scene.storage;
             storage.setValue(QString::number(thread), QString::number(i), i);

@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Layer = RecordedStorage<StaticMapReader, SettingsType::Rdm>;
+using Layer = RecordedStorage<StaticMapReader, Rdm>;
 
 // Becomes a map when a test says how.
 struct Convertible
@@ -300,7 +300,7 @@ void tst_StaticMapReader::severalThreadsMayRead()
     QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, u"Rdm's k"_s}}},
                        {u"h"_s, QVariantHash{{u"k"_s, u"Rdm's other k"_s}}},
                        {u"none"_s, 4}};
-    const StaticMapReader storage(SettingsType::Rdm, nullptr, nullptr, values);
+    const StaticMapReader storage(Rdm, nullptr, nullptr, values);
     const KeyList held{{u"g"_s, u"k"_s}, {u"h"_s, u"k"_s}};
     std::atomic<int> wrong = 0;
     runTogether(4, [&](int thread) {

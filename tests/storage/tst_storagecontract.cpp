@@ -88,7 +88,7 @@ StoragePointer makeStaticMap(SettingsType type, IConfigurationChangeHandler *han
 struct Layer
 {
     explicit Layer(Factory make, const QVariantMap &contents = {})
-        : storage(make(SettingsType::Runtime, &handler, &logger, contents))
+        : storage(make(Runtime, &handler, &logger, contents))
     {
         journal.take();
     }
@@ -372,7 +372,7 @@ void tst_StorageContract::keysAreASnapshot()
 void tst_StorageContract::neitherHandlerNorLoggerIsNeeded()
 {
     QFETCH(const Factory, make);
-    const StoragePointer storage = make(SettingsType::Runtime, nullptr, nullptr, {});
+    const StoragePointer storage = make(Runtime, nullptr, nullptr, {});
     storage->setValue(u"g"_s, u"k"_s, 1);
     storage->setValue(u"g"_s, u"k"_s, 2);
     QCOMPARE(shown(storage->value(u"g"_s, u"k"_s)), shown(2));

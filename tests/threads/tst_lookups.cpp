@@ -118,9 +118,9 @@ void tst_Lookups::aReadGivesOnlyWhatALayerHeld_data()
     QTest::addColumn<QList<SettingsType>>("changing");
     QTest::addColumn<bool>("isAlwaysHeld"); // by RavonaConfDefault, which nothing changes
 
-    const QList<SettingsType> maps{SettingsType::Rdm, SettingsType::FeatureKeys};
-    const QList<SettingsType> memory{SettingsType::Runtime, SettingsType::SystemProperties};
-    const QList<SettingsType> files{SettingsType::CustomConfPersistent, SettingsType::SelviDb};
+    const QList<SettingsType> maps{Rdm, FeatureKeys};
+    const QList<SettingsType> memory{Runtime, SystemProperties};
+    const QList<SettingsType> files{CustomConfPersistent, SelviDb};
     for (const bool isAlwaysHeld : {false, true}) {
         const char *suffix = isAlwaysHeld ? ", over the defaults" : "";
         QTest::addRow("fixed maps%s", suffix) << maps << isAlwaysHeld;
@@ -142,7 +142,7 @@ void tst_Lookups::aReadGivesOnlyWhatALayerHeld()
     manager.setAssetsPrefix(folder.path() + u'/');
     if (isAlwaysHeld) {
         QVERIFY(writeFile(folder.filePath(u"ravona.conf"_s), "[Logging]\nlevel=1\n"));
-        manager.initStorage(SettingsType::RavonaConfDefault);
+        manager.initStorage(RavonaConfDefault);
     }
     manager.appendConfigurationHandler(&watch);
 

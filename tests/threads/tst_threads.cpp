@@ -4,23 +4,17 @@
 // What several threads may do at the same time. What happens is compared here as far as it can be
 // seen from outside; whether it was more than luck is for the thread sanitizer to say.
 
-#include "recording.h"
 #include "testhost.h"
 #include "threads.h"
 
-#include <tamsel/configurationmanager.h>
 #include <tamsel/logsconfigwrapper.h>
-#include <tamsel/settingstype.h>
 
 #include <QtCore/QRegularExpression>
-#include <QtCore/QTemporaryDir>
+#include <QtCore/QSemaphore>
 #include <QtTest/QTest>
 
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -28,7 +22,8 @@ using namespace Qt::StringLiterals;
 using namespace tamsel;
 using namespace tamsel::tests;
 
-using Call = void (*)(ConfigurationManager &manager);
+using Manager = ConfigurationManager;
+using Call = std::function<void(Manager &)>;
 Q_DECLARE_METATYPE(Call)
 
 namespace {
@@ -41,31 +36,17 @@ constexpr int rounds = 50;
 
 using Body = std::function<void()>;
 
-// Lets threads wait for something to happen on another one.
-class Signal
+// Does work(0) to work(count - 1).
+Body loop(int count, const std::function<void(int)> &work)
 {
-public:
-    void raise()
-    {
-        const std::lock_guard locker(m_mutex);
-        m_raised = true;
-        m_condition.notify_all();
-    }
+    return [=] {
+        for (int i = 0; i < count; ++i)
+            work(i);
+    };
+}
 
-    // false if it does not come: a deadlock, as this is far longer than anything takes.
-    [[nodiscard]] bool wait()
-    {
-        std::unique_lock locker(m_mutex);
-        return m_condition.wait_for(locker, std::chrono::seconds(20), [this] { return m_raised; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_condition;
-    bool m_raised = false; // guarded by m_mutex
-};
-
-// Once armed, keeps the first thread that comes by until it is released.
+// Once armed, keeps the first thread that comes by until it is released. Who waits longer than
+// anything takes is in a deadlock.
 class Barrier
 {
 public:
@@ -75,17 +56,22 @@ public:
     {
         if (!m_armed.exchange(false))
             return;
-        entered.raise();
-        if (!released.wait())
+        m_entered.release();
+        if (!m_released.tryAcquire(1, patience))
             failed = true;
     }
 
-    Signal entered;
-    Signal released;
+    [[nodiscard]] bool waitForEntry() { return m_entered.tryAcquire(1, patience); }
+    void release() { m_released.release(); }
+
     std::atomic<bool> failed = false;
 
 private:
+    static constexpr int patience = 20'000; // milliseconds
+
     std::atomic<bool> m_armed = false;
+    QSemaphore m_entered;
+    QSemaphore m_released;
 };
 
 // A text that shows whether it is a mixture of two: "Runtime's 7 7 7 7 7 7 7 7".
@@ -103,20 +89,33 @@ bool isWhole(const QString &text)
 // Reads ui/lang, and writes down what is not one of the whole texts of a layer.
 Body reader(const ConfigurationManager &manager, Journal *wrong)
 {
-    return [&manager, wrong] {
-        for (int i = 0; i < reads; ++i) {
-            const QVariant value = manager.value(u"ui"_s, u"lang"_s, u"default"_s);
-            if (!isWhole(value.toString()))
-                wrong->add(describe(value));
-            if (!manager.contains(u"ui"_s, u"lang"_s))
-                wrong->add(u"not contained"_s);
-        }
-    };
+    return loop(reads, [&manager, wrong](int) {
+        const QVariant value = manager.value(u"ui"_s, u"lang"_s, u"default"_s);
+        if (!isWhole(value.toString()))
+            wrong->add(describe(value));
+        if (!manager.contains(u"ui"_s, u"lang"_s))
+            wrong->add(u"not contained"_s);
+    });
+}
+
+// Runs these, and three readers; what the readers found to be wrong.
+QStringList readBeside(const ConfigurationManager &manager, std::vector<Body> bodies)
+{
+    Journal wrong;
+    for (int i = 0; i < 3; ++i)
+        bodies.push_back(reader(manager, &wrong));
+    runTogether(bodies);
+    return wrong.take();
 }
 
 QVariantMap wholeMap(const QString &layer, int number)
 {
     return groupMap(u"ui"_s, {{u"lang"_s, wholeText(layer, number)}});
+}
+
+QString nameOf(SettingsType type)
+{
+    return QLatin1StringView(keyOf(type));
 }
 
 QStringList sorted(QStringList lines)
@@ -133,17 +132,16 @@ class tst_Threads : public QObject
 
 private Q_SLOTS:
     void aReaderSeesOneOfTheWrittenValues();
-    void aReaderIsNotDisturbedByOtherPairsThatComeAndGo();
+    void aReaderIsNotDisturbedByOtherSettingsThatComeAndGo();
     void aReaderSeesALayerOrTheNextOneWhileItIsReplacedAndCleared();
     void otherLayersAreUsedWhileSomeAreReplaced();
-    void aPairIsWrittenWhileLayersAboveAndBelowComeAndGo();
+    void aSettingIsWrittenWhileLayersAboveAndBelowComeAndGo();
     void layersCreatedTogetherEndUpInOrder();
     void eachChangeIsNotifiedOnceAndInOrderOnTheWritingThread();
     void everyWriteOfAKeyIsNotified();
     void refusalsAreLoggedForEveryThread();
-    void noCallWaitsForAHandler();
-    void noCallWaitsForTheLogger_data();
-    void noCallWaitsForTheLogger();
+    void noCallWaitsForTheHost_data();
+    void noCallWaitsForTheHost();
     void tablesAreThereForEveryThread();
 };
 
@@ -153,75 +151,59 @@ void tst_Threads::aReaderSeesOneOfTheWrittenValues()
     for (const SettingsType type : writableLayers)
         host.manager.initStorage(type);
     host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(u"RavonaConfDefault"_s, 0),
-                          SettingsType::RavonaConfDefault);
+                          RavonaConfDefault);
 
-    const auto writer = [&host](SettingsType type, int count) -> Body {
-        return [&host, type, count] {
-            const QString layer = QLatin1StringView(keyOf(type));
-            for (int i = 0; i < count; ++i)
-                host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(layer, i), type);
-        };
+    const auto writer = [&host](SettingsType type, int count) {
+        return loop(count, [&host, type](int i) {
+            host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(nameOf(type), i), type);
+        });
     };
-    Journal wrong;
-    runTogether({writer(SettingsType::Runtime, writes),
-                 writer(SettingsType::SystemProperties, writes),
-                 writer(SettingsType::CustomConfPersistent, fileWrites),
-                 writer(SettingsType::RavonaConfDefault, fileWrites), reader(host.manager, &wrong),
-                 reader(host.manager, &wrong), reader(host.manager, &wrong)});
-
-    QCOMPARE(wrong.take(), QStringList());
+    QCOMPARE(readBeside(host.manager,
+                        {writer(Runtime, writes), writer(SystemProperties, writes),
+                         writer(CustomConfPersistent, fileWrites),
+                         writer(RavonaConfDefault, fileWrites)}),
+             QStringList());
     QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s).toString(),
              wholeText(u"Runtime"_s, writes - 1));
 }
 
 // Unlike in the test above, the map of the layer gets other nodes under the eyes of the readers. The
 // writers are hidden by a higher layer: without log lines and handlers they come by more often.
-void tst_Threads::aReaderIsNotDisturbedByOtherPairsThatComeAndGo()
+void tst_Threads::aReaderIsNotDisturbedByOtherSettingsThatComeAndGo()
 {
     constexpr int pairs = 20;
     QVariantMap hiding;
     for (int i = 0; i < pairs; ++i)
         hiding.insert(QString::number(i), i);
     TestHost host;
-    host.manager.initStorage(SettingsType::Rdm, groupMap(u"ui"_s, hiding));
-    host.manager.initStorage(SettingsType::SystemProperties);
+    host.manager.initStorage(Rdm, groupMap(u"ui"_s, hiding));
+    host.manager.initStorage(SystemProperties);
     host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(u"SystemProperties"_s, 0),
-                          SettingsType::SystemProperties);
+                          SystemProperties);
     host.journal.take();
 
-    const auto writer = [&host](int first) -> Body {
-        return [&host, first] {
-            for (int i = first; i < 10 * writes; i += 2) {
-                const QString key = QString::number(i % pairs);
-                host.manager.setValue(u"ui"_s, key, i, SettingsType::SystemProperties);
-                host.manager.removeValue(u"ui"_s, key, SettingsType::SystemProperties);
-            }
-        };
+    const auto writer = [&host](int first) {
+        return loop(5 * writes, [&host, first](int i) {
+            const QString key = QString::number((2 * i + first) % pairs);
+            host.manager.setValue(u"ui"_s, key, i, SystemProperties);
+            host.manager.removeValue(u"ui"_s, key, SystemProperties);
+        });
     };
-    Journal wrong;
-    runTogether({writer(0), writer(1), reader(host.manager, &wrong), reader(host.manager, &wrong)});
-
-    QCOMPARE(wrong.take(), QStringList());
+    QCOMPARE(readBeside(host.manager, {writer(0), writer(1)}), QStringList());
     QCOMPARE(host.journal.take(), QStringList());
 }
 
 void tst_Threads::aReaderSeesALayerOrTheNextOneWhileItIsReplacedAndCleared()
 {
     TestHost host;
-    host.manager.initStorage(SettingsType::CommandLineArgs, wholeMap(u"CommandLineArgs"_s, 0));
+    host.manager.initStorage(CommandLineArgs, wholeMap(u"CommandLineArgs"_s, 0));
 
-    Journal wrong;
-    runTogether({[&host] {
-                     for (int i = 0; i < replacements; ++i) {
-                         if (i % 5 == 0)
-                             host.manager.clearStorage(SettingsType::Rdm);
-                         host.manager.initStorage(SettingsType::Rdm, wholeMap(u"Rdm"_s, i));
-                     }
-                 },
-                 reader(host.manager, &wrong), reader(host.manager, &wrong),
-                 reader(host.manager, &wrong)});
-
-    QCOMPARE(wrong.take(), QStringList());
+    const Body replacer = loop(replacements, [&host](int i) {
+        if (i % 5 == 0)
+            host.manager.clearStorage(Rdm);
+        host.manager.initStorage(Rdm, wholeMap(u"Rdm"_s, i));
+    });
+    QCOMPARE(readBeside(host.manager, {replacer}), QStringList());
     QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s).toString(),
              wholeText(u"Rdm"_s, replacements - 1));
 }
@@ -229,47 +211,41 @@ void tst_Threads::aReaderSeesALayerOrTheNextOneWhileItIsReplacedAndCleared()
 void tst_Threads::otherLayersAreUsedWhileSomeAreReplaced()
 {
     TestHost host;
-    host.manager.initStorage(SettingsType::Runtime);
-    host.manager.initStorage(SettingsType::SystemProperties);
+    host.manager.initStorage(Runtime);
+    host.manager.initStorage(SystemProperties);
 
     Journal wrong;
-    const auto user = [&host, &wrong](SettingsType type) -> Body {
-        return [&host, &wrong, type] {
-            const QString key = QLatin1StringView(keyOf(type));
-            for (int i = 0; i < writes; ++i) {
-                host.manager.setValue(u"ui"_s, key, i, type);
-                if (host.manager.value(u"ui"_s, key) != i)
-                    wrong.add(u"not written"_s);
-                host.manager.removeValue(u"ui"_s, key, type);
-                if (host.manager.contains(u"ui"_s, key, type))
-                    wrong.add(u"not removed"_s);
-                if (!host.manager.storageAvailable(type))
-                    wrong.add(u"not available"_s);
-            }
-        };
+    const auto user = [&host, &wrong](SettingsType type) {
+        return loop(writes, [&host, &wrong, type](int i) {
+            const QString key = nameOf(type);
+            host.manager.setValue(u"ui"_s, key, i, type);
+            if (host.manager.value(u"ui"_s, key) != i)
+                wrong.add(u"not written"_s);
+            host.manager.removeValue(u"ui"_s, key, type);
+            if (host.manager.contains(u"ui"_s, key, type))
+                wrong.add(u"not removed"_s);
+            if (!host.manager.storageAvailable(type))
+                wrong.add(u"not available"_s);
+        });
     };
-    runTogether({[&host] {
-                     for (int i = 0; i < replacements; ++i)
-                         host.manager.initStorage(SettingsType::Rdm, wholeMap(u"Rdm"_s, i));
-                 },
-                 [&host] {
-                     for (int i = 0; i < replacements; ++i) {
-                         host.manager.initStorage(SettingsType::CommandLineArgs);
-                         host.manager.clearStorage(SettingsType::CommandLineArgs);
-                     }
-                 },
-                 user(SettingsType::Runtime), user(SettingsType::SystemProperties)});
+    const Body replacer = loop(
+            replacements, [&host](int i) { host.manager.initStorage(Rdm, wholeMap(u"Rdm"_s, i)); });
+    const Body clearer = loop(replacements, [&host](int) {
+        host.manager.initStorage(CommandLineArgs);
+        host.manager.clearStorage(CommandLineArgs);
+    });
+    runTogether({replacer, clearer, user(Runtime), user(SystemProperties)});
 
     QCOMPARE(wrong.take(), QStringList());
     QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s).toString(),
              wholeText(u"Rdm"_s, replacements - 1));
 }
 
-void tst_Threads::aPairIsWrittenWhileLayersAboveAndBelowComeAndGo()
+void tst_Threads::aSettingIsWrittenWhileLayersAboveAndBelowComeAndGo()
 {
-    // Who changes the pair looks at the layer that answers for it; another thread may take it away.
+    // Who changes the setting looks at its origin, which another thread may take away.
     TestHost host;
-    host.manager.initStorage(SettingsType::SystemProperties);
+    host.manager.initStorage(SystemProperties);
     Journal wrong;
     host.handler.reaction
             = [&wrong](SettingsType, const QString &, const QString &, const QVariant &value) {
@@ -277,24 +253,19 @@ void tst_Threads::aPairIsWrittenWhileLayersAboveAndBelowComeAndGo()
                       wrong.add(describe(value));
               };
 
-    const auto comeAndGo = [&host](SettingsType type) -> Body {
-        return [&host, type] {
-            const QString layer = QLatin1StringView(keyOf(type));
-            for (int i = 0; i < replacements; ++i) {
-                host.manager.initStorage(type, wholeMap(layer, i));
-                host.manager.initStorage(type, wholeMap(layer, i + 1));
-                host.manager.clearStorage(type);
-            }
-        };
+    const auto comeAndGo = [&host](SettingsType type) {
+        return loop(replacements, [&host, type](int i) {
+            host.manager.initStorage(type, wholeMap(nameOf(type), i));
+            host.manager.initStorage(type, wholeMap(nameOf(type), i + 1));
+            host.manager.clearStorage(type);
+        });
     };
-    runTogether(
-            {comeAndGo(SettingsType::Rdm), comeAndGo(SettingsType::CommandLineArgs), [&host] {
-                 for (int i = 0; i < writes; ++i) {
-                     host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(u"SystemProperties"_s, i),
-                                           SettingsType::SystemProperties);
-                     host.manager.removeValue(u"ui"_s, u"lang"_s, SettingsType::SystemProperties);
-                 }
-             }});
+    const Body writer = loop(writes, [&host](int i) {
+        host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(u"SystemProperties"_s, i),
+                              SystemProperties);
+        host.manager.removeValue(u"ui"_s, u"lang"_s, SystemProperties);
+    });
+    runTogether({comeAndGo(Rdm), comeAndGo(CommandLineArgs), writer});
 
     QCOMPARE(wrong.take(), QStringList());
     QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
@@ -308,7 +279,7 @@ void tst_Threads::layersCreatedTogetherEndUpInOrder()
         QStringList initialized;
         QStringList order;
         for (const SettingsType type : storagePriority) {
-            const QString layer = QLatin1StringView(keyOf(type));
+            const QString layer = nameOf(type);
             bodies.emplace_back([&host, type, layer] { host.init(type, {{u"k"_s, layer}}); });
             initialized.append(u"info: Storage: "_s + layer + u" initialized"_s);
             order.append(layer);
@@ -317,7 +288,7 @@ void tst_Threads::layersCreatedTogetherEndUpInOrder()
         QCOMPARE(sorted(host.journal.take().filter(u"Storage: "_s)), sorted(initialized));
 
         for (const SettingsType type : memoryLayers)
-            host.manager.setValue(u"g"_s, u"k"_s, QLatin1StringView(keyOf(type)), type);
+            host.manager.setValue(u"g"_s, u"k"_s, nameOf(type), type);
         QStringList answers;
         for (const SettingsType type : storagePriority) {
             answers.append(host.manager.value(u"g"_s, u"k"_s).toString());
@@ -343,10 +314,10 @@ void tst_Threads::eachChangeIsNotifiedOnceAndInOrderOnTheWritingThread()
         int count;
     };
     const std::vector<Writer> writers{
-            {u"first"_s, SettingsType::Runtime, writes},
-            {u"second"_s, SettingsType::Runtime, writes},
-            {u"third"_s, SettingsType::SystemProperties, writes},
-            {u"fourth"_s, SettingsType::CustomConfPersistent, fileWrites},
+            {u"first"_s, Runtime, writes},
+            {u"second"_s, Runtime, writes},
+            {u"third"_s, SystemProperties, writes},
+            {u"fourth"_s, CustomConfPersistent, fileWrites},
     };
 
     TestHost host;
@@ -374,9 +345,8 @@ void tst_Threads::eachChangeIsNotifiedOnceAndInOrderOnTheWritingThread()
     const QStringList notified = host.journal.take();
     qsizetype expectedSize = 0;
     for (const Writer &writer : writers) {
-        const QString layer = QLatin1StringView(keyOf(writer.type));
-        const QString logOperation
-                = writer.type == SettingsType::SystemProperties ? u"info"_s : u"debug"_s;
+        const QString layer = nameOf(writer.type);
+        const QString logOperation = writer.type == SystemProperties ? u"info"_s : u"debug"_s;
         const QString change = u": %1 ui/%2 = %3"_s.arg(layer, writer.key);
         QStringList expected;
         for (int i = 0; i < writer.count; ++i) {
@@ -402,14 +372,13 @@ void tst_Threads::eachChangeIsNotifiedOnceAndInOrderOnTheWritingThread()
 void tst_Threads::everyWriteOfAKeyIsNotified()
 {
     TestHost host;
-    host.manager.initStorage(SettingsType::Runtime);
+    host.manager.initStorage(Runtime);
     host.journal.take();
 
-    const auto writer = [&host](int first) -> Body {
-        return [&host, first] {
-            for (int i = 0; i < writes; ++i)
-                host.manager.setValue(u"ui"_s, u"lang"_s, first + i, SettingsType::Runtime);
-        };
+    const auto writer = [&host](int first) {
+        return loop(writes, [&host, first](int i) {
+            host.manager.setValue(u"ui"_s, u"lang"_s, first + i, Runtime);
+        });
     };
     runTogether({writer(0), writer(writes), writer(2 * writes)});
 
@@ -424,17 +393,13 @@ void tst_Threads::everyWriteOfAKeyIsNotified()
 void tst_Threads::refusalsAreLoggedForEveryThread()
 {
     TestHost host;
-    host.manager.initStorage(SettingsType::Rdm, wholeMap(u"Rdm"_s, 0));
+    host.manager.initStorage(Rdm, wholeMap(u"Rdm"_s, 0));
     host.journal.take();
 
-    const Body writer = [&host] {
-        for (int i = 0; i < writes; ++i)
-            host.manager.setValue(u"ui"_s, u"lang"_s, i, SettingsType::Rdm);
-    };
-    const Body remover = [&host] {
-        for (int i = 0; i < writes; ++i)
-            host.manager.removeValue(u"ui"_s, u"lang"_s, SettingsType::Rdm);
-    };
+    const Body writer
+            = loop(writes, [&host](int i) { host.manager.setValue(u"ui"_s, u"lang"_s, i, Rdm); });
+    const Body remover
+            = loop(writes, [&host](int) { host.manager.removeValue(u"ui"_s, u"lang"_s, Rdm); });
     runTogether({writer, writer, remover, remover});
 
     QCOMPARE(sorted(host.journal.take()),
@@ -443,108 +408,75 @@ void tst_Threads::refusalsAreLoggedForEveryThread()
                                    u"error: The storage doesn't support writing!"_s));
 }
 
-void tst_Threads::noCallWaitsForAHandler()
+void tst_Threads::noCallWaitsForTheHost_data()
 {
-    TestHost host;
-    host.manager.initStorage(SettingsType::Runtime);
-    Barrier barrier;
-    barrier.arm();
-    host.handler.reaction = [&barrier](SettingsType, const QString &, const QString &,
-                                       const QVariant &) { barrier.pass(); };
-
-    std::thread writer(
-            [&host] { host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, SettingsType::Runtime); });
-    const bool entered = barrier.entered.wait();
-    const QVariant seen = host.manager.value(u"ui"_s, u"lang"_s);
-    host.manager.setValue(u"ui"_s, u"lang"_s, u"de"_s, SettingsType::Runtime);
-    host.manager.removeValue(u"ui"_s, u"lang"_s, SettingsType::Runtime);
-    host.manager.initStorage(SettingsType::SystemProperties);
-    host.manager.clearStorage(SettingsType::SystemProperties);
-    barrier.released.raise();
-    writer.join();
-
-    QVERIFY(entered);
-    QVERIFY(!barrier.failed);
-    QCOMPARE(seen, QVariant(u"en"_s));
-}
-
-void tst_Threads::noCallWaitsForTheLogger_data()
-{
+    QTest::addColumn<bool>("byHandler"); // the logger if not
     QTest::addColumn<Call>("call");
 
-    const auto addRow = [](const char *name, Call call) { QTest::newRow(name) << call; };
-    addRow("refused write", [](ConfigurationManager &manager) {
-        manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, SettingsType::Rdm);
-    });
-    addRow("refused removal", [](ConfigurationManager &manager) {
-        manager.removeValue(u"ui"_s, u"lang"_s, SettingsType::Rdm);
-    });
-    addRow("file not writable", [](ConfigurationManager &manager) {
-        manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, SettingsType::SelviDb);
-    });
-    addRow("write", [](ConfigurationManager &manager) {
-        manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, SettingsType::Runtime);
-    });
-    addRow("removal", [](ConfigurationManager &manager) {
-        manager.removeValue(u"ui"_s, u"size"_s, SettingsType::Runtime);
-    });
-    addRow("write into a file", [](ConfigurationManager &manager) {
-        manager.setValue(u"ui"_s, u"font"_s, u"en"_s, SettingsType::CustomConfPersistent);
-    });
-    addRow("new layer", [](ConfigurationManager &manager) {
-        manager.initStorage(SettingsType::CommandLineArgs);
-    });
-    addRow("replaced layer",
-           [](ConfigurationManager &manager) { manager.initStorage(SettingsType::Rdm); });
-    addRow("cleared layer",
-           [](ConfigurationManager &manager) { manager.clearStorage(SettingsType::Rdm); });
-    addRow("missing layer", [](ConfigurationManager &manager) {
-        manager.clearStorage(SettingsType::CommandLineArgs);
-    });
+    const auto addRow = [](const char *name, Call call) { QTest::newRow(name) << false << call; };
+    const auto write = [](auto type, auto key) {
+        return [=](Manager &m) { m.setValue(u"ui"_s, key, u"en"_s, type); };
+    };
+    QTest::newRow("notified write") << true << Call(write(Runtime, u"size"_s));
+    addRow("refused write", write(Rdm, u"lang"_s));
+    addRow("refused removal", [](Manager &m) { m.removeValue(u"ui"_s, u"lang"_s, Rdm); });
+    addRow("file not writable", write(SelviDb, u"lang"_s));
+    addRow("write", write(Runtime, u"lang"_s));
+    addRow("removal", [](Manager &m) { m.removeValue(u"ui"_s, u"size"_s, Runtime); });
+    addRow("write into a file", write(CustomConfPersistent, u"font"_s));
+    addRow("new layer", [](Manager &m) { m.initStorage(CommandLineArgs); });
+    addRow("replaced layer", [](Manager &m) { m.initStorage(Rdm); });
+    addRow("cleared layer", [](Manager &m) { m.clearStorage(Rdm); });
+    addRow("missing layer", [](Manager &m) { m.clearStorage(CommandLineArgs); });
 }
 
-void tst_Threads::noCallWaitsForTheLogger()
+void tst_Threads::noCallWaitsForTheHost()
 {
+    QFETCH(const bool, byHandler);
     QFETCH(const Call, call);
 
-    const QTemporaryDir folder;
+    TestHost host;
+    Manager &manager = host.manager;
+    manager.initStorage(Rdm, wholeMap(u"Rdm"_s, 0));
+    manager.initStorage(Runtime);
+    manager.setValue(u"ui"_s, u"size"_s, 1, Runtime);
+    manager.initStorage(CustomConfPersistent);
+    QVERIFY(writeFile(host.folder.filePath(u"file"_s), "no folder"));
+    manager.setPersistentStoragePath(host.folder.filePath(u"file/"_s));
+    manager.initStorage(SelviDb);
     Barrier barrier;
-    RecordingLogger logger;
-    logger.reaction = [&barrier](const QString &) { barrier.pass(); };
-    ConfigurationManager manager(&logger);
-    manager.initStorage(SettingsType::Rdm, wholeMap(u"Rdm"_s, 0));
-    manager.initStorage(SettingsType::Runtime);
-    manager.setValue(u"ui"_s, u"size"_s, 1, SettingsType::Runtime);
-    manager.setPersistentStoragePath(folder.path() + u'/');
-    manager.initStorage(SettingsType::CustomConfPersistent);
-    QVERIFY(writeFile(folder.filePath(u"file"_s), "no folder"));
-    manager.setPersistentStoragePath(folder.filePath(u"file/"_s));
-    manager.initStorage(SettingsType::SelviDb);
+    if (byHandler)
+        host.handler.reaction = [&barrier](SettingsType, const QString &, const QString &,
+                                           const QVariant &) { barrier.pass(); };
+    else
+        host.logger.reaction = [&barrier](const QString &) { barrier.pass(); };
 
     barrier.arm();
     std::thread caller([&manager, call] { call(manager); });
-    const bool entered = barrier.entered.wait();
+    const bool entered = barrier.waitForEntry();
+    const QVariant seen = manager.value(u"ui"_s, u"size"_s);
     const bool contained = manager.contains(u"ui"_s, u"nothing"_s);
-    manager.initStorage(SettingsType::SystemProperties);
-    manager.setValue(u"ui"_s, u"color"_s, u"red"_s, SettingsType::Runtime);
-    manager.setValue(u"ui"_s, u"color"_s, u"red"_s, SettingsType::CustomConfPersistent);
-    manager.removeValue(u"ui"_s, u"color"_s, SettingsType::Runtime);
-    manager.clearStorage(SettingsType::SystemProperties);
-    barrier.released.raise();
+    manager.initStorage(SystemProperties);
+    manager.setValue(u"ui"_s, u"color"_s, u"red"_s, Runtime);
+    manager.setValue(u"ui"_s, u"color"_s, u"red"_s, CustomConfPersistent);
+    manager.removeValue(u"ui"_s, u"color"_s, Runtime);
+    manager.clearStorage(SystemProperties);
+    barrier.release();
     caller.join();
 
     QVERIFY(entered);
     QVERIFY(!barrier.failed);
     QVERIFY(!contained);
+    if (byHandler)
+        QCOMPARE(seen, QVariant(u"en"_s)); // the handler is notified of what is written already
 }
 
 void tst_Threads::tablesAreThereForEveryThread()
 {
-    const QList<SettingsType> byRank{
-            SettingsType::Runtime,         SettingsType::Rdm,
-            SettingsType::FeatureKeys,     SettingsType::SystemProperties,
-            SettingsType::CommandLineArgs, SettingsType::CustomConfPersistent,
-            SettingsType::SelviDb,         SettingsType::RavonaConfDefault};
+    const QList<SettingsType> byRank{Runtime,         Rdm,
+                                     FeatureKeys,     SystemProperties,
+                                     CommandLineArgs, CustomConfPersistent,
+                                     SelviDb,         RavonaConfDefault};
     const QStringList levels{u"critical"_s, u"error"_s, u"warning"_s,
                              u"info"_s,     u"debug"_s, u"trace"_s};
 
@@ -553,24 +485,21 @@ void tst_Threads::tablesAreThereForEveryThread()
         if (!right)
             wrong.add(QLatin1StringView(what));
     };
-    const Body reader = [&byRank, &levels, &check] {
-        for (int i = 0; i < reads; ++i) {
-            const int rank = i % 8;
-            check(storagePriority == byRank, "storagePriority");
-            check(priorityOf(byRank.at(rank)) == rank, "priorityOf");
-            check(priorityOf(static_cast<SettingsType>(8)) == -1, "priorityOf, unknown");
-            check(QVariant::fromValue(byRank.at(rank)).toString()
-                          == QLatin1StringView(keyOf(byRank.at(rank))),
-                  "meta type");
-            const int level = i % 6;
-            check(LogsConfigWrapper::stringLevelToIntLevel().value(levels.at(level), -1) == level,
-                  "stringLevelToIntLevel");
-            check(LogsConfigWrapper::minLevel() == 0, "minLevel");
-            check(LogsConfigWrapper::maxLevel() == 5, "maxLevel");
-            check(LogsConfigWrapper::isLevelValid(level), "isLevelValid");
-            check(!LogsConfigWrapper::isLevelValid(level + 6), "isLevelValid, too high");
-        }
-    };
+    const Body reader = loop(reads, [&](int i) {
+        const int rank = i % 8;
+        check(storagePriority == byRank, "storagePriority");
+        check(priorityOf(byRank.at(rank)) == rank, "priorityOf");
+        check(priorityOf(static_cast<SettingsType>(8)) == -1, "priorityOf, unknown");
+        check(QVariant::fromValue(byRank.at(rank)).toString() == nameOf(byRank.at(rank)),
+              "meta type");
+        const int level = i % 6;
+        check(LogsConfigWrapper::stringLevelToIntLevel().value(levels.at(level), -1) == level,
+              "stringLevelToIntLevel");
+        check(LogsConfigWrapper::minLevel() == 0, "minLevel");
+        check(LogsConfigWrapper::maxLevel() == 5, "maxLevel");
+        check(LogsConfigWrapper::isLevelValid(level), "isLevelValid");
+        check(!LogsConfigWrapper::isLevelValid(level + 6), "isLevelValid, too high");
+    });
     runTogether({reader, reader, reader, reader});
 
     QCOMPARE(wrong.take(), QStringList());
