@@ -12,7 +12,6 @@
 #include <QtTest/QTest>
 
 #include <memory>
-#include <thread>
 #include <type_traits>
 
 using namespace Qt::StringLiterals;
@@ -77,20 +76,16 @@ class tst_AbstractStorage : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void constructionAndDestructionAreSilent();
     void typeAndLoggerAreThoseGiven_data();
     void typeAndLoggerAreThoseGiven();
 
     void notifyCallsTheHandlerOnce_data();
     void notifyCallsTheHandlerOnce();
     void notifyPassesTheVeryReferences();
-    void notifyRunsOnTheThreadOfTheCaller();
     void notifyWithoutHandlerDoesNothing();
-    void theHandlerMayCallTheStorageAgain();
 
     void aWriteIsRefusedWithOneError();
     void aRemovalIsRefusedWithOneError();
-    void aRefusalNeedsNoHandlerAndLeavesTheContentsAlone();
     void aRefusalAllocatesNoText();
 
     void eachIsDeletedThroughItsBase();
@@ -99,16 +94,6 @@ private:
     Journal m_journal; // empty between the tests
     RecordingLogger m_logger{&m_journal};
 };
-
-void tst_AbstractStorage::constructionAndDestructionAreSilent()
-{
-    RecordingHandler handler(&m_journal);
-    {
-        const PlainStorage storage(Rdm, &handler, &m_logger);
-        QCOMPARE(m_journal.take(), QStringList());
-    }
-    QCOMPARE(m_journal.take(), QStringList());
-}
 
 void tst_AbstractStorage::typeAndLoggerAreThoseGiven_data()
 {
@@ -166,41 +151,11 @@ void tst_AbstractStorage::notifyPassesTheVeryReferences()
     QCOMPARE(calls, 1);
 }
 
-void tst_AbstractStorage::notifyRunsOnTheThreadOfTheCaller()
-{
-    RecordingHandler handler;
-    std::thread::id notified;
-    handler.reaction = [&notified](SettingsType, const QString &, const QString &,
-                                   const QVariant &) { notified = std::this_thread::get_id(); };
-    PlainStorage storage(Runtime, &handler, nullptr);
-    std::thread thread([&storage] { storage.notify(u"g"_s, u"k"_s, 5); });
-    const std::thread::id caller = thread.get_id();
-    thread.join();
-    QVERIFY(notified == caller);
-}
-
 void tst_AbstractStorage::notifyWithoutHandlerDoesNothing()
 {
     PlainStorage storage(Runtime, nullptr, &m_logger);
     storage.notify(u"g"_s, u"k"_s, 5);
     QCOMPARE(m_journal.take(), QStringList());
-}
-
-void tst_AbstractStorage::theHandlerMayCallTheStorageAgain()
-{
-    RecordingHandler handler(&m_journal);
-    PlainStorage storage(Runtime, &handler, &m_logger);
-    handler.reaction
-            = [&storage](SettingsType, const QString &, const QString &, const QVariant &value) {
-                  if (value.toInt() == 1) {
-                      storage.notify(u"g"_s, u"k"_s, 2);
-                      storage.remove(u"g"_s, u"k"_s);
-                  }
-              };
-    storage.notify(u"g"_s, u"k"_s, 1);
-    QCOMPARE(m_journal.take(),
-             QStringList({u"handler: Runtime g/k = int(1)"_s, u"handler: Runtime g/k = int(2)"_s,
-                          removalRefusal}));
 }
 
 void tst_AbstractStorage::aWriteIsRefusedWithOneError()
@@ -224,19 +179,6 @@ void tst_AbstractStorage::aRemovalIsRefusedWithOneError()
     QCOMPARE(m_journal.take(), QStringList(removalRefusal));
     storage.remove(QString(), u"absent"_s);
     QCOMPARE(m_journal.take(), QStringList(removalRefusal));
-}
-
-void tst_AbstractStorage::aRefusalNeedsNoHandlerAndLeavesTheContentsAlone()
-{
-    PlainStorage storage(Rdm, nullptr, &m_logger);
-    storage.setValue(u"g"_s, u"new"_s, 5);
-    storage.remove(u"g"_s, u"k"_s);
-    QCOMPARE(m_journal.take(), QStringList({writeRefusal, removalRefusal}));
-    QVERIFY(!storage.contains(u"g"_s, u"new"_s));
-    QVERIFY(storage.contains(u"g"_s, u"k"_s));
-    QCOMPARE(storage.value(u"g"_s, u"k"_s), QVariant(u"kept"_s));
-    QCOMPARE(storage.type(), Rdm);
-    QCOMPARE(storage.logger(), &m_logger);
 }
 
 void tst_AbstractStorage::aRefusalAllocatesNoText()

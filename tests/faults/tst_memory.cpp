@@ -47,11 +47,6 @@ bool isLeftOut(SettingsType type)
     return !isFullRun() && type != Runtime && type != Rdm && type != CustomConfPersistent;
 }
 
-bool hasFile(SettingsType type)
-{
-    return fileLayers.contains(type);
-}
-
 // Counts its calls, and needs no memory for it.
 class Listener final : public ILogger, public IConfigurationChangeHandler
 {
@@ -101,8 +96,7 @@ struct Contents
 
     void save(const QString &path) const
     {
-        QFile target(path);
-        if (!target.open(QFile::WriteOnly) || target.write(file) != file.size())
+        if (!writeFile(path, file))
             qFatal("cannot write a file");
     }
 
@@ -149,7 +143,7 @@ public:
 
     void add(SettingsType type, const Contents &contents)
     {
-        if (hasFile(type))
+        if (fileLayers.contains(type))
             contents.save(filePath(type));
         manager->initStorage(type, contents.map);
         const bool startsEmpty = !manager->contains(u"g"_s, u"k"_s, type);
@@ -354,70 +348,72 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
 
     static const Contents before(u"old"_s);
     static const Contents after(u"another"_s); // longer: QSettings notices that the file is another
-    const auto addRow = [](SettingsType type, const char *what, const Step &prepare,
-                           const Step &operation, const Step &qtAlone = {}) {
-        QTest::addRow("%s: %s", keyOf(type), what) << prepare << operation << qtAlone;
+    const auto addRow = [](const QByteArray &name, const Step &prepare, const Step &operation,
+                           const Step &qtAlone = {}) {
+        QTest::newRow(name.constData()) << prepare << operation << qtAlone;
     };
+    const Step nothing = [](Host &) {};
 
     for (const auto type : storagePriority) {
         if (isLeftOut(type))
             continue;
+        const QByteArray name = keyOf(type);
         const Step add = [type](Host &host) { host.add(type, before); };
         const Step init = [type](Host &host) { host.manager->initStorage(type, after.map); };
         const Step clear = [type](Host &host) { host.manager->clearStorage(type); };
-        Step saveFile = [](Host &) {};
+        Step saveFile = nothing;
         Step openFile;
-        if (hasFile(type)) {
+        if (fileLayers.contains(type)) {
             saveFile = [type](Host &host) { after.save(host.filePath(type)); };
             openFile = [type](Host &host) {
                 const QSettings settings(host.filePath(type), QSettings::IniFormat);
             };
         }
-        addRow(type, "created", saveFile, init, openFile);
+        addRow(name + ": created", saveFile, init, openFile);
         addRow(
-                type, "replaced",
+                name + ": replaced",
                 [add, saveFile](Host &host) {
                     add(host);
                     saveFile(host);
                 },
                 init, openFile);
-        addRow(type, "cleared", add, clear);
+        addRow(name + ": cleared", add, clear);
         if (type != Runtime && type != SystemProperties) {
-            addRow(type, "asked for a value", add,
+            addRow(name + ": asked for a value", add,
                    [](Host &host) { (void)host.manager->value(u"z"_s, u"k"_s); });
-            addRow(type, "asked whether it holds a pair", add,
+            addRow(name + ": asked whether it holds a pair", add,
                    [type](Host &host) { (void)host.manager->contains(u"z"_s, u"k"_s, type); });
         }
     }
 
-    for (const auto type :
-         {Runtime, SystemProperties, CustomConfPersistent, SelviDb, RavonaConfDefault}) {
+    for (const auto type : writableLayers) {
         if (isLeftOut(type))
             continue;
+        const QByteArray name = keyOf(type);
         const Step add = [type](Host &host) { host.add(type, before); };
         const Step write = [type](Host &host) {
             host.manager->setValue(u"g"_s, u"k"_s, u"written"_s, type);
         };
         const Step remove = [type](Host &host) { host.manager->removeValue(u"g"_s, u"k"_s, type); };
         const auto lower = RavonaConfDefault;
-        addRow(type, "written", add, write);
-        addRow(type, "written to a new group", add, [type](Host &host) {
+        addRow(name + ": written", add, write);
+        addRow(name + ": written to a new group", add, [type](Host &host) {
             host.manager->setValue(u"new"_s, u"k"_s, u"written"_s, type);
         });
-        addRow(type, "removed from", add, remove);
+        addRow(name + ": removed from", add, remove);
         if (type != lower) {
             const Step addAbove = [add](Host &host) {
                 host.add(lower, after);
                 add(host);
             };
-            addRow(type, "removed from above another", addAbove, remove);
-            addRow(type, "cleared above another", addAbove,
+            addRow(name + ": removed from above another", addAbove, remove);
+            addRow(name + ": cleared above another", addAbove,
                    [type](Host &host) { host.manager->clearStorage(type); });
         }
     }
 
     addRow(
-            Runtime, "written, a value that takes memory to copy",
+            "Runtime: written, a value that takes memory to copy",
             [](Host &host) {
                 host.add(Runtime, before);
                 host.manager->setValue(u"g"_s, u"k"_s, QVariant::fromValue(Costly(1)), Runtime);
@@ -434,47 +430,46 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
         QDir().mkdir(host.filePath());
     };
     addRow(
-            custom, "written, an equal value", [](Host &host) { host.add(custom, before); },
+            "CustomConfPersistent: written, an equal value",
+            [](Host &host) { host.add(custom, before); },
             [](Host &host) { host.manager->setValue(u"g"_s, u"k"_s, u"old"_s, custom); });
-    addRow(custom, "refusing a value", directory,
+    addRow("CustomConfPersistent: refusing a value", directory,
            [](Host &host) { host.manager->setValue(u"g"_s, u"k"_s, u"written"_s, custom); });
-    addRow(custom, "refusing a removal", directory,
+    addRow("CustomConfPersistent: refusing a removal", directory,
            [](Host &host) { host.manager->removeValue(u"g"_s, u"k"_s, custom); });
 
-    QTest::newRow("manager: made") << Step([](Host &) {}) << Step([](Host &host) {
-        const ConfigurationManager manager(&host.listener);
-    }) << Step();
-    QTest::newRow("manager: a handler more") << Step([](Host &) {}) << Step([](Host &host) {
-        host.manager->appendConfigurationHandler(&host.fourthHandler);
-    }) << Step();
-    QTest::newRow("manager: path of the start-up screen")
-            << Step([](Host &) {})
-            << Step([](Host &host) { (void)host.manager->startupScreenDirPath(); }) << Step();
-    QTest::newRow("manager: no such layer")
-            << Step([](Host &) {}) << Step([](Host &host) { host.manager->clearStorage(Rdm); })
-            << Step();
+    addRow("manager: made", nothing,
+           [](Host &host) { const ConfigurationManager manager(&host.listener); });
+    addRow("manager: a handler more", nothing,
+           [](Host &host) { host.manager->appendConfigurationHandler(&host.fourthHandler); });
+    addRow("manager: path of the start-up screen", nothing,
+           [](Host &host) { (void)host.manager->startupScreenDirPath(); });
+    addRow("manager: no such layer", nothing, [](Host &host) { host.manager->clearStorage(Rdm); });
 
-    const QList<std::pair<const char *, Step>> layers{
-            {"map in memory",
-             [](Host &host) {
-                 host.layer = std::make_unique<DynamicMapStorage>(Runtime, &host.listener,
-                                                                  &host.listener);
-                 host.layer->setValue(u"g"_s, u"k"_s, 1);
-             }},
-            {"fixed map",
-             [](Host &host) {
-                 host.layer = std::make_unique<StaticMapReader>(Rdm, &host.listener, &host.listener,
-                                                                before.map);
-             }},
-            {"file", [custom](Host &host) {
-                 before.save(host.filePath());
-                 host.layer = std::make_unique<QtSettingsIniStorage>(
-                         custom, &host.listener, &host.listener, host.filePath());
-             }}};
-    for (const auto &[name, prepare] : layers) {
-        QTest::addRow("%s: listed", name)
-                << prepare << Step([](Host &host) { (void)host.layer->keys(); }) << Step();
-    }
+    const Step list = [](Host &host) { (void)host.layer->keys(); };
+    addRow(
+            "map in memory: listed",
+            [](Host &host) {
+                host.layer = std::make_unique<DynamicMapStorage>(Runtime, &host.listener,
+                                                                 &host.listener);
+                host.layer->setValue(u"g"_s, u"k"_s, 1);
+            },
+            list);
+    addRow(
+            "fixed map: listed",
+            [](Host &host) {
+                host.layer = std::make_unique<StaticMapReader>(Rdm, &host.listener, &host.listener,
+                                                               before.map);
+            },
+            list);
+    addRow(
+            "file: listed",
+            [custom](Host &host) {
+                before.save(host.filePath());
+                host.layer = std::make_unique<QtSettingsIniStorage>(
+                        custom, &host.listener, &host.listener, host.filePath());
+            },
+            list);
 }
 
 void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone()
@@ -599,9 +594,7 @@ void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole()
             return failures == 0 ? "untouched" : "";
         });
         QVERIFY(child.end != "signal 14");
-        QFile file(path);
-        QVERIFY(file.open(QFile::ReadOnly));
-        ++seen[file.readAll()];
+        ++seen[readFile(path)];
         if (child.report == "untouched") {
             isComplete = true;
             break;

@@ -113,9 +113,6 @@ private Q_SLOTS:
 
     void aSetterWritesIntoTheNamedLayerOnly_data() { addTypeRows(writableLayers); }
     void aSetterWritesIntoTheNamedLayerOnly();
-    void aReadOnlyLayerRefusesEachSetter_data() { addTypeRows(mapLayers); }
-    void aReadOnlyLayerRefusesEachSetter();
-    void aSetterDoesNothingWithoutTheLayer();
     void aLevelOutsideTheRangeIsStoredAndReadAsUnset();
 
     void levelNamesAreSixAndCaseSensitive();
@@ -332,36 +329,6 @@ void tst_LogsConfigWrapper::aSetterWritesIntoTheNamedLayerOnly()
             QCOMPARE(host.journal.take(), QStringList()); // an equal value is not written again
         }
     }
-}
-
-void tst_LogsConfigWrapper::aReadOnlyLayerRefusesEachSetter()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(type);
-    LogsConfigWrapper logs(&host.manager);
-    for (const Setting &setting : settings) {
-        for (const QVariant &value : setting.values) {
-            setting.write(logs, value, type);
-            QCOMPARE(host.journal.take(),
-                     QStringList(u"error: The storage doesn't support writing!"_s));
-            QCOMPARE(setting.read(logs), setting.unset);
-        }
-    }
-}
-
-void tst_LogsConfigWrapper::aSetterDoesNothingWithoutTheLayer()
-{
-    TestHost host;
-    host.prepare(SystemProperties);
-    LogsConfigWrapper logs(&host.manager);
-    for (const Setting &setting : settings) {
-        for (const QVariant &value : setting.values) {
-            setting.write(logs, value, Runtime);
-            QCOMPARE(setting.read(logs), setting.unset);
-        }
-    }
-    QCOMPARE(host.journal.take(), QStringList());
 }
 
 void tst_LogsConfigWrapper::aLevelOutsideTheRangeIsStoredAndReadAsUnset()

@@ -229,14 +229,19 @@ void tst_ChangePropagation::whatAHandlerThrows_data()
         };
     };
 
-    row("reaches the writer, whose value is written", writableLayers,
+    row("reaches the writer, whose change is made", writableLayers,
         {append(u"a"_s), layer(SELF), throwing},
-        {caught(set(SELF, u"k"_s, 1)), read(u"k"_s), withdraw(u"handler"_s), set(SELF, u"k"_s, 2)},
+        {caught(set(SELF, u"k"_s, 1)), read(u"k"_s), caught(remove(SELF, u"k"_s)), read(u"k"_s),
+         withdraw(u"handler"_s), set(SELF, u"k"_s, 2)},
         uR"(
         log: Top value changed SELF: g/k = '1'
         handler: SELF g/k = int(1)
         caught
         read g/k: int(1)
+        log: Parameter removed from all storages: g:k
+        handler: SELF g/k = invalid
+        caught
+        read g/k: missing
         withdraw handler: true
         log: Top value changed SELF: g/k = '2'
         a: SELF g/k = int(2) )");

@@ -55,8 +55,6 @@ private Q_SLOTS:
     void aLaterPathDoesNotMoveALayer_data();
     void aLaterPathDoesNotMoveALayer();
 
-    void aGroupMayHoldAHundredThousandKeys();
-
     void destructionIsSilentAndWritesChangedFiles();
 };
 
@@ -262,28 +260,6 @@ void tst_ConfigurationManager::aLaterPathDoesNotMoveALayer()
     host.manager.clearStorage(type);
     QCOMPARE(readFile(host.filePath(type)), "[ui]\nlang=en\n");
     QVERIFY(!QDir(host.folder.filePath(u"new"_s)).exists());
-}
-
-void tst_ConfigurationManager::aGroupMayHoldAHundredThousandKeys()
-{
-    constexpr int count = 100'000;
-    QVariantMap entries;
-    for (int i = 0; i < count; ++i)
-        entries.insert(QString::number(i), i);
-    TestHost host;
-    host.manager.initStorage(FeatureKeys, groupMap(u"g"_s, entries));
-    QCOMPARE(host.journal.take().size(), count + 1);
-
-    entries.insert(u"0"_s, u"changed"_s);
-    entries.remove(u"1"_s);
-    host.manager.initStorage(FeatureKeys, groupMap(u"g"_s, entries));
-    COMPARE_JOURNAL(host.journal, uR"(
-        info: Storage: FeatureKeys reinitialized
-        handler: FeatureKeys g/1 = invalid
-        handler: FeatureKeys g/0 = QString(changed) )");
-
-    host.manager.clearStorage(FeatureKeys);
-    QCOMPARE(host.journal.take().size(), count);
 }
 
 void tst_ConfigurationManager::destructionIsSilentAndWritesChangedFiles()

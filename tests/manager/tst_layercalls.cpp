@@ -593,6 +593,8 @@ void tst_LayerCalls::callsGrowWithTheNumberOfKeys()
           std::pair(u"old: value"_s, count), std::pair(u"new: value"_s, count)})
         QCOMPARE(lines.filter(call).size(), calls);
     QCOMPARE(lines.size(), 4 * count + 4); // the layer was replaced, and the old one died
+    host.manager.clearStorage(Rdm);
+    QCOMPARE(host.journal.take().filter(u"Runtime: contains"_s).size(), count);
 }
 
 void tst_LayerCalls::theDefaultIsCopiedBeforeTheLockIsTaken()

@@ -39,7 +39,6 @@ private Q_SLOTS:
     void fileLayersReplaced_data();
     void fileLayersReplaced() { runRow(); }
 
-    void handlersFindTheNewLayerInPlace();
     void theOldFileIsWrittenWhenTheReplacementIsOver_data();
     void theOldFileIsWrittenWhenTheReplacementIsOver();
 };
@@ -277,30 +276,6 @@ void tst_LayerReplacement::fileLayersReplaced_data()
         handler: SelviDb a/b = invalid
         debug: Parameter removed from all storages: a:c
         handler: SelviDb a/c = invalid )");
-}
-
-void tst_LayerReplacement::handlersFindTheNewLayerInPlace()
-{
-    TestHost host;
-    host.prepare(Rdm, u"g"_s, {{u"lost"_s, 1}, {u"changed"_s, 1}, {u"kept"_s, 1}});
-    host.handler.reaction
-            = [&host](SettingsType, const QString &, const QString &, const QVariant &) {
-                  for (const QString &key : {u"changed"_s, u"kept"_s, u"lost"_s})
-                      host.journal.add(describe(host.manager.value(u"g"_s, key)));
-              };
-    host.init(Rdm, {{u"changed"_s, 2}, {u"kept"_s, 1}});
-    COMPARE_JOURNAL(host.journal, uR"(
-        info: Storage: Rdm reinitialized
-        info: Parameter removed from all storages: g:lost
-        handler: Rdm g/lost = invalid
-        int(2)
-        int(1)
-        invalid
-        info: Top value changed Rdm: g/changed = '2'
-        handler: Rdm g/changed = int(2)
-        int(2)
-        int(1)
-        invalid )");
 }
 
 void tst_LayerReplacement::theOldFileIsWrittenWhenTheReplacementIsOver_data()

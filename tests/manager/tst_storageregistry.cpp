@@ -1,15 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// The layers that there are, their order, and what creating one changes, logs and notifies.
-// Replacing and clearing have tests of their own.
+// The layers that there are, and what creating one changes, logs and notifies. Replacing and clearing
+// have tests of their own; tst_LayerCalls tests the order of the layers.
 
 #include "journalrows.h"
 
 #include <QtCore/QDir>
 #include <QtTest/QTest>
-
-#include <algorithm>
 
 using namespace tamsel;
 using namespace tamsel::tests;
@@ -24,8 +22,6 @@ private Q_SLOTS:
     void kindsOfLayers() { runRow(); }
     void fileNamesAreAppendedToThePathsAsTheyAre_data();
     void fileNamesAreAppendedToThePathsAsTheyAre() { runRow(); }
-    void layersAnswerByPrecedenceHoweverTheyWereCreated_data();
-    void layersAnswerByPrecedenceHoweverTheyWereCreated() { runRow(); }
     void newKeys_data();
     void newKeys() { runRow(); }
     void overriddenKeys_data();
@@ -117,29 +113,6 @@ void tst_StorageRegistry::fileNamesAreAppendedToThePathsAsTheyAre_data()
     underPaths("ravona.conf", RavonaConfDefault, other, u"/share/"_s, u"share/ravona.conf"_s);
     underPaths("ravona.conf, no slash", RavonaConfDefault, other, u"/share"_s,
                u"shareravona.conf"_s);
-}
-
-void tst_StorageRegistry::layersAnswerByPrecedenceHoweverTheyWereCreated_data()
-{
-    // Every order of creation is tried by tst_LayerCalls.
-    Rows row;
-    const auto created = [&row](const char *name, const QList<SettingsType> &types) {
-        Steps before;
-        for (const SettingsType type : types)
-            before.append(layer(type, {{u"k"_s, QLatin1StringView(keyOf(type))}}));
-        row(name, Runtime, before, {order(u"k"_s)}, uR"(
-            order g/k: Runtime Rdm FeatureKeys SystemProperties CommandLineArgs CustomConfPersistent SelviDb RavonaConfDefault none )");
-    };
-    QList<SettingsType> types = storagePriority;
-    created("from above", types);
-    std::reverse(types.begin(), types.end());
-    created("from below", types);
-    std::sort(types.begin(), types.end());
-    created("by number", types);
-
-    row("a layer that was cleared and is created again", Rdm,
-        {everyLayer(u"k"_s), clear(Rdm), layer(Rdm, {{u"k"_s, u"again"_s}})}, {order(u"k"_s)}, uR"(
-        order g/k: Runtime again FeatureKeys SystemProperties CommandLineArgs CustomConfPersistent SelviDb RavonaConfDefault none )");
 }
 
 void tst_StorageRegistry::newKeys_data()

@@ -63,7 +63,6 @@ private Q_SLOTS:
     void availabilityNeedsNoLock();
 
     void ofManyEqualChangesOneIsNotified();
-    void readersSeeWholeValuesOnly();
     void keysNeverShowHalfAChange();
 };
 
@@ -284,41 +283,6 @@ void tst_DynamicMapStorage::ofManyEqualChangesOneIsNotified()
     QCOMPARE(layer.storage->keys().size(), 1000);
     change(QVariant());
     QCOMPARE(layer.storage->keys(), KeyList());
-}
-
-void tst_DynamicMapStorage::readersSeeWholeValuesOnly()
-{
-    // The pair always holds one of two texts, while its neighbours come and go, so that the map
-    // around it is in motion.
-    const Watchdog watchdog;
-    DynamicMapStorage storage(Runtime, nullptr, nullptr);
-    const QStringList texts{QString(200, u'a'), QString(200, u'b')};
-    storage.setValue(u"g"_s, u"k"_s, texts.first());
-    std::atomic<int> writing = 2;
-    std::atomic<int> reads = 0;
-    std::atomic<int> wrong = 0;
-    runTogether(4, [&](int thread) {
-        if (thread < 2) {
-            for (int i = 0; i < 2000; ++i) {
-                storage.setValue(u"g"_s, u"k"_s, texts.at(i % 2));
-                const QString neighbour = QString::number(i % 50);
-                if (i % 100 < 50)
-                    storage.setValue(u"g"_s, neighbour, i);
-                else
-                    storage.remove(u"g"_s, neighbour);
-            }
-            --writing;
-            return;
-        }
-        do {
-            ++reads;
-            const bool held = storage.contains(u"g"_s, u"k"_s);
-            if (!held || !texts.contains(storage.value(u"g"_s, u"k"_s).toString()))
-                ++wrong;
-        } while (writing > 0);
-    });
-    QVERIFY(reads > 0);
-    QCOMPARE(wrong.load(), 0);
 }
 
 void tst_DynamicMapStorage::keysNeverShowHalfAChange()

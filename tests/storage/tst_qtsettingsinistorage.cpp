@@ -186,7 +186,6 @@ private Q_SLOTS:
     void aFileOutOfReachRefusesChanges();
 
     void theFirstWriteMakesTheFileAndItsDirectories();
-    void aFailedWriteBackIsNotReported();
     void theTargetOfASymbolicLinkIsOverwritten();
     void storagesOnOneFileShareItsContent();
     void severalThreadsMayWrite_data();
@@ -779,25 +778,6 @@ void tst_QtSettingsIniStorage::theFirstWriteMakesTheFileAndItsDirectories()
     QCOMPARE(readFile(path), QByteArray("[g]\nk=1\n"));
     QCOMPARE(QDir(files.path(u"a/b"_s)).entryList(QDir::Files | QDir::Hidden),
              QStringList(u"custom.conf"_s)); // no lock, no temporary file
-}
-
-void tst_QtSettingsIniStorage::aFailedWriteBackIsNotReported()
-{
-    const Files files;
-    const QString path = files.path(u"x.conf"_s);
-    Scene layer(path);
-    layer.storage->setValue(u"g"_s, u"k"_s, 5);
-    layer.journal.take();
-    QVERIFY(QDir().mkpath(path)); // where the file would go
-    QVERIFY(layer.storage->isAvailable());
-    QCoreApplication::processEvents();
-    QCOMPARE(layer.journal.take(), QStringList());
-    QVERIFY(!layer.storage->isAvailable());
-    QVERIFY(layer.storage->contains(u"g"_s, u"k"_s));
-    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(5));
-    layer.storage.reset();
-    QCOMPARE(layer.journal.take(), QStringList());
-    QVERIFY(QDir(path).isEmpty());
 }
 
 void tst_QtSettingsIniStorage::theTargetOfASymbolicLinkIsOverwritten()

@@ -53,13 +53,9 @@ private Q_SLOTS:
     void everyReadConvertsAgain();
     void aConversionMayComeLate();
 
-    void changesAreRefused_data();
-    void changesAreRefused();
-
     void theHostsChangesDoNotReachTheLayer();
     void changesOfAnAnswerDoNotReachTheLayer();
     void theMapIsSharedAndReleased();
-    void severalThreadsMayRead();
 };
 
 void tst_StaticMapReader::init()
@@ -209,42 +205,6 @@ void tst_StaticMapReader::aConversionMayComeLate()
     QCOMPARE(layer.storage->keys(), KeyList());
 }
 
-void tst_StaticMapReader::changesAreRefused_data()
-{
-    QTest::addColumn<QString>("group");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QVariant>("value");
-    const auto row = [](const char *name, const QString &group, const QString &key,
-                        const QVariant &value) { QTest::newRow(name) << group << key << value; };
-    row("other value", u"g"_s, u"k"_s, 2);
-    row("same value", u"g"_s, u"k"_s, 1);
-    row("invalid value", u"g"_s, u"k"_s, QVariant());
-    row("new key", u"g"_s, u"new"_s, 2);
-    row("empty key", u"g"_s, u""_s, 2);
-    row("new group", u"new"_s, u"k"_s, 2);
-    row("entry that is no group", u"number"_s, u"k"_s, 2);
-    row("per cent signs", u"%1"_s, u"%2"_s, u"%3"_s);
-}
-
-void tst_StaticMapReader::changesAreRefused()
-{
-    QFETCH(const QString, group);
-    QFETCH(const QString, key);
-    QFETCH(const QVariant, value);
-    Layer layer(QVariantMap{{u"g"_s, QVariantMap{{u"k"_s, 1}}}, {u"number"_s, 4}});
-    const bool held = layer.storage->contains(group, key);
-    const QString before = shown(layer.storage->value(group, key));
-    layer.storage->setValue(group, key, value);
-    layer.storage->remove(group, key);
-    QCOMPARE(layer.journal.take(),
-             QStringList({u"error: The storage doesn't support writing!"_s,
-                          u"error: The storage doesn't support removing!"_s}));
-    QCOMPARE(layer.storage->contains(group, key), held);
-    QCOMPARE(shown(layer.storage->value(group, key)), before);
-    QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}}));
-    QVERIFY(layer.storage->isAvailable());
-}
-
 void tst_StaticMapReader::theHostsChangesDoNotReachTheLayer()
 {
     QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, 1}, {u"l"_s, 2}}},
@@ -293,32 +253,6 @@ void tst_StaticMapReader::theMapIsSharedAndReleased()
     layer.storage.reset();
     QVERIFY(values.isDetached());
     QCOMPARE(layer.journal.take(), QStringList());
-}
-
-void tst_StaticMapReader::severalThreadsMayRead()
-{
-    QVariantMap values{{u"g"_s, QVariantMap{{u"k"_s, u"Rdm's k"_s}}},
-                       {u"h"_s, QVariantHash{{u"k"_s, u"Rdm's other k"_s}}},
-                       {u"none"_s, 4}};
-    const StaticMapReader storage(Rdm, nullptr, nullptr, values);
-    const KeyList held{{u"g"_s, u"k"_s}, {u"h"_s, u"k"_s}};
-    std::atomic<int> wrong = 0;
-    runTogether(4, [&](int thread) {
-        for (int i = 0; i < 500; ++i) {
-            if (thread == 0) { // the host goes on with its own map
-                (*static_cast<QVariantMap *>(values[u"g"_s].data()))[u"k"_s] = i;
-                values[u"none"_s] = QVariantMap{{u"k"_s, i}};
-                continue;
-            }
-            if (!storage.isAvailable() || storage.keys() != held
-                || storage.contains(u"none"_s, u"k"_s) || !storage.contains(u"g"_s, u"k"_s)
-                || !storage.contains(u"h"_s, u"k"_s)
-                || storage.value(u"g"_s, u"k"_s).toString() != u"Rdm's k"_s
-                || storage.value(u"h"_s, u"k"_s).toString() != u"Rdm's other k"_s)
-                ++wrong;
-        }
-    });
-    QCOMPARE(wrong.load(), 0);
 }
 
 QTEST_GUILESS_MAIN(tst_StaticMapReader)

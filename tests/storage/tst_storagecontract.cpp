@@ -18,7 +18,6 @@
 #include <QtTest/QTest>
 
 #include <memory>
-#include <stdexcept>
 #include <thread>
 #include <type_traits>
 
@@ -122,8 +121,6 @@ private Q_SLOTS:
     void namesAndValuesMayBeAMebibyteLong();
     void aGroupMayHoldAHundredThousandKeys_data() { addKinds(); }
     void aGroupMayHoldAHundredThousandKeys();
-    void destructionNotifiesNoHandler_data() { addKinds(); }
-    void destructionNotifiesNoHandler();
 
     // Every storage without a file.
     void everyNameIsKeptApartFromOthers_data() { addKindsInMemory(); }
@@ -136,20 +133,14 @@ private Q_SLOTS:
     void onlyAChangeIsNotified();
     void keysAreASnapshot_data() { addWritableKinds(); }
     void keysAreASnapshot();
-    void neitherHandlerNorLoggerIsNeeded_data() { addWritableKinds(); }
-    void neitherHandlerNorLoggerIsNeeded();
     void theHandlerSeesTheChangeInTheStorage_data() { addWritableKinds(); }
     void theHandlerSeesTheChangeInTheStorage();
     void theHandlerMayWriteAndRemove_data() { addWritableKinds(); }
     void theHandlerMayWriteAndRemove();
-    void theHandlerRunsOnTheThreadOfTheChange_data() { addWritableKinds(); }
-    void theHandlerRunsOnTheThreadOfTheChange();
     void anotherThreadMayWriteWhileTheHandlerRuns_data() { addWritableKinds(); }
     void anotherThreadMayWriteWhileTheHandlerRuns();
     void theHandlerMayDeleteTheStorage_data() { addWritableKinds(); }
     void theHandlerMayDeleteTheStorage();
-    void aThrowingHandlerLeavesTheChangeAndNoLock_data() { addWritableKinds(); }
-    void aThrowingHandlerLeavesTheChangeAndNoLock();
 
 private:
     static void addKinds();
@@ -287,14 +278,6 @@ void tst_StorageContract::aGroupMayHoldAHundredThousandKeys()
         QCOMPARE(layer.storage->value(u"g"_s, key), entries.value(key));
 }
 
-void tst_StorageContract::destructionNotifiesNoHandler()
-{
-    QFETCH(const Factory, make);
-    Layer layer(make, contentsOf(u"g"_s, {{u"k"_s, u"v"_s}}));
-    layer.storage.reset();
-    QCOMPARE(layer.journal.take(), QStringList());
-}
-
 void tst_StorageContract::everyNameIsKeptApartFromOthers()
 {
     QFETCH(const Factory, make);
@@ -369,18 +352,6 @@ void tst_StorageContract::keysAreASnapshot()
     QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"a"_s}}));
 }
 
-void tst_StorageContract::neitherHandlerNorLoggerIsNeeded()
-{
-    QFETCH(const Factory, make);
-    const StoragePointer storage = make(Runtime, nullptr, nullptr, {});
-    storage->setValue(u"g"_s, u"k"_s, 1);
-    storage->setValue(u"g"_s, u"k"_s, 2);
-    QCOMPARE(shown(storage->value(u"g"_s, u"k"_s)), shown(2));
-    storage->remove(u"g"_s, u"k"_s);
-    storage->remove(u"g"_s, u"k"_s);
-    QVERIFY(!storage->contains(u"g"_s, u"k"_s));
-}
-
 void tst_StorageContract::theHandlerSeesTheChangeInTheStorage()
 {
     QFETCH(const Factory, make);
@@ -429,22 +400,6 @@ void tst_StorageContract::theHandlerMayWriteAndRemove()
     QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"k"_s}}));
 }
 
-void tst_StorageContract::theHandlerRunsOnTheThreadOfTheChange()
-{
-    QFETCH(const Factory, make);
-    Layer layer(make);
-    std::vector<std::thread::id> threads;
-    layer.handler.reaction
-            = [&threads](SettingsType, const QString &, const QString &, const QVariant &) {
-                  threads.push_back(std::this_thread::get_id());
-              };
-    layer.storage->setValue(u"g"_s, u"k"_s, 1);
-    std::thread other([&layer] { layer.storage->remove(u"g"_s, u"k"_s); });
-    const std::thread::id otherId = other.get_id();
-    other.join();
-    QVERIFY(threads == std::vector({std::this_thread::get_id(), otherId}));
-}
-
 void tst_StorageContract::anotherThreadMayWriteWhileTheHandlerRuns()
 {
     QFETCH(const Factory, make);
@@ -488,21 +443,6 @@ void tst_StorageContract::theHandlerMayDeleteTheStorage()
     removing.storage->remove(u"g"_s, u"k"_s);
     QVERIFY(!removing.storage);
     QCOMPARE(removing.journal.take(), QStringList(u"handler: Runtime g/k = invalid"_s));
-}
-
-void tst_StorageContract::aThrowingHandlerLeavesTheChangeAndNoLock()
-{
-    QFETCH(const Factory, make);
-    const Watchdog watchdog;
-    Layer layer(make);
-    layer.handler.reaction = [](SettingsType, const QString &, const QString &, const QVariant &) {
-        throw std::runtime_error("handler");
-    };
-    QVERIFY_THROWS_EXCEPTION(std::runtime_error, layer.storage->setValue(u"g"_s, u"k"_s, 1));
-    QCOMPARE(shown(layer.storage->value(u"g"_s, u"k"_s)), shown(1));
-    QVERIFY_THROWS_EXCEPTION(std::runtime_error, layer.storage->remove(u"g"_s, u"k"_s));
-    QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
-    QCOMPARE(layer.storage->keys(), KeyList());
 }
 
 QTEST_GUILESS_MAIN(tst_StorageContract)

@@ -139,7 +139,6 @@ private Q_SLOTS:
     void layersCreatedTogetherEndUpInOrder();
     void eachChangeIsNotifiedOnceAndInOrderOnTheWritingThread();
     void everyWriteOfAKeyIsNotified();
-    void refusalsAreLoggedForEveryThread();
     void noCallWaitsForTheHost_data();
     void noCallWaitsForTheHost();
     void tablesAreThereForEveryThread();
@@ -388,24 +387,6 @@ void tst_Threads::everyWriteOfAKeyIsNotified()
         expected.append(u"handler: Runtime ui/lang = int(%1)"_s.arg(i));
     }
     QCOMPARE(sorted(host.journal.take()), sorted(expected));
-}
-
-void tst_Threads::refusalsAreLoggedForEveryThread()
-{
-    TestHost host;
-    host.manager.initStorage(Rdm, wholeMap(u"Rdm"_s, 0));
-    host.journal.take();
-
-    const Body writer
-            = loop(writes, [&host](int i) { host.manager.setValue(u"ui"_s, u"lang"_s, i, Rdm); });
-    const Body remover
-            = loop(writes, [&host](int) { host.manager.removeValue(u"ui"_s, u"lang"_s, Rdm); });
-    runTogether({writer, writer, remover, remover});
-
-    QCOMPARE(sorted(host.journal.take()),
-             QStringList(qsizetype{2} * writes, u"error: The storage doesn't support removing!"_s)
-                     + QStringList(qsizetype{2} * writes,
-                                   u"error: The storage doesn't support writing!"_s));
 }
 
 void tst_Threads::noCallWaitsForTheHost_data()
