@@ -65,7 +65,7 @@ private Q_SLOTS:
     void debugOutputNamesTheValue_data();
     void debugOutputNamesTheValue();
 
-    void variantConverts_data();
+    void variantConverts_data() { layersKeepTheirNumbers_data(); }
     void variantConverts();
     void variantOfValueOutsideHasNoName();
 
@@ -294,11 +294,6 @@ void tst_SettingsType::debugOutputNamesTheValue()
 
     QTest::ignoreMessage(QtDebugMsg, qPrintable(text + " at all"_L1));
     qDebug() << type << "at all";
-}
-
-void tst_SettingsType::variantConverts_data()
-{
-    layersKeepTheirNumbers_data();
 }
 
 void tst_SettingsType::variantConverts()

@@ -34,7 +34,7 @@ private Q_SLOTS:
     void whatAHandlerThrows_data();
     void whatAHandlerThrows() { runRow(); }
 
-    void handlersGetTheValueThatWasWritten_data();
+    void handlersGetTheValueThatWasWritten_data() { addTypeRows(writableLayers); }
     void handlersGetTheValueThatWasWritten();
     void anUncoveredTextIsNullWhereItsValueHasNoText_data();
     void anUncoveredTextIsNullWhereItsValueHasNoText();
@@ -271,11 +271,6 @@ void tst_ChangePropagation::whatAHandlerThrows_data()
         handler: Rdm g/a = invalid
         caught
         available: none )");
-}
-
-void tst_ChangePropagation::handlersGetTheValueThatWasWritten_data()
-{
-    addTypeRows(writableLayers);
 }
 
 void tst_ChangePropagation::handlersGetTheValueThatWasWritten()

@@ -52,7 +52,7 @@ private Q_SLOTS:
     void thePersistentStoragePathIsStoredUnchanged();
     void theAssetsPrefixIsAnotherPath();
     void settingThePathsIsSilentAndTouchesNoFile();
-    void aLaterPathDoesNotMoveALayer_data();
+    void aLaterPathDoesNotMoveALayer_data() { addTypeRows(fileLayers); }
     void aLaterPathDoesNotMoveALayer();
 
     void destructionIsSilentAndWritesChangedFiles();
@@ -242,11 +242,6 @@ void tst_ConfigurationManager::settingThePathsIsSilentAndTouchesNoFile()
     host.manager.setAssetsPrefix(host.folder.filePath(u"new/assets/"_s));
     QCOMPARE(host.journal.take(), QStringList());
     QVERIFY(!QDir(host.folder.filePath(u"new"_s)).exists());
-}
-
-void tst_ConfigurationManager::aLaterPathDoesNotMoveALayer_data()
-{
-    addTypeRows(fileLayers);
 }
 
 void tst_ConfigurationManager::aLaterPathDoesNotMoveALayer()

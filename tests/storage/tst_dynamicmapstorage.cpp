@@ -48,7 +48,7 @@ class tst_DynamicMapStorage : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aValueIsHeldAndNotifiedAsItWasWritten_data();
+    void aValueIsHeldAndNotifiedAsItWasWritten_data() { addValueRows(); }
     void aValueIsHeldAndNotifiedAsItWasWritten();
     void onlyADifferentValueIsWritten_data();
     void onlyADifferentValueIsWritten();
@@ -65,11 +65,6 @@ private Q_SLOTS:
     void ofManyEqualChangesOneIsNotified();
     void keysNeverShowHalfAChange();
 };
-
-void tst_DynamicMapStorage::aValueIsHeldAndNotifiedAsItWasWritten_data()
-{
-    addValueRows();
-}
 
 void tst_DynamicMapStorage::aValueIsHeldAndNotifiedAsItWasWritten()
 {

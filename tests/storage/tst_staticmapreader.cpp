@@ -44,7 +44,7 @@ class tst_StaticMapReader : public QObject
 private Q_SLOTS:
     void init();
 
-    void aValueKeepsItsType_data();
+    void aValueKeepsItsType_data() { addValueRows(); }
     void aValueKeepsItsType();
     void keysOfAConvertedGroupAreSortedToo();
 
@@ -61,11 +61,6 @@ private Q_SLOTS:
 void tst_StaticMapReader::init()
 {
     QTest::failOnWarning(QRegularExpression(u".*"_s));
-}
-
-void tst_StaticMapReader::aValueKeepsItsType_data()
-{
-    addValueRows();
 }
 
 void tst_StaticMapReader::aValueKeepsItsType()
