@@ -206,6 +206,13 @@ TestCase {
         compare(spy.count, 0)
         setting.layer = Tamsel.SystemProperties
         compare(setting.writable, true)
+        // What it addresses now has not been refused yet.
+        setting.layer = row.layer
+        ignoreWarning(new RegExp("cannot change player/volume in " + row.reason + "$"))
+        setting.value = 9
+        setting.key = "balance"
+        ignoreWarning(new RegExp("cannot change player/balance in " + row.reason + "$"))
+        setting.value = 9
     }
 
     function test_aFileThatTakesNoWritesRefuses() {
@@ -301,17 +308,28 @@ TestCase {
         Box.write(Tamsel.Runtime, "player", "balance", 2)
         compare(setting.value, 2)
         testCase.boundTo = setting
-        compare(boundText, "2 from " + Tamsel.Runtime + ", false")
-        Box.init(Tamsel.Rdm, {player: {balance: 1}})
+        // Each step changes one property only.
+        compare(boundText, "2 from " + Tamsel.Runtime)
+        setting.value = 3
+        compare(boundText, "3 from " + Tamsel.Runtime)
+        setting.layer = Tamsel.FeatureKeys
+        compare(boundText, "3 from " + Tamsel.Runtime + ", read-only")
+        setting.layer = Tamsel.SystemProperties
+        compare(boundText, "3 from " + Tamsel.Runtime)
+        setting.value = 3
+        compare(boundText, "3 from " + Tamsel.Runtime + ", overridden")
         setting.reset()
-        setting.layer = Tamsel.Rdm
-        compare(boundText, "1 from " + Tamsel.Rdm + ", false")
+        compare(boundText, "3 from " + Tamsel.Runtime)
+        Box.write(Tamsel.SelviDb, "player", "balance", 3)
+        Box.remove(Tamsel.Runtime, "player", "balance")
+        compare(boundText, "3 from " + Tamsel.SelviDb)
         testCase.boundTo = null
     }
     property string boundKey: "volume"
     property Setting boundTo: null
     readonly property string boundText: boundTo
-        ? boundTo.value + " from " + boundTo.origin + ", " + boundTo.overridden : ""
+        ? boundTo.value + " from " + boundTo.origin + (boundTo.overridden ? ", overridden" : "")
+          + (boundTo.writable ? "" : ", read-only") : ""
 
     function test_everyThreadsChangesArrive() {
         const setting = volume()
