@@ -226,6 +226,7 @@ TestCase {
         setting.reset()
         compare(setting.value, 7)
         compare(setting.origin, Tamsel.CustomConfPersistent)
+        compare(setting.writable, true)
         // A write that succeeds is the end of it: the next refusal is a warning again.
         Box.unblockFile(Tamsel.CustomConfPersistent)
         setting.value = 9
