@@ -37,6 +37,12 @@ void tst_ManyProcesses::noKeyOfAnyIsLost()
         startProgram(&host, QStringLiteral(WRITINGHOST),
                      {folder.path() + u'/', nameOf(host), QString::number(keys)});
     }
+    // QSettings reads a new layer's file without its lock. If another process writes at that moment,
+    // QSettings may take the old contents for the new ones, and its first write undoes the other's.
+    for (QProcess &host : hosts)
+        QVERIFY(host.waitForReadyRead(patience));
+    for (QProcess &host : hosts)
+        host.closeWriteChannel();
     for (QProcess &host : hosts) {
         QVERIFY(host.waitForFinished(5 * patience));
         QCOMPARE(host.exitStatus(), QProcess::NormalExit);

@@ -4,7 +4,8 @@
 // A host with an event loop that does little but write settings into custom.conf.
 //
 //   writinghost FOLDER/ endlessly         goes on behind the last number in the file
-//   writinghost FOLDER/ GROUP COUNT       writes COUNT keys into GROUP and ends
+//   writinghost FOLDER/ GROUP COUNT       prints a line when it has read the file, waits for the end of its
+//                                         input, writes COUNT keys into GROUP, and ends
 
 #include "writing.h"
 
@@ -73,6 +74,9 @@ int main(int argc, char **argv)
         });
         alarm(60); // if it is not killed before
     } else {
+        static_cast<void>(std::puts("ready"));
+        static_cast<void>(std::fflush(stdout));
+        static_cast<void>(std::getchar());
         const int count = arguments.at(3).toInt();
         QObject::connect(&timer, &QTimer::timeout, &app, [&, count] {
             ++number;
