@@ -56,7 +56,6 @@ public:
     /*! \brief A handle of no subscription. */
     Subscription() noexcept;
     /*! \cond */
-    explicit Subscription(std::weak_ptr<SubscriptionRecord> record) noexcept;
     Subscription(const Subscription &other) noexcept;
     Subscription(Subscription &&other) noexcept;
     Subscription &operator=(const Subscription &other) noexcept;
@@ -74,13 +73,16 @@ public:
     void drop();
 
 private:
+    friend class ChangeNotifierPrivate;
+    explicit Subscription(std::weak_ptr<SubscriptionRecord> record) noexcept;
+
     std::weak_ptr<SubscriptionRecord> m_record;
 };
 
 /*!
  * \brief Calls functions, on the threads of their objects, when settings change.
  *
- * One notifier serves a whole process. It is made before the first layer and appends itself to the
+ * One notifier serves a whole process. Make it before the first layer. It appends itself to the
  * manager as a handler; its destructor removes it.
  *
  * \code
@@ -96,7 +98,7 @@ private:
  * returns. A change on another thread posts an event to the context.
  *
  * The function gets the effective value at the time of the call, as ConfigurationManager::value()
- * returns it: a value that a removal uncovers has its own type. So the last call always has the last
+ * returns it. A value that a removal uncovers has its own type. The last call always has the last
  * value. Changes that follow each other while an event waits, or inside a function, may be one call.
  *
  * A function for one setting is not called if the value is equal to the one it got last, or to the

@@ -105,9 +105,6 @@ template <> struct Conversion<QStringList>
 
 template <typename T> struct Conversion<T, std::enable_if_t<std::is_enum_v<T>>>
 {
-    static_assert(QtPrivate::IsQEnumHelper<T>::Value,
-                  "An enumeration needs Q_ENUM or Q_ENUM_NS to be a setting");
-
     static std::optional<T> read(const QVariant &value)
     {
         if (value.metaType() == QMetaType::fromType<T>())
@@ -143,8 +140,9 @@ template <typename Rep, typename Period> struct Conversion<std::chrono::duration
 /*! \endcond */
 
 /*!
- * \brief Where a setting of type \a T is found, and what it is if it is not set: written once, as a
- * constant.
+ * \brief Group, key and default of a setting of type \a T.
+ *
+ * It is written once, as a constant:
  *
  * \code
  * const tamsel::host::SettingDefinition<int> volume{u"player"_s, u"volume"_s, 20};
@@ -173,10 +171,10 @@ public:
     /*! \brief Removes the setting from the layer \a layer; see ConfigurationManager::removeValue(). */
     void reset(SettingsType layer) const;
     /*!
-     * \brief The layer of the effective value, even if that is no value of the type; none if no
-     * layer holds the setting.
+     * \brief The layer of the effective value; none if no layer holds the setting.
      *
-     * Call it while no other thread replaces or clears a layer, as originOf().
+     * The value need not be one of the type. Call it while no other thread replaces or clears a
+     * layer, as originOf().
      */
     [[nodiscard]] std::optional<SettingsType> origin() const;
     /*!
@@ -232,12 +230,13 @@ private:
  * | an enum with Q_ENUM or Q_ENUM_NS | a key, or the number of one, or texts of it | its key         |
  * | a std::chrono duration       | as its representation: the number of its units | the same          |
  *
- * So "on", "off", "yes" and "no" are no bool, "7 " is 7, "7x" and "0x7" are no integer, and a bool
- * is no number. An invalid value that a file holds is the empty QStringList, as QSettings writes it.
+ * So "on", "off", "yes" and "no" are no bool. "7 " is 7; "7x" and "0x7" are no integer. A bool is no
+ * number. An invalid value that a file holds is the empty QStringList, as QSettings writes it.
  *
- * Any other value gives the default, and a warning of the category "tamsel.host". Each value is
- * warned of once, however often and from however many objects it is read, until the setting has
- * another such value. What the default patterns of Redaction match is not shown in it.
+ * Any other value gives the default, and a warning of the category "tamsel.host". There is one
+ * warning for a value, however often and from however many objects it is read. The next one comes
+ * when the setting has another such value. Secrets, by the default patterns of Redaction, are not
+ * shown.
  *
  * Nothing is cached: a read is one ConfigurationManager::value().
  *
@@ -271,8 +270,8 @@ public:
     /*!
      * \brief Calls \a function on the thread of \a context when value() changes.
      *
-     * As ChangeNotifier::subscribe(), and not if value() is what the function got last. The first call
-     * may have the value of before: if the default is written, or a number in place of its text.
+     * As ChangeNotifier::subscribe(), but not if value() is what the function got last. The first
+     * call may have an unchanged value: if the default is written, or a number in place of its text.
      */
     Subscription onChanged(QObject *context, std::function<void(const T &value)> function) const
     {

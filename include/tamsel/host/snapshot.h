@@ -37,6 +37,8 @@ class SnapshotPrivate;
  *     file.commit();
  * \endcode
  *
+ * Who may read the file is the host's choice: a secret that no pattern matches is in it.
+ *
  * Each setting is consistent by itself: its origin held the value that is shown, and no layer above
  * held the setting. Settings are looked up one after the other, so changes that come meanwhile may
  * be in some of them. A setting that changes all the time is marked with `"settled": false`: the
