@@ -16,16 +16,9 @@ namespace {
 // Unambiguous: what looks like an escape in the result is one.
 QString quoted(const QString &text)
 {
-    QString result;
-    result.reserve(text.size() + 4);
-    result += u'\'';
-    for (const QChar c : text) {
-        if (c == u'\\' || c == u'\'')
-            result += u'\\';
-        result += c;
-    }
-    result += u'\'';
-    return escaped(result);
+    QString result = text;
+    result.replace(u'\\', R"(\\)"_L1).replace(u'\'', R"(\')"_L1);
+    return u'\'' + escaped(result) + u'\'';
 }
 
 QString listText(const QStringList &texts)
