@@ -127,7 +127,7 @@ QString topValuesChanged(const AbstractStorage &storage, const KeyList &candidat
         size += group.size() + key.size() + roomForValue;
 
     QString line;
-    line.reserve(size);
+    line.reserve(2 * size); // += of a concatenation allocates again once the line is half full
     line += "Top values changed: "_L1 % name % ": {"_L1;
     ValueReader reader(storage);
     for (const auto &candidate : candidates) {
