@@ -36,7 +36,7 @@ endfunction()
 # tamsel_harden(<target>): implements TAMSEL_HARDENED; tests/install/hardening checks the built files.
 # Packages use the flags of their distribution instead.
 function(tamsel_harden target)
-    # Without _FORTIFY_SOURCE: no call in these files has a buffer of known size, so it changes nothing.
+    # Without _FORTIFY_SOURCE: it would change no call in these files.
     target_compile_options(${target} PRIVATE -fstack-protector-strong)
     target_link_options(${target} PRIVATE LINKER:-z,relro,-z,now,-z,noexecstack)
     set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
