@@ -41,8 +41,10 @@ int usage()
             "exactcounts SYSTEM OPERATION SIZE RUNS\n"
             "\n"
             "The last one counts two series, of RUNS runs and of twice as many: their difference\n"
-            "does not include one-time costs. It prints the size of a run and the allocations of\n"
-            "each series. With --instr-atstart=no --collect-atstart=no, Callgrind writes a part\n"
+            "does not include one-time costs. It prints the size of a run, and the allocations "
+            "and\n"
+            "the bytes of each series. With --instr-atstart=no --collect-atstart=no, Callgrind "
+            "writes a part\n"
             "of its output for each series.\n",
             stderr);
     return 2;
@@ -81,20 +83,22 @@ template <typename Info> const Info *find(const std::vector<Info> &infos, const 
     return nullptr;
 }
 
-// The allocations of `runs` runs.
-qint64 countedSeries(Operation &operation, int runs)
+// The allocations and bytes of `runs` runs.
+HeapCounts countedSeries(Operation &operation, int runs)
 {
-    qint64 allocations = 0;
+    HeapCounts sum{0, 0};
     for (int i = 0; i < runs; ++i) {
         operation.prepare();
-        const qint64 before = heapAllocations();
+        const HeapCounts before = heapCounts();
         CALLGRIND_TOGGLE_COLLECT;
         operation.run();
         CALLGRIND_TOGGLE_COLLECT;
-        allocations += heapAllocations() - before;
+        const HeapCounts after = heapCounts();
+        sum.allocations += after.allocations - before.allocations;
+        sum.bytes += after.bytes - before.bytes;
     }
     CALLGRIND_DUMP_STATS;
-    return allocations;
+    return sum;
 }
 
 int count(const SystemInfo &system, const OperationInfo &info, int size, int runs)
@@ -105,14 +109,16 @@ int count(const SystemInfo &system, const OperationInfo &info, int size, int run
         operation->run();
     }
     CALLGRIND_START_INSTRUMENTATION;
-    const qint64 once = countedSeries(*operation, runs);
-    const qint64 twice = countedSeries(*operation, 2 * runs);
+    const HeapCounts once = countedSeries(*operation, runs);
+    const HeapCounts twice = countedSeries(*operation, 2 * runs);
     if (!operation->isCorrect()) {
         std::fprintf(stderr, "%s %s %d: wrong result\n", system.name, info.name, size);
         return 1;
     }
-    std::printf("%d %lld %lld\n", operation->size(), static_cast<long long>(once),
-                static_cast<long long>(twice));
+    std::printf("%d", operation->size());
+    for (const qint64 number : {once.allocations, twice.allocations, once.bytes, twice.bytes})
+        std::printf(" %lld", static_cast<long long>(number));
+    std::printf("\n");
     return 0;
 }
 

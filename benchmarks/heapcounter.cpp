@@ -8,39 +8,47 @@
 
 namespace tamsel {
 
-static qint64 allocations = 0; // not atomic: its instructions would be counted
+// Not atomic, and not one HeapCounts, which would be counted up in more instructions: these are counted.
+static qint64 allocations = 0;
+static qint64 bytes = 0;
 
 namespace tests {
 
-void *allocate(std::size_t size) noexcept
+static void count(std::size_t size) noexcept
 {
     ++allocations;
+    bytes += static_cast<qint64>(size);
+}
+
+void *allocate(std::size_t size) noexcept
+{
+    count(size);
     return TAMSEL_REAL(malloc)(size);
 }
 
-void *allocateZeroed(std::size_t count, std::size_t size) noexcept
+void *allocateZeroed(std::size_t number, std::size_t size) noexcept
 {
-    ++allocations;
-    return TAMSEL_REAL(calloc)(count, size);
+    count(number * size);
+    return TAMSEL_REAL(calloc)(number, size);
 }
 
 void *reallocate(void *block, std::size_t size) noexcept
 {
-    ++allocations;
+    count(size);
     return TAMSEL_REAL(realloc)(block, size);
 }
 
 void *allocateAligned(std::size_t alignment, std::size_t size) noexcept
 {
-    ++allocations;
+    count(size);
     return TAMSEL_REAL(memalign)(alignment, size);
 }
 
 } // namespace tests
 
-qint64 bench::heapAllocations() noexcept
+bench::HeapCounts bench::heapCounts() noexcept
 {
-    return allocations;
+    return {allocations, bytes};
 }
 
 } // namespace tamsel

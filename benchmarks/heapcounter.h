@@ -9,8 +9,14 @@
 namespace tamsel::bench {
 
 // How often the process has called malloc(), calloc(), realloc() and similar functions so far, in any
-// library. The operators new call malloc(). For programs with one thread.
-qint64 heapAllocations() noexcept;
+// library, and how many bytes it has asked for. The operators new call malloc(). For programs with one
+// thread.
+struct HeapCounts
+{
+    qint64 allocations;
+    qint64 bytes;
+};
+HeapCounts heapCounts() noexcept;
 
 } // namespace tamsel::bench
 

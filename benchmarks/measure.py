@@ -11,8 +11,8 @@
      "threads":  {"R4-top": {"tamsel": {"1": 10200000, "2": 8300000}, ...}, ...}}
 
 Operations that have a size are named with it, as in "L1/1000". Instructions and times (in nanoseconds)
-are those of one read, write or setting. Allocations too, except for L1 to L3 and I1, where they are those
-of the whole operation. "threads" has the reads per second of all threads together, by the number of
+are those of one read, write or setting. Allocations too, except for operations with a size, where they are
+those of the whole operation. These also have "bytes": what one setting allocates. "threads" has the reads per second of all threads together, by the number of
 threads. Times and reads per second are medians of the repetitions.
 """
 
@@ -83,14 +83,17 @@ def count(exactcounts, profiles, system, operation, size):
         result = subprocess.run(command, capture_output=True, text=True, env=ENVIRONMENT)
         if result.returncode:
             sys.exit(f"{' '.join(command)}\n{result.stderr}")
-        batch, once, twice = map(int, result.stdout.split())
+        batch, once, twice, bytes_once, bytes_twice = map(int, result.stdout.split())
         instructions = total(Path(f"{profile}.2")) - total(Path(f"{profile}.1"))
         # For callgrind_annotate.
         kept = profiles / f"{system}-{operation_name(operation, size).replace('/', '-')}.callgrind"
         kept.write_bytes(Path(f"{profile}.2").read_bytes())
     allocations = (twice - once) / runs
-    return {"instructions": round(instructions / runs / batch, 2),
-            "allocations": allocations if size != "0" else round(allocations / batch, 2)}
+    counts = {"instructions": round(instructions / runs / batch, 2),
+              "allocations": allocations if size != "0" else round(allocations / batch, 2)}
+    if size != "0":
+        counts["bytes"] = round((bytes_twice - bytes_once) / runs / batch, 1)
+    return counts
 
 
 def count_all(exactcounts, profiles, jobs):

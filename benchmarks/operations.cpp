@@ -173,8 +173,11 @@ private:
 class Load final : public Operation
 {
 public:
-    Load(const SystemInfo &info, int size)
-        : Operation(info), m_size(size), m_content(iniText(manySettings(size)))
+    Load(const SystemInfo &info, int size, bool isSilent)
+        : Operation(info),
+          m_size(size),
+          m_isSilent(isSilent),
+          m_content(iniText(manySettings(size)))
     {
     }
 
@@ -183,6 +186,8 @@ public:
     void prepare() override
     {
         system().unload();
+        if (m_isSilent)
+            system().removeHandler();
         // A new path each time: QSettings caches the files that it has read.
         m_folder.emplace();
         m_prefix = m_folder->path() + u'/';
@@ -195,6 +200,7 @@ public:
 
 private:
     const int m_size;
+    const bool m_isSilent;
     const QByteArray m_content;
     std::optional<QTemporaryDir> m_folder;
     QString m_prefix;
@@ -237,6 +243,11 @@ std::unique_ptr<Operation> writeCustom(const SystemInfo &info, int)
     return std::make_unique<Write>(info, SettingsType::CustomConfPersistent, true);
 }
 
+template <bool isSilent> std::unique_ptr<Operation> load(const SystemInfo &info, int size)
+{
+    return std::make_unique<Load>(info, size, isSilent);
+}
+
 template <typename T> std::unique_ptr<Operation> sized(const SystemInfo &info, int size)
 {
     return std::make_unique<T>(info, size);
@@ -265,7 +276,8 @@ const std::vector<OperationInfo> &operations()
             {"L1", {1000, 10000, 100000}, true, 1, sized<Registration>},
             {"L2", {1000, 10000, 100000}, false, 1, sized<Replacement>},
             {"L3", {1000, 10000, 100000}, true, 1, sized<Clearing>},
-            {"I1", {10000}, true, 1, sized<Load>},
+            {"I1", {10000}, true, 1, load<false>},
+            {"I1-silent", {10000}, true, 1, load<true>},
     };
     return all;
 }

@@ -50,9 +50,9 @@ struct OperationInfo
 // R3 read of a missing key                   W3 write of a changed value to CustomConfPersistent
 // R4-top, R4-bottom: R1 and R2 from one thread and from two
 // L1 Rdm is created, L2 replaced with one value in a hundred changed, L3 cleared
-// I1 a file becomes the layer RavonaConfDefault, the only one
+// I1, I1-silent a file becomes the layer RavonaConfDefault, the only one, with and without a handler
 //
-// One handler is always registered. For all operations but I1, all eight layers exist.
+// Otherwise one handler is always registered. For all operations but these, all eight layers exist.
 const std::vector<OperationInfo> &operations();
 
 bool offers(const SystemInfo &system, const OperationInfo &operation);

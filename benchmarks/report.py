@@ -27,6 +27,7 @@ TITLES = {
     "L2": "layer replaced, 1 % changed",
     "L3": "layer cleared",
     "I1": "file becomes a layer",
+    "I1-silent": "file becomes a layer, no handler",
 }
 COLOURS = ["#c0392b", "#7f8c8d", "#bdc3c7", "#2980b9", "#27ae60", "#8e44ad", "#f39c12"]
 
@@ -35,7 +36,7 @@ def title_of(operation):
     if operation in TITLES:
         return f"{operation.partition('-')[0]} {TITLES[operation]}"
     name, size = operation.split("/")
-    return f"{name} {TITLES[name]}, {number(int(size))} keys"
+    return f"{name.partition('-')[0]} {TITLES[name]}, {number(int(size))} keys"
 
 
 def in_order(operations):
@@ -99,13 +100,13 @@ class Run:
 
     def layers(self):
         """The operations that only the library and its floor offer, with times if they were measured."""
-        head = ["", "instructions", "floor", "allocations", "floor", "ns", "floor"]
+        head = ["", "instructions", "floor", "allocations", "floor", "bytes", "floor", "ns", "floor"]
         lines = []
         for operation in filter(is_of_layers, in_order(self.exact)):
             ours, floor = self.exact[operation]["tamsel"], self.floor(self.exact[operation])
             times = self.times.get(operation, {})
             cells = [title_of(operation)]
-            for kind in "instructions", "allocations":
+            for kind in "instructions", "allocations", "bytes":
                 cells += [f"**{number(ours[kind])}**", number(floor and floor[kind])]
             lines.append([*cells, number(times.get("tamsel")), number(self.floor(times))])
         return table(head, lines)

@@ -29,6 +29,8 @@ void System::clearLayer(const QVariantMap &) { }
 
 void System::load(const QString &) { }
 
+void System::removeHandler() { }
+
 int System::loadedSettings() const
 {
     return 0;

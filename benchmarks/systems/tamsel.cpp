@@ -25,7 +25,8 @@ public:
     void clearLayer(const QVariantMap &map) override;
 
     void load(const QString &prefix) override;
-    int loadedSettings() const override { return m_loadedSettings; }
+    void removeHandler() override;
+    int loadedSettings() const override;
     void unload() override;
 
     qint64 notifications() const override { return m_handler.calls; }
@@ -37,6 +38,7 @@ private:
     ConfigurationManager m_manager{&m_logger};
     std::unique_ptr<ConfigurationManager> m_loader; // has no layer before load()
     int m_loadedSettings = 0;
+    bool m_isSilent = false; // nothing is notified by load()
     Settings m_targets;
     const QVariant m_default;
     const QVariantList m_written = writtenValues();
@@ -101,8 +103,24 @@ void Tamsel::load(const QString &prefix)
     m_loadedSettings = static_cast<int>(m_handler.calls - before);
 }
 
+void Tamsel::removeHandler()
+{
+    m_isSilent = m_loader->removeConfigurationHandler(&m_handler);
+}
+
+int Tamsel::loadedSettings() const
+{
+    if (!m_isSilent)
+        return m_loadedSettings;
+    CountingHandler handler;
+    m_loader->appendConfigurationHandler(&handler);
+    m_loader->clearStorage(SettingsType::RavonaConfDefault);
+    return static_cast<int>(handler.calls);
+}
+
 void Tamsel::unload()
 {
+    m_isSilent = false;
     m_loader = std::make_unique<ConfigurationManager>(&m_logger);
     m_loader->appendConfigurationHandler(&m_handler);
 }
@@ -115,7 +133,7 @@ SystemInfo tamselInfo()
             "libtamsel",
             false,
             {"R1", "R2", "R3", "R4-top", "R4-bottom", "W1", "W1-int", "W2", "W3", "L1", "L2", "L3",
-             "I1"},
+             "I1", "I1-silent"},
             [] { return std::unique_ptr<System>(std::make_unique<Tamsel>()); }};
 }
 
