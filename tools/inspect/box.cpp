@@ -160,7 +160,13 @@ void Box::listEntries(SettingsType layer, const IniFile &file)
     auto next = m_names.cbegin(); // entries are in order, so most are right behind the one before
     for (const QString &entry : file.entries()) {
         const qsizetype first = entry.indexOf(u'/');
-        const Pair listed{entry.left(first), entry.mid(entry.lastIndexOf(u'/') + 1)};
+        const qsizetype last = entry.lastIndexOf(u'/');
+        const bool isUsual = first == last && first > 0 && last + 1 < entry.size();
+        const Pair listed{entry.left(first), entry.mid(last + 1)};
+        if (isUsual) { // read as it is listed
+            next = std::next(m_names.insert(next, listed));
+            continue;
+        }
         const Pair read{first < 0 ? QString() : listed.first, entry.mid(first + 1)};
         LayerValue layerValue{layer, Value(), m_files.value(layer), entry};
         if (!layerValue.isLost()) {
