@@ -275,6 +275,16 @@ TestCase {
         compare(setting.value, 4)
     }
 
+    function test_aGroupIsFollowedAgain() {
+        const other = createTemporaryObject(settingComponent, testCase, {group: "ui", key: "lang"})
+        const setting = volume()
+        setting.group = "radio" // the last object of the group before
+        setting.group = "player"
+        Box.write(Tamsel.Runtime, "player", "volume", 7)
+        compare(setting.value, 7)
+        compare(other.value, undefined)
+    }
+
     function test_layersComeAndGo() {
         const setting = volume()
         const writable = spyOn(setting, "writableChanged")
