@@ -73,7 +73,7 @@ Table narrowestTable(const Table &table)
 QString changeJson(const RecordedChange &change)
 {
     return JsonObject()
-            .addNumber("number"_L1, change.number)
+            .add("number"_L1, QString::number(change.number))
             .addText("time"_L1, change.time)
             .addText("group"_L1, change.name.group)
             .addText("key"_L1, change.name.key)
