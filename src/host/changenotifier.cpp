@@ -335,10 +335,10 @@ std::array<Records, 3> Subscriptions::find(const Key &key) const
                                         Target{Scope::All, {}}};
     std::array<Records, 3> result;
     const QMutexLocker locker(&m_mutex);
-    for (std::size_t i = 0; i < targets.size(); ++i) {
-        if (const auto found = m_records.find(targets[i]); found != m_records.cend())
-            result[i] = found->second;
-    }
+    std::transform(targets.cbegin(), targets.cend(), result.begin(), [this](const Target &target) {
+        const auto found = m_records.find(target);
+        return found == m_records.cend() ? Records() : found->second;
+    });
     return result;
 }
 
