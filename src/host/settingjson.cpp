@@ -271,7 +271,7 @@ JsonObject &JsonObject::add(QLatin1StringView name, const QString &json)
         m_text += m_separator;
     m_text += u'"';
     m_text += name;
-    m_text += "\":"_L1;
+    m_text += R"(":)"_L1;
     m_text += json;
     return *this;
 }
