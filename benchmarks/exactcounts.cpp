@@ -41,11 +41,9 @@ int usage()
             "exactcounts SYSTEM OPERATION SIZE RUNS\n"
             "\n"
             "The last one counts two series, of RUNS runs and of twice as many: their difference\n"
-            "does not include one-time costs. It prints the size of a run, and the allocations "
-            "and\n"
-            "the bytes of each series. With --instr-atstart=no --collect-atstart=no, Callgrind "
-            "writes a part\n"
-            "of its output for each series.\n",
+            "does not include one-time costs. It prints the size of a run, and the allocations\n"
+            "and the bytes of each series. With --instr-atstart=no --collect-atstart=no,\n"
+            "Callgrind writes a part of its output for each series.\n",
             stderr);
     return 2;
 }

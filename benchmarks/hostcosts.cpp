@@ -2,21 +2,17 @@
 // SPDX-License-Identifier: MIT
 
 // What a notification costs in the companion library, in instructions under Callgrind; hostcosts.py runs
-// it. Each series is a number of runs, and another one twice as long: their difference does not include
-// one-time costs. Callgrind writes a part of its output for each; the lines of the output name them.
+// it.
+
+#include "callgrindseries.h"
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/host/changenotifier.h>
 #include <tamsel/host/settingscatalogue.h>
-#include <tamsel/ilogger.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QObject>
 
-#include <valgrind/callgrind.h>
-
-#include <cstdio>
-#include <functional>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -24,16 +20,7 @@ using tamsel::SettingsType;
 
 namespace {
 
-constexpr int runs = 100;
-
-class QuietLogger final : public tamsel::ILogger
-{
-public:
-    void error(const QString &) override { }
-    void warning(const QString &) override { }
-    void info(const QString &) override { }
-    void debug(const QString &) override { }
-};
+constexpr int warmUp = 600; // until every list that keeps changes is full
 
 struct Host
 {
@@ -48,23 +35,6 @@ struct Host
     tamsel::ConfigurationManager settings{&logger};
 };
 
-void count(const QByteArray &name, const std::function<void(int)> &run)
-{
-    for (int i = 1; i <= 600; ++i) // until every list that keeps changes is full
-        run(-i);
-    for (const int length : {runs, 2 * runs}) {
-        CALLGRIND_START_INSTRUMENTATION;
-        for (int i = 0; i < length; ++i) {
-            CALLGRIND_TOGGLE_COLLECT;
-            run(length + i);
-            CALLGRIND_TOGGLE_COLLECT;
-        }
-        CALLGRIND_DUMP_STATS;
-        CALLGRIND_STOP_INSTRUMENTATION;
-    }
-    std::printf("series %s %d\n", name.constData(), runs);
-}
-
 // A write without a handler, and with a catalogue that knows so many settings.
 void countCatalogue(std::optional<int> known)
 {
@@ -78,8 +48,8 @@ void countCatalogue(std::optional<int> known)
     QByteArray name = "write";
     if (known)
         name = "catalogue-" + QByteArray::number(*known);
-    count(name, [&host](int value) { host.write(value); });
-    if (catalogue && catalogue->changeCount(u"player"_s, u"volume"_s) != 600 + 3 * runs)
+    const int writes = countSeries(name, warmUp, [&host](int value) { host.write(value); });
+    if (catalogue && catalogue->changeCount(u"player"_s, u"volume"_s) != quint64(writes))
         qFatal("catalogue: wrong count");
 }
 
@@ -97,7 +67,7 @@ void countSubscriptions(int subscriptions)
         notifier.subscribe(i % 2 ? u"player"_s : u"group%1"_s.arg(i), u"key%1"_s.arg(i), &context,
                            keep);
     }
-    count("subscriptions-" + QByteArray::number(subscriptions), [&](int value) {
+    countSeries("subscriptions-" + QByteArray::number(subscriptions), warmUp, [&](int value) {
         host.write(value);
         if (last != value)
             qFatal("subscriptions: not notified");

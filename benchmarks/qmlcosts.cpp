@@ -2,13 +2,11 @@
 // SPDX-License-Identifier: MIT
 
 // What the QML module costs: instructions under Callgrind, and the heap of an object. qmlcosts.py runs it.
-//
-// Each series is a number of runs, and another one twice as long: their difference does not include
-// one-time costs. Callgrind writes a part of its output for each; the lines of the output name them.
+
+#include "callgrindseries.h"
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/host/changenotifier.h>
-#include <tamsel/ilogger.h>
 #include <tamsel/qml/qmlhost.h>
 
 #include <QtCore/QCoreApplication>
@@ -18,10 +16,8 @@
 #include <QtQml/QQmlExpression>
 
 #include <malloc.h>
-#include <valgrind/callgrind.h>
 
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -30,16 +26,7 @@ using tamsel::SettingsType;
 
 namespace {
 
-constexpr int runs = 100;
-
-class QuietLogger final : public tamsel::ILogger
-{
-public:
-    void error(const QString &) override { }
-    void warning(const QString &) override { }
-    void info(const QString &) override { }
-    void debug(const QString &) override { }
-};
+constexpr int warmUp = 10;
 
 struct Host
 {
@@ -81,23 +68,6 @@ void prepare(QQmlComponent *component, const QByteArray &text)
     component->setData(text, QUrl(u"costs.qml"_s));
 }
 
-void count(const char *name, const std::function<void(int)> &run)
-{
-    for (int i = 0; i < 10; ++i)
-        run(i);
-    for (const int length : {runs, 2 * runs}) {
-        CALLGRIND_START_INSTRUMENTATION;
-        for (int i = 0; i < length; ++i) {
-            CALLGRIND_TOGGLE_COLLECT;
-            run(i);
-            CALLGRIND_TOGGLE_COLLECT;
-        }
-        CALLGRIND_DUMP_STATS;
-        CALLGRIND_STOP_INSTRUMENTATION;
-    }
-    std::printf("series %s %d\n", name, runs);
-}
-
 // An expression that reads the value of a setting, and one that reads a property of a plain object.
 void countReads()
 {
@@ -112,7 +82,7 @@ void countReads()
         QQmlContext context(&host.engine);
         context.setContextProperty(u"object"_s, object.get());
         QQmlExpression expression(&context, nullptr, u"object.value"_s);
-        count(component == &setting ? "read" : "plain-read", [&](int) {
+        countSeries(component == &setting ? "read" : "plain-read", warmUp, [&](int) {
             if (expression.evaluate() != 7)
                 qFatal("read: wrong value");
         });
@@ -141,9 +111,8 @@ QtObject {
                                   {u"key"_s, u"key%1"_s.arg(i)}}));
     }
     const QByteArray name = "change-" + QByteArray::number(others);
-    int value = 0;
-    count(name.constData(), [&](int) {
-        host.write(++value);
+    countSeries(name, warmUp, [&](int value) {
+        host.write(value);
         if (object->property("shown") != value)
             qFatal("change: not shown");
     });

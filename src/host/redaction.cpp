@@ -36,6 +36,7 @@ QString wordOf(const QString &pattern)
         return {};
     const QString word = pattern.sliced(1).chopped(1);
     const auto isSpecial = [](QChar c) { return u"*?[]\\/"_s.contains(c); };
+    // Intentional, here and below: count_if(), as any_of() is unrolled: some 150 bytes more on MIPS32.
     return std::count_if(word.cbegin(), word.cend(), isSpecial) == 0 ? word.toCaseFolded()
                                                                      : QString();
 }

@@ -173,6 +173,7 @@ std::optional<QStringList> detail::toTexts(const QVariant &value)
         const QVariantList list = value.toList();
         const auto isText
                 = [](const QVariant &element) { return element.typeId() == QMetaType::QString; };
+        // Intentional: count_if(), as all_of() is unrolled: some 150 bytes more on MIPS32.
         const bool ok = std::count_if(list.cbegin(), list.cend(), isText) == list.size();
         return valueIf(ok, value.toStringList());
     }

@@ -63,6 +63,7 @@ template <typename Predicate> QString withEscapes(const QString &text, Predicate
 {
     const auto isSpecial = [&](QChar unit) { return isEscaped(char32_t(unit.unicode())); };
     // Outside of the basic plane every unit is a surrogate, which is escaped by itself.
+    // Intentional, here and below: count_if(), as any_of() is unrolled: some 150 bytes more on MIPS32.
     if (std::count_if(text.cbegin(), text.cend(), isSpecial) == 0)
         return text;
     QString result;
