@@ -16,23 +16,19 @@
 
 namespace tamsel::host {
 
-namespace {
-
-// A SettingChange without its number, and with a time that costs nothing to take.
-struct RecordedChange
-{
-    qint64 time = 0; // in milliseconds since 1970
-    SettingsType type = SettingsType::CommandLineArgs;
-    QString group;
-    QString key;
-    QVariant value;
-};
-
-} // namespace
-
 class SettingsCataloguePrivate
 {
 public:
+    // A SettingChange without its number, and with a time that costs nothing to take.
+    struct RecordedChange
+    {
+        qint64 time = 0; // in milliseconds since 1970
+        SettingsType type = SettingsType::CommandLineArgs;
+        QString group;
+        QString key;
+        QVariant value;
+    };
+
     ConfigurationManager *settings = nullptr;
     std::size_t changesKept = 0;
     mutable QMutex mutex;
@@ -57,7 +53,8 @@ SettingsCatalogue::~SettingsCatalogue()
 void SettingsCatalogue::onValueChanged(SettingsType type, const QString &group, const QString &key,
                                        const QVariant &value)
 {
-    RecordedChange change{QDateTime::currentMSecsSinceEpoch(), type, group, key, value};
+    SettingsCataloguePrivate::RecordedChange change{QDateTime::currentMSecsSinceEpoch(), type,
+                                                    group, key, value};
     const QMutexLocker locker(&d->mutex);
     ++d->changeCounts[{group, key}];
     const quint64 index = d->changeCount++;
@@ -102,7 +99,7 @@ quint64 SettingsCatalogue::changeCount() const
 
 QList<SettingChange> SettingsCatalogue::lastChanges() const
 {
-    std::vector<RecordedChange> changes;
+    std::vector<SettingsCataloguePrivate::RecordedChange> changes;
     quint64 count = 0;
     {
         const QMutexLocker locker(&d->mutex);
@@ -112,7 +109,7 @@ QList<SettingChange> SettingsCatalogue::lastChanges() const
     std::vector<SettingChange> result(changes.size());
     quint64 index = count - changes.size();
     for (SettingChange &shown : result) {
-        const RecordedChange &change = changes[static_cast<std::size_t>(index % d->changesKept)];
+        const auto &change = changes[static_cast<std::size_t>(index % d->changesKept)];
         shown.number = ++index;
         shown.time = QDateTime::fromMSecsSinceEpoch(change.time).toUTC();
         shown.type = change.type;

@@ -14,8 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr auto none = "-"_L1;
-
 // The effective value of a setting before and after; none where no layer holds it.
 struct Change
 {
@@ -74,7 +72,7 @@ struct Side
 Side sideOf(const std::optional<LayerValue> &side, const std::optional<LayerValue> &other)
 {
     if (!side)
-        return {none, none, none};
+        return {emptyCell, emptyCell, emptyCell};
     const Value &value = side->value;
     const bool looksSame
             = other && other->value.text() == value.text() && other->value.type() == value.type();
@@ -144,7 +142,7 @@ Table wideTable(const Changes &changes)
 }
 
 // The old value above the new one.
-Table narrowTable(const Table &table)
+Table narrowDifference(const Table &table)
 {
     Table result{{{{u"group"_s, u"key"_s, u"value"_s, u"origin"_s}, Style::Heading}}, 2};
     for (qsizetype i = 1; i < table.rows.size(); ++i) {
@@ -152,7 +150,7 @@ Table narrowTable(const Table &table)
         QStringList names = row.cells.mid(1, 2);
         for (const auto &[sign, value] : {std::pair(u"- "_s, 3), std::pair(u"+ "_s, 5)}) {
             const QString origin = row.cells.at(value + 1);
-            if (origin == none)
+            if (origin == emptyCell)
                 continue;
             result.rows.append(
                     {names + QStringList{sign + row.cells.at(value), origin}, row.style});
@@ -174,7 +172,7 @@ bool printDifference(const Source &before, const Source &after, const Options &o
         printJson(changes, warnings, printer);
     } else if (!changes.empty()) {
         const Table table = wideTable(changes);
-        printer.printTable({table, narrowTable(table)});
+        printer.printTable({table, narrowDifference(table)});
     }
     return !changes.empty();
 }

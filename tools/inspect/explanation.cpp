@@ -13,8 +13,6 @@ using tamsel::SettingsType;
 
 namespace {
 
-constexpr auto none = "-"_L1;
-
 // What one layer says to the lookup.
 struct Step
 {
@@ -31,7 +29,7 @@ QString placeOf(const Source &source, const Step &step)
     if (step.layerValue)
         return source.placeText(step.layer, step.layerValue->file);
     if (step.file.isEmpty())
-        return none;
+        return emptyCell;
     const QString file = source.placeText(step.layer, step.file);
     return step.fileExists.value_or(true) ? file : u"%1 (no such file)"_s.arg(file);
 }
@@ -64,14 +62,14 @@ Row rowOf(const Step &step)
     const QString rank = QString::number(tamsel::priorityOf(step.layer));
     const QString layer = layerName(step.layer);
     if (!step.layerValue)
-        return {{rank, layer, step.state, none, none, step.place}, Style::Faint};
+        return {{rank, layer, step.state, emptyCell, emptyCell, step.place}, Style::Faint};
     const Value &value = step.layerValue->value;
     return {{rank, layer, step.state, value.text(), value.type(), step.place},
             step.state == "origin"_L1 ? Style::Good : Style::Plain};
 }
 
 // Type and file stand below each row.
-Table narrowTable(const Table &table)
+Table narrowSteps(const Table &table)
 {
     Table result = table;
     for (Row &row : result.rows) {
@@ -79,9 +77,9 @@ Table narrowTable(const Table &table)
         const QString type = row.cells.takeLast();
         if (row.style == Style::Heading)
             continue;
-        if (type != none)
+        if (type != emptyCell)
             row.note = u"%1 in %2"_s.arg(type, file);
-        else if (file != none)
+        else if (file != emptyCell)
             row.note = u"in %1"_s.arg(file);
     }
     return result;
@@ -187,7 +185,7 @@ bool printExplanation(const Source &source, const Options &options, TablePrinter
                 3};
     for (const Step &step : steps)
         table.rows.append(rowOf(step));
-    printer.printTable({table, narrowTable(table)});
+    printer.printTable({table, narrowSteps(table)});
     printer.printLine(summaryOf(source, setting), setting.origin ? Style::Heading : Style::Alert);
     return setting.origin.has_value();
 }

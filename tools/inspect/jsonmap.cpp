@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray contentsOf(const QString &fileName)
+QByteArray jsonContents(const QString &fileName)
 {
     // Qt opens a directory where it is asked to read only, and finds nothing in it.
     if (QFileInfo(fileName).isDir())
@@ -36,7 +36,7 @@ QByteArray contentsOf(const QString &fileName)
 
 QJsonDocument readJson(const QString &fileName)
 {
-    const QByteArray contents = contentsOf(fileName);
+    const QByteArray contents = jsonContents(fileName);
     QJsonParseError error;
     QJsonDocument document = QJsonDocument::fromJson(contents, &error);
     if (error.error != QJsonParseError::NoError) {

@@ -11,7 +11,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr auto none = "-"_L1;
 constexpr auto usualType = "QString"_L1; // of what stands in a file; it goes without saying
 
 // "RavonaConfDefault 'ru'"; with the name of its entry where no reader of the setting gets it.
@@ -31,7 +30,7 @@ QString overriddenText(const Setting &setting)
     QStringList texts;
     for (const LayerValue &layerValue : setting.overridden)
         texts.append(layerValueText(layerValue));
-    return texts.isEmpty() ? QString(none) : texts.join(", "_L1);
+    return texts.isEmpty() ? QString(emptyCell) : texts.join(", "_L1);
 }
 
 Row rowOf(const Setting &setting)
@@ -40,7 +39,7 @@ Row rowOf(const Setting &setting)
     const QString key = escaped(setting.name.key);
     const QString overridden = overriddenText(setting);
     if (!setting.origin)
-        return {{group, key, none, none, u"! none"_s, overridden}, Style::Alert};
+        return {{group, key, emptyCell, emptyCell, u"! none"_s, overridden}, Style::Alert};
     const LayerValue &origin = *setting.origin;
     return {{group, key, origin.value.text(), origin.value.type(), layerName(origin.layer),
              overridden}};
@@ -48,7 +47,7 @@ Row rowOf(const Setting &setting)
 
 // What is overridden and an unusual type stand below their row, what is the same in every row stands
 // below the table.
-Table narrowTable(const Table &table)
+Table narrowListing(const Table &table)
 {
     Table result = table;
     result.leaveOutRepetitions({u"type"_s, u"origin"_s});
@@ -59,9 +58,9 @@ Table narrowTable(const Table &table)
         const QString typeName = type < 0 ? QString(usualType) : row.cells.takeAt(type);
         if (row.style == Style::Heading)
             continue;
-        if (typeName != usualType && typeName != none)
+        if (typeName != usualType && typeName != emptyCell)
             notes.append("type "_L1 + typeName);
-        if (overridden != none)
+        if (overridden != emptyCell)
             notes.append("overrides "_L1 + overridden);
         row.note = notes.join("; "_L1);
     }
@@ -83,7 +82,7 @@ bool printTable(const Source &source, const Options &options, TablePrinter &prin
         printer.printTable({table});
         return true;
     }
-    printer.printTable({table, narrowTable(table)});
+    printer.printTable({table, narrowListing(table)});
     if (const QString remark = source.remark(); !remark.isEmpty())
         printer.printLine(escaped(remark));
     return true;

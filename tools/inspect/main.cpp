@@ -32,10 +32,10 @@ using namespace Qt::StringLiterals;
 namespace {
 
 // As grep and diff have them. What is worse is greater.
-constexpr int found = 0;
-constexpr int notFound = 1;
-constexpr int different = 1;
-constexpr int trouble = 2;
+constexpr int exitFound = 0;
+constexpr int exitNotFound = 1;
+constexpr int exitDifferent = 1;
+constexpr int exitTrouble = 2;
 
 void complain(const QString &text)
 {
@@ -70,7 +70,7 @@ QList<SettingName> namesIn(const QList<const Source *> &sources)
 // What was printed, and what is to be said about it on standard error.
 struct Outcome
 {
-    int code = found;
+    int code = exitFound;
     QStringList complaints = {};
 
     void add(int otherCode, const QString &complaint)
@@ -91,7 +91,7 @@ void checkPatterns(const Options &options, const QList<const Source *> &sources,
             continue;
         const QString alternative = pattern.alternative(names);
         const QString text = u"no setting matches '%1'"_s.arg(pattern.text());
-        outcome->add(notFound,
+        outcome->add(exitNotFound,
                      alternative.isEmpty() ? text : text + u"; try '%1'"_s.arg(alternative));
     }
 }
@@ -101,7 +101,7 @@ void checkFiles(const QList<const Source *> &sources, Outcome *outcome)
     for (const Source *source : sources) {
         const QStringList warnings = source->warnings();
         for (const QString &warning : warnings)
-            outcome->add(trouble, "warning: "_L1 + warning);
+            outcome->add(exitTrouble, "warning: "_L1 + warning);
     }
 }
 
@@ -122,9 +122,9 @@ Outcome printDifference(const Options &options, const HostValues &hostValues, co
 {
     const auto other = otherSource(options, hostValues);
     Outcome outcome;
-    outcome.code = printDifference(source, *other, options, printer) ? different : found;
+    outcome.code = printDifference(source, *other, options, printer) ? exitDifferent : exitFound;
     checkPatterns(options, {&source, other.get()}, &outcome);
-    if (outcome.code == found && !options.json)
+    if (outcome.code == exitFound && !options.json)
         printer.printLine(u"no effective value differs"_s);
     checkFiles({&source, other.get()}, &outcome);
     return outcome;
@@ -135,13 +135,13 @@ void printSource(const Source &source, const Options &options, TablePrinter &pri
 {
     if (options.wanted) {
         if (!printValue(source, options, printer))
-            outcome->add(notFound, u"no layer holds %1"_s.arg(options.wanted->text()));
+            outcome->add(exitNotFound, u"no layer holds %1"_s.arg(options.wanted->text()));
     } else if (options.explained) {
-        outcome->code = printExplanation(source, options, printer) ? found : notFound;
+        outcome->code = printExplanation(source, options, printer) ? exitFound : exitNotFound;
     } else {
         const bool isAll = options.patterns.isEmpty();
         if (!printSettings(source, options, printer) && (isAll || options.onlyOverridden)) {
-            outcome->add(notFound,
+            outcome->add(exitNotFound,
                          options.onlyOverridden ? u"no setting overrides anything"_s
                                                 : u"no layer holds any setting"_s);
         }
@@ -167,7 +167,7 @@ Outcome print(const Options &options, TablePrinter &printer)
             return outcome;
         }
         if (!printChanges(snapshot, options, printer))
-            outcome.add(notFound,
+            outcome.add(exitNotFound,
                         options.patterns.isEmpty() ? u"there are no changes"_s
                                                    : u"no change matches"_s);
         checkFiles({&snapshot}, &outcome);
@@ -207,6 +207,6 @@ int main(int argc, char **argv)
         return run(parseOptions(QCoreApplication::arguments()), ascii);
     } catch (const UserError &error) {
         complain(error.text());
-        return trouble;
+        return exitTrouble;
     }
 }

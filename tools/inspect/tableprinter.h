@@ -20,6 +20,8 @@ struct Row
     QString note = {}; // a line of its own below, if not empty
 };
 
+constexpr QLatin1StringView emptyCell("-"); // what stands where there is nothing
+
 // The first row is the heading; all have as many cells as it has.
 struct Table
 {
