@@ -4,6 +4,7 @@
 // The file of a layer cannot be written any more, or is no longer there. What QSettings makes of that
 // is written down here, so that a change of Qt does not go unnoticed.
 
+#include "childprocess.h"
 #include "files.h"
 #include "layers.h"
 #include "recording.h"
@@ -21,6 +22,7 @@
 
 #include <cerrno>
 #include <sys/mount.h>
+#include <sys/stat.h>
 
 using namespace tamsel;
 using namespace tamsel::tests;
@@ -125,6 +127,7 @@ private Q_SLOTS:
     void aFolderThatVanishesIsMadeAgainForTheNextWrite();
     void aFolderThatBecomesAFileRefusesWrites();
     void aFileThatBecomesAFolderRefusesWrites();
+    void aFifoBlocksWhoCreatesTheLayer();
     void aDanglingLinkIsFollowed();
     void aLinkIntoAMissingFolderTakesWritesThatNeverArrive();
 };
@@ -351,6 +354,25 @@ void tst_FailingDisks::aFileThatBecomesAFolderRefusesWrites()
     QVERIFY(!host.manager.storageAvailable(layer));
     QCOMPARE(host.files(), QStringList());
     QVERIFY(QFileInfo(host.path).isDir());
+}
+
+void tst_FailingDisks::aFifoBlocksWhoCreatesTheLayer()
+{
+    const QTemporaryDir folder;
+    const auto create = [&folder] {
+        RecordingLogger logger;
+        ConfigurationManager manager(&logger);
+        manager.setPersistentStoragePath(folder.path() + u'/');
+        manager.initStorage(layer);
+        return QByteArray("created");
+    };
+    QCOMPARE(inChild(create).report, "created");
+    QCOMPARE(mkfifo(qPrintable(folder.filePath(u"custom.conf"_s)), 0600), 0);
+
+    const ChildResult result = inChild(create, 1);
+
+    QCOMPARE(result.report, "");
+    QCOMPARE(result.end, "signal 14");
 }
 
 void tst_FailingDisks::aDanglingLinkIsFollowed()
