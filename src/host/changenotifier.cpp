@@ -37,6 +37,8 @@
 
 namespace tamsel::host {
 
+namespace {
+
 using Origin = std::optional<SettingsType>;
 
 // What a subscription is for; group and key as far as the scope has them.
@@ -55,8 +57,6 @@ struct TargetHash
 {
     std::size_t operator()(const Target &target) const { return KeyHash()(target.key); }
 };
-
-namespace {
 
 // Posting an event, and the first step of what it calls. The thread sanitizer does not see the lock of
 // Qt's event queue, so it takes what was written before an event was posted for a race.

@@ -39,6 +39,23 @@ constexpr int attemptsAtOnce = 10;
 // A set of layers, by their ranks.
 using Layers = std::bitset<8>;
 
+// A setting that a layer holds.
+struct HeldSetting
+{
+    QString group;
+    QString key;
+    ShownValue value;
+    Layers holding; // those that hold the setting; the highest is the origin
+    quint64 changes = 0; // notifications so far
+    bool isSettled = false; // all of this was true at one moment
+};
+
+struct ShownChange
+{
+    SettingChange change; // without its value
+    ShownValue value;
+};
+
 std::size_t rankOf(SettingsType type)
 {
     return static_cast<std::size_t>(priorityOf(type));
@@ -97,23 +114,6 @@ bool isFileLayer(SettingsType type)
 class SnapshotPrivate
 {
 public:
-    // A setting that a layer holds.
-    struct HeldSetting
-    {
-        QString group;
-        QString key;
-        ShownValue value;
-        Layers holding; // those that hold the setting; the highest is the origin
-        quint64 changes = 0; // notifications so far
-        bool isSettled = false; // all of this was true at one moment
-    };
-
-    struct ShownChange
-    {
-        SettingChange change; // without its value
-        ShownValue value;
-    };
-
     void addSetting(const ConfigurationManager &manager, const SettingsCatalogue &catalogue,
                     const QString &group, const QString &key);
     ShownValue shown(const QString &group, const QString &key, const QVariant &value) const;
@@ -287,14 +287,13 @@ Snapshot Snapshot::take(const ConfigurationManager &manager, const SettingsCatal
     const auto keys = catalogue.keys();
     for (const auto &[group, key] : keys)
         d->addSetting(manager, catalogue, group, key);
-    for (const auto &setting : std::as_const(d->settings))
+    for (const HeldSetting &setting : std::as_const(d->settings))
         d->holding |= setting.holding;
     for (const SettingsType type : storagePriority)
         d->available.set(rankOf(type), manager.storageAvailable(type));
     const QList<SettingChange> changes = catalogue.lastChanges();
     for (const SettingChange &change : changes) {
-        SnapshotPrivate::ShownChange shown{change,
-                                           d->shown(change.group, change.key, change.value)};
+        ShownChange shown{change, d->shown(change.group, change.key, change.value)};
         shown.change.value = {};
         d->changes.push_back(shown);
     }
