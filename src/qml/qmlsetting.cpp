@@ -56,21 +56,20 @@ QmlSetting::~QmlSetting()
     detach();
 }
 
-void QmlSetting::setDefaultValue(const QVariant &value)
-{
-    m_defaultValue = unwrapped(value);
-}
-
 void QmlSetting::onGroupChanged()
 {
+    const QPointer<QmlSetting> alive = this;
     attach();
-    Q_EMIT groupChanged();
+    if (alive)
+        Q_EMIT groupChanged();
 }
 
 void QmlSetting::onKeyChanged()
 {
+    const QPointer<QmlSetting> alive = this;
     attach();
-    Q_EMIT keyChanged();
+    if (alive)
+        Q_EMIT keyChanged();
 }
 
 void QmlSetting::onDefaultValueChanged()
@@ -134,7 +133,7 @@ ConfigurationManager *QmlSetting::manager() const
 // The value in the type of the default, where it converts.
 QVariant QmlSetting::inTypeOfDefault(const QVariant &value) const
 {
-    const QMetaType type = m_defaultValue.value().metaType();
+    const QMetaType type = unwrapped(m_defaultValue).metaType();
     if (!type.isValid() || value.metaType() == type || !value.isValid())
         return value;
     QVariant converted = value;
@@ -143,7 +142,7 @@ QVariant QmlSetting::inTypeOfDefault(const QVariant &value) const
 
 void QmlSetting::refresh()
 {
-    QVariant value = m_defaultValue;
+    QVariant value = unwrapped(m_defaultValue);
     int origin = -1;
     bool overridden = false;
     bool writable = false;
@@ -154,6 +153,8 @@ void QmlSetting::refresh()
         origin = layer ? static_cast<int>(*layer) : -1;
         overridden = layer && layer != type() && settings->contains(m_group, m_key, type());
         writable = !isReadOnly(type()) && settings->storageAvailable(type());
+    } else if (m_dispatcher) {
+        return; // the manager is gone; the last value stays
     }
 
     const bool hasValueChanged = !isSame(m_value, value);

@@ -55,7 +55,7 @@ public:
     void setKey(const QString &key) { m_key = key; }
     QBindable<QString> bindableKey() { return &m_key; }
     QVariant defaultValue() const { return m_defaultValue; }
-    void setDefaultValue(const QVariant &value);
+    void setDefaultValue(const QVariant &value) { m_defaultValue = value; }
     QBindable<QVariant> bindableDefaultValue() { return &m_defaultValue; }
     Layer layer() const { return m_layer; }
     void setLayer(Layer layer) { m_layer = layer; }

@@ -19,6 +19,10 @@ TestCase {
         Setting { }
     }
     Component {
+        id: languagesComponent
+        Setting { group: "ui"; key: "languages"; defaultValue: [] }
+    }
+    Component {
         id: spyComponent
         SignalSpy { }
     }
@@ -130,6 +134,18 @@ TestCase {
         setting.value = ["de", "fr"]
         compare(setting.value, ["de", "fr"])
         compare(Box.value("ui", "languages"), ["de", "fr"])
+    }
+
+    function test_aListMayBeTheDefault() {
+        const setting = createTemporaryObject(languagesComponent, testCase)
+        const changes = spyOn(setting, "valueChanged")
+        setting.value = ["de"]
+        compare(changes.count, 1)
+        setting.reset()
+        compare(setting.value, [])
+        compare(changes.count, 2)
+        setting.reset()
+        compare(changes.count, 2)
     }
 
     function test_undefinedAndResetRemove() {

@@ -242,6 +242,16 @@ void tst_QmlBridge::anObjectMayDieInItsOwnSignal()
     }
     published.write(7);
     QCOMPARE(last->property("value"), 7);
+
+    // Another address may have another value.
+    for (const char *property : {"group", "key"}) {
+        QObject *object = create(engine.get()).release();
+        QVERIFY(connect(object, SIGNAL(valueChanged()), object, SIGNAL(destroyed())));
+        connect(object, &QObject::destroyed, object,
+                [&object] { delete std::exchange(object, nullptr); });
+        object->setProperty(property, u"unset"_s);
+        QVERIFY(!object);
+    }
 }
 
 void tst_QmlBridge::changesOfAllThreadsArriveInOrder()
@@ -256,19 +266,26 @@ Setting {
     group: "player"; key: "volume"; defaultValue: 0
     onValueChanged: seen.push(value)
 })");
+    const auto shared
+            = create(engine.get(), R"(import Tamsel; Setting { group: "player"; key: "shared" })");
+    ConfigurationManager &manager = published.host.manager;
     std::atomic<int> running = 4;
     std::thread writers([&] {
         runTogether(4, [&](int thread) {
-            for (int i = 1; i <= 2500; ++i)
-                published.host.manager.setValue(u"player"_s,
-                                                thread ? u"other%1"_s.arg(thread) : u"volume"_s, i,
-                                                SettingsType::Runtime);
+            for (int i = 1; i <= 2500; ++i) {
+                manager.setValue(u"player"_s, u"shared"_s, 2500 * thread + i,
+                                 SettingsType::Runtime);
+                if (thread == 0)
+                    manager.setValue(u"player"_s, u"volume"_s, i, SettingsType::Runtime);
+            }
             --running;
         });
     });
     QVERIFY(waitFor([&] { return running == 0; }));
     writers.join();
     QVERIFY(waitFor([&] { return setting->property("value") == 2500; }));
+    const QVariant last = manager.value(u"player"_s, u"shared"_s);
+    QVERIFY(waitFor([&] { return shared->property("value") == last; }));
     // One thread wrote ascending values.
     const QVariantList seen = setting->property("seen").value<QJSValue>().toVariant().toList();
     QVERIFY(!seen.isEmpty());
