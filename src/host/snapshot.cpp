@@ -156,19 +156,20 @@ void SnapshotPrivate::addSetting(const ConfigurationManager &manager,
     HeldSetting setting;
     setting.group = group;
     setting.key = key;
+    const QVariant none = QVariant::fromValue<void *>(&setting); // what no layer holds
     QVariant value;
     for (int attempt = 1; attempt <= mostAttempts && !setting.isSettled; ++attempt) {
         if (attempt > attemptsAtOnce)
             QThread::yieldCurrentThread();
         setting.changes = catalogue.changeCount(group, key);
-        const QVariant before = manager.value(group, key);
+        const QVariant before = manager.value(group, key, none);
         setting.holding = layersHolding(manager, group, key);
-        value = manager.value(group, key);
-        setting.isSettled = isSame(before, value)
+        value = manager.value(group, key, none);
+        setting.isSettled = isSame(before, value) && isSame(value, none) == setting.holding.none()
                 && originIn(setting.holding) == originOf(manager, group, key)
                 && catalogue.changeCount(group, key) == setting.changes;
     }
-    if (setting.holding.none())
+    if (setting.holding.none() || isSame(value, none))
         return;
     setting.value = shown(group, key, value);
     settings.push_back(std::move(setting));
