@@ -48,8 +48,8 @@ int main()
         tamsel::ConfigurationManager settings(&logger);
         settings.setPersistentStoragePath(path); // custom.conf, selvi.db
         settings.setAssetsPrefix(path); // ravona.conf
-        settings.initStorage(SettingsType::RavonaConfDefault);
         settings.initStorage(SettingsType::CustomConfPersistent);
+        settings.initStorage(SettingsType::RavonaConfDefault);
 
         // A file holds text; convert it to the type you need.
         const QVariant volume = settings.value(u"player"_s, u"volume"_s);

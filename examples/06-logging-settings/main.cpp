@@ -28,11 +28,11 @@ int main()
 
     showLevel(u"unset"_s);
 
+    settings.initStorage(SettingsType::Runtime);
     settings.initStorage(SettingsType::SystemProperties);
     settings.setValue(u"Logging"_s, u"level"_s, u"info"_s, SettingsType::SystemProperties);
     showLevel(u"a name"_s);
 
-    settings.initStorage(SettingsType::Runtime);
     logs.setLevel(logging::Trace, SettingsType::Runtime);
     showLevel(u"a number above it"_s);
 
