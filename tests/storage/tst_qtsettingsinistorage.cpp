@@ -286,7 +286,12 @@ void tst_QtSettingsIniStorage::reading_data()
     // Availability is the status of the file.
     unchanged("empty file", "", {available()}, u"available");
     unchanged("entries", "[g]\nk=1\n", {available()}, u"available");
-    unchanged("comments only", "; a\n# b\n", {available()}, u"available");
+    unchanged("comments only", "; a\n; b\n", {keys(), available()}, uR"(
+        keys:
+        available )");
+    unchanged("a number sign starts no comment", "[g]\n#k=1\n", {keys(), read(u"#k"_s)}, uR"(
+        keys: g/#k
+        g/#k: QVariant(QString, "1") )");
     unchanged("line without a value", "[g]\nnonsense\n", {available()}, u"available");
     unchanged("value that cannot be decoded", "[g]\nk=@Variant(x)\n", {available()}, u"available");
     unchanged("section without its end", "[g\nk=1\n", {available()}, u"unavailable");
