@@ -198,13 +198,15 @@ void tst_QmlBridge::aManagerThatIsWithdrawnIsLeftAlone()
     QTest::ignoreMessage(QtWarningMsg, refused);
     setting->setProperty("value", 9);
     QCOMPARE(setting->property("value"), 7);
+    setting->setProperty("defaultValue", 6);
+    QCOMPARE(setting->property("value"), 7);
     // Another address is looked up in what is published now.
     if (next)
         next->host.manager.setValue(u"player"_s, u"balance"_s, 3, SettingsType::Runtime);
     else
         QTest::ignoreMessage(QtWarningMsg, noManager);
     setting->setProperty("key", u"balance"_s);
-    QCOMPARE(setting->property("value"), isReplaced ? 3 : 5);
+    QCOMPARE(setting->property("value"), isReplaced ? 3 : 6);
 }
 
 void tst_QmlBridge::aDeadNotifierIsNoticed()
