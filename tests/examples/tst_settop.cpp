@@ -22,6 +22,9 @@ private Q_SLOTS:
 void tst_Settop::transcripts_data()
 {
     tamsel::tests::addTranscriptRows(QStringLiteral(SETTOP_TRANSCRIPTS));
+#ifdef TAMSEL_INSPECT
+    tamsel::tests::addTranscriptRows(QStringLiteral(SETTOP_SNAPSHOTS));
+#endif
 }
 
 void tst_Settop::transcripts()
@@ -30,6 +33,9 @@ void tst_Settop::transcripts()
 
     TestShell shell(u"settop"_s, QByteArrayLiteral(SETTOP));
     shell.environment.insert(u"ASSETS"_s, QStringLiteral(SETTOP_ASSETS_DIR));
+#ifdef TAMSEL_INSPECT
+    shell.environment.insert(u"INSPECT"_s, QStringLiteral(TAMSEL_INSPECT)); // with its quotes
+#endif
     QVERIFY(shell.check(transcript) > 0);
 }
 
