@@ -1,17 +1,17 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// One handler finds the subscriptions of a changed setting by hash. Each subscription is marked with
-// the setting first and called after that: a change inside a function is so delivered once, by the
-// notification that comes first to the subscription.
+// One handler finds the subscriptions of a changed setting by hash. It marks each with the setting
+// before it calls any. So if a function makes another change, each subscription gets it once.
 //
 // Locks, none of which is held while a function runs or values are compared:
-//   SubscriptionRecord::m_mutex   one subscription; as long as it is held, its context lives
-//   Subscriptions::m_mutex        the lists; may be taken with the one above held, not the other way
-//   Subscriptions::m_readLock     keeps the notifier's manager alive while a delivery reads from it
+//   SubscriptionRecord::m_mutex   one subscription; its context lives while it is held
+//   Subscriptions::m_mutex        the lists; may be taken while the one above is held, not vice versa
+//   Subscriptions::m_readLock     keeps the manager alive while a delivery reads from it
 
 #include <tamsel/host/changenotifier.h>
 
+#include "heldvalue.h"
 #include "keyhash.h"
 #include "rejectedvalues.h"
 
@@ -22,6 +22,7 @@
 #include <QtCore/QMetaObject>
 #include <QtCore/QMutex>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtCore/QThread>
 
 #include <algorithm>
@@ -124,7 +125,9 @@ private:
     const ChangeNotifier::Function m_function;
 
     QMutex m_mutex;
-    QObject *m_context; // null when the subscription has ended; guarded by m_mutex, as all below
+    bool m_hasEnded = false; // guarded by m_mutex, as all below
+    // Null also if the context has died without its signal: disconnect() ends all connections.
+    QPointer<QObject> m_context;
     QMetaObject::Connection m_destroyed;
     std::map<Key, Pending> m_pending;
     std::optional<QVariant> m_last; // the value that the function got, of one setting only
@@ -168,9 +171,10 @@ private:
 void SubscriptionRecord::start()
 {
     const auto subscriptions = m_subscriptions.lock();
+    QObject *const context = m_context;
     // The destructor of the context waits for whoever uses it under the lock.
     m_destroyed = QObject::connect(
-            m_context, &QObject::destroyed, m_context,
+            context, &QObject::destroyed, context,
             [record = weak_from_this()] {
                 if (const Record ended = record.lock())
                     ended->end();
@@ -190,7 +194,7 @@ void SubscriptionRecord::start()
 void SubscriptionRecord::mark(const Key &key, Origin origin)
 {
     const QMutexLocker locker(&m_mutex);
-    if (m_context)
+    if (!m_hasEnded && m_context)
         m_pending[key].origin = origin;
 }
 
@@ -200,13 +204,14 @@ void SubscriptionRecord::dispatch(const Key &key)
     {
         const QMutexLocker locker(&m_mutex);
         const auto pending = m_pending.find(key);
-        if (pending == m_pending.end())
+        QObject *const context = m_context;
+        if (pending == m_pending.end() || !context)
             return;
-        if (m_context->thread() != QThread::currentThread()) {
+        if (context->thread() != QThread::currentThread()) {
             if (!pending->second.isPosted) {
                 [[maybe_unused]] const Handover posting{};
                 QMetaObject::invokeMethod(
-                        m_context,
+                        context,
                         [record = weak_from_this(), key] {
                             {
                                 [[maybe_unused]] const Handover posted{};
@@ -267,7 +272,7 @@ bool SubscriptionRecord::detach()
     QMetaObject::Connection destroyed;
     {
         const QMutexLocker locker(&m_mutex);
-        if (std::exchange(m_context, nullptr) == nullptr)
+        if (std::exchange(m_hasEnded, true))
             return false;
         m_pending.clear();
         destroyed = std::exchange(m_destroyed, {});
@@ -369,10 +374,11 @@ bool Subscriptions::read(Change *change) const
     const std::shared_lock locker(m_readLock);
     if (!m_settings)
         return false;
-    change->value = m_settings->value(change->group, change->key);
     if (mayNameLayers())
         change->origin = originOf(*m_settings, change->group, change->key);
-    else if (!m_settings->contains(change->group, change->key))
+    if (auto held = heldValue(*m_settings, change->group, change->key))
+        change->value = *std::move(held);
+    else
         change->origin.reset();
     return true;
 }

@@ -3,6 +3,7 @@
 
 #include <tamsel/host/setting.h>
 
+#include "heldvalue.h"
 #include "rejectedvalues.h"
 
 #include <tamsel/configurationmanager.h>
@@ -245,10 +246,7 @@ bool SettingBase::isOverridden(SettingsType layer) const
 // The effective value, as far as a layer holds one. It may be invalid.
 std::optional<QVariant> SettingBase::stored() const
 {
-    // A default that no layer holds says that none holds the setting.
-    static const QVariant none = QVariant::fromValue(nullptr);
-    QVariant value = m_notifier->settings()->value(m_group, m_key, none);
-    return value.metaType() == none.metaType() ? std::nullopt : std::optional(std::move(value));
+    return heldValue(*m_notifier->settings(), m_group, m_key);
 }
 
 void SettingBase::store(const QVariant &value, SettingsType layer) const

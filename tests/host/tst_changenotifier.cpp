@@ -29,8 +29,7 @@ namespace {
 QString describe(const Change &change)
 {
     return u"%1/%2 = %3 from %4"_s.arg(change.group, change.key, tests::describe(change.value),
-                                       change.origin ? QLatin1StringView(keyOf(*change.origin))
-                                                     : "none"_L1);
+                                       change.origin ? nameOf(*change.origin) : u"none"_s);
 }
 
 // A manager with Runtime, Rdm, SystemProperties and CustomConfPersistent, and a notifier. Its
@@ -138,6 +137,7 @@ private Q_SLOTS:
     void functionMayDropSubscriptions();
     void functionMaySubscribe();
     void functionMayDestroyContexts();
+    void aContextMayDieWithoutItsSignal();
     void functionMayChangeSettings();
     void functionMayDestroyTheNotifier();
     void functionMayThrow();
@@ -501,6 +501,23 @@ void tst_ChangeNotifier::functionMayDestroyContexts()
     host.set(5);
     QCOMPARE(host.take(),
              QStringList({u"g/k = int(5) from Runtime"_s, u"got: g/k = int(5) from Runtime"_s}));
+    host.set(6);
+    QCOMPARE(host.take(), QStringList(u"got: g/k = int(6) from Runtime"_s));
+}
+
+// disconnect() ends the connections that announce the end of the object, too.
+void tst_ChangeNotifier::aContextMayDieWithoutItsSignal()
+{
+    Host host;
+    auto context = std::make_unique<QObject>();
+    host.notifier->subscribe(u"g"_s, u"k"_s, context.get(), host.recorder(u"dead"_s));
+    host.notifier->subscribe(u"g"_s, u"k"_s, &host.context, host.recorder());
+    context->disconnect();
+    host.set(5);
+    QCOMPARE(host.take(),
+             QStringList(
+                     {u"dead: g/k = int(5) from Runtime"_s, u"got: g/k = int(5) from Runtime"_s}));
+    context.reset();
     host.set(6);
     QCOMPARE(host.take(), QStringList(u"got: g/k = int(6) from Runtime"_s));
 }

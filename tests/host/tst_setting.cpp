@@ -8,6 +8,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QMetaEnum>
+#include <QtCore/QThread>
 #include <QtTest/QTest>
 
 #include <chrono>
@@ -93,6 +94,7 @@ private Q_SLOTS:
 
     void functionGetsTheType();
     void equalValueOfTheTypeIsNotNotified();
+    void functionGetsAValueThatIsNotYetNotified();
     void copiesAreIndependent();
 
 private:
@@ -293,9 +295,9 @@ void tst_Setting::convertsStrictly_data()
 
 void tst_Setting::convertsStrictly()
 {
-    QFETCH(void *, check);
-    QFETCH(QVariant, stored);
-    QFETCH(QVariant, expected);
+    QFETCH(void *const, check);
+    QFETCH(const QVariant, stored);
+    QFETCH(const QVariant, expected);
     reinterpret_cast<Check>(check)(stored, expected);
 }
 
@@ -340,9 +342,9 @@ void tst_Setting::writtenValueComesBack_data()
 
 void tst_Setting::writtenValueComesBack()
 {
-    QFETCH(void *, trip);
-    QFETCH(QVariant, value);
-    QFETCH(QByteArray, line);
+    QFETCH(void *const, trip);
+    QFETCH(const QVariant, value);
+    QFETCH(const QByteArray, line);
     reinterpret_cast<Trip>(trip)(value, line);
 }
 
@@ -523,6 +525,31 @@ void tst_Setting::equalValueOfTheTypeIsNotNotified()
     host.manager.setValue(u"g"_s, u"other"_s, 0, SettingsType::Runtime);
     host.manager.setValue(u"g"_s, u"other"_s, u"0"_s, SettingsType::Runtime);
     QCOMPARE(got, QList<int>({6, 7, 0}));
+}
+
+// The other thread delivers a removal when the next value is written, but not yet notified.
+void tst_Setting::functionGetsAValueThatIsNotYetNotified()
+{
+    Host host;
+    host.set(3);
+    QThread thread;
+    QObject context;
+    context.moveToThread(&thread);
+    int got = 0;
+    host.setting(20).onChanged(&context, [&got](int value) { got = value; });
+    host.manager.removeValue(u"g"_s, u"k"_s, SettingsType::Runtime);
+    // This handler is before the notifier.
+    host.handler.reaction = [&](SettingsType, const QString &, const QString &, const QVariant &) {
+        thread.start();
+        QMetaObject::invokeMethod(
+                &context, [] {}, Qt::BlockingQueuedConnection);
+    };
+    host.set(5);
+    QMetaObject::invokeMethod(
+            &context, [&thread] { thread.quit(); }, Qt::QueuedConnection);
+    QVERIFY(thread.wait());
+    QCOMPARE(got, 5);
+    QCOMPARE(takeWarnings(), QStringList());
 }
 
 void tst_Setting::copiesAreIndependent()

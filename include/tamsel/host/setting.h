@@ -278,8 +278,10 @@ public:
         return subscribe(context,
                          [setting = *this, function = std::move(function),
                           last = std::optional<T>()](const Change &change) mutable {
-                             T value = setting.converted(change.origin ? std::optional(change.value)
-                                                                       : std::nullopt);
+                             // The origin may be that of an earlier change.
+                             const bool isHeld = change.origin || change.value.isValid();
+                             T value = setting.converted(isHeld ? std::optional(change.value)
+                                                                : std::nullopt);
                              if (last == value)
                                  return;
                              last = value;
