@@ -57,12 +57,12 @@ void SettingsCatalogue::onValueChanged(SettingsType type, const QString &group, 
                                                     group, key, value};
     const QMutexLocker locker(&d->mutex);
     ++d->changeCounts[{group, key}];
-    const quint64 index = d->changeCount++;
     if (d->ring.size() < d->changesKept)
         d->ring.push_back(std::move(change));
     else if (d->changesKept > 0)
         // What was here before is destroyed with `change`, when the lock is free.
-        std::swap(d->ring[static_cast<std::size_t>(index % d->changesKept)], change);
+        std::swap(d->ring[static_cast<std::size_t>(d->changeCount % d->changesKept)], change);
+    ++d->changeCount; // only counted once it is in the ring: that may run out of memory
 }
 
 void SettingsCatalogue::remember(const QString &group, const QString &key)
@@ -80,7 +80,9 @@ QList<std::pair<QString, QString>> SettingsCatalogue::keys() const
         std::transform(d->changeCounts.cbegin(), d->changeCounts.cend(), result.begin(),
                        [](const auto &entry) { return entry.first; });
     }
-    std::sort(result.begin(), result.end());
+    // Intentional: std::sort() takes 1800 bytes more on MIPS32.
+    std::make_heap(result.begin(), result.end());
+    std::sort_heap(result.begin(), result.end());
     return {result.cbegin(), result.cend()};
 }
 

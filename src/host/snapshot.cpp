@@ -12,6 +12,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
+#include <QtCore/QFileDevice>
 #include <QtCore/QIODevice>
 #include <QtCore/QSysInfo>
 #include <QtCore/QThread>
@@ -29,10 +30,10 @@ namespace tamsel::host {
 
 namespace {
 
-constexpr int schema = 1; // rises when a reader of the last one would read something wrong
+constexpr int schema = 1; // raised when older readers would misread the file
 
-// How often a setting is looked up while others change it. A lookup that is disturbed is rare, as
-// it takes microseconds; the last ones give way to who disturbs it.
+// How often a setting is looked up while other threads change it. A lookup takes microseconds, so few
+// are disturbed. After the first attempts the thread yields.
 constexpr int mostAttempts = 100;
 constexpr int attemptsAtOnce = 10;
 
@@ -103,6 +104,13 @@ bool put(QIODevice *device, const QString &text)
     return device->write(bytes) == bytes.size();
 }
 
+// A file reports a full disk only when its buffer is written.
+bool flush(QIODevice *device)
+{
+    auto *file = qobject_cast<QFileDevice *>(device);
+    return !file || file->flush();
+}
+
 bool isFileLayer(SettingsType type)
 {
     return type == SettingsType::CustomConfPersistent || type == SettingsType::SelviDb
@@ -145,10 +153,9 @@ ShownValue SnapshotPrivate::shown(const QString &group, const QString &key,
     return result;
 }
 
-// The value and its origin are two questions, between which other threads make changes. So each is
-// asked twice, and the catalogue is asked whether there was a change: a single change that comes
-// between shows in one of them, and so do two, unless they undo each other before either of their
-// threads could notify.
+// Value and origin are two lookups, between which other threads may make changes. So each is made
+// twice, and the catalogue's count of changes is compared. That shows every change in between, unless
+// two undo each other before either of their threads has notified.
 void SnapshotPrivate::addSetting(const ConfigurationManager &manager,
                                  const SettingsCatalogue &catalogue, const QString &group,
                                  const QString &key)
@@ -216,7 +223,7 @@ QString SnapshotPrivate::head() const
             .unfinished();
 }
 
-// A file layer that failed and holds nothing cannot be told from one that is not there.
+// A file layer that failed and holds nothing cannot be distinguished from a missing one.
 QString SnapshotPrivate::layerLine(std::size_t rank) const
 {
     const SettingsType type = storagePriority[static_cast<qsizetype>(rank)];
@@ -321,7 +328,7 @@ bool Snapshot::write(QIODevice *device) const
     return put(device, d->head()) && d->putAll(device, "layers"_L1, layerCount, &Private::layerLine)
             && d->putAll(device, "settings"_L1, d->settings.size(), &Private::settingLine)
             && d->putAll(device, "changes"_L1, d->changes.size(), &Private::changeLine)
-            && put(device, u",\n\"warnings\":[]}\n"_s);
+            && put(device, u",\n\"warnings\":[]}\n"_s) && flush(device);
 }
 
 } // namespace tamsel::host

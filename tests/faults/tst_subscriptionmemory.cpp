@@ -7,6 +7,7 @@
 
 #include <tamsel/configurationmanager.h>
 #include <tamsel/host/changenotifier.h>
+#include <tamsel/host/settingscatalogue.h>
 #include <tamsel/testing/recordinglogger.h>
 
 #include <QtCore/QMetaObject>
@@ -41,6 +42,7 @@ struct Host
 
     testing::RecordingLogger logger;
     ConfigurationManager settings{&logger};
+    host::SettingsCatalogue catalogue{&settings, 2};
     host::ChangeNotifier notifier{&settings};
 };
 
@@ -60,6 +62,7 @@ private Q_SLOTS:
     void aChangeAfterAFailureIsDeliveredOnAnotherThread();
     void aContextMayDieWithoutMemory();
     void aFailedSubscriptionLeavesTheOthers();
+    void theLastChangesAreRightAfterAFailure();
 };
 
 void tst_SubscriptionMemory::aChangeAfterAFailureIsDeliveredOnAnotherThread()
@@ -128,6 +131,30 @@ void tst_SubscriptionMemory::aFailedSubscriptionLeavesTheOthers()
         QCOMPARE(calls, isSubscribed ? 2 : 1);
         if (isSubscribed)
             break;
+    }
+    QVERIFY2(failures > 3 && failures < mostAllocations, qPrintable(QString::number(failures)));
+}
+
+void tst_SubscriptionMemory::theLastChangesAreRightAfterAFailure()
+{
+    int failures = 0;
+    for (int number = 1; number <= mostAllocations; ++number) {
+        Host host;
+        {
+            const AllocationFault fault(number, AllocationFault::OnlyOne);
+            if (host.write(1) && fault.failures() == 0)
+                break;
+        }
+        ++failures;
+        for (const int value : {2, 3, 4}) {
+            QVERIFY(host.write(value));
+            const QList<host::SettingChange> changes = host.catalogue.lastChanges();
+            QVERIFY(!changes.isEmpty());
+            QCOMPARE(changes.last().value, QVariant(value));
+            if (changes.size() == 2)
+                QCOMPARE(changes.first().number + 1, changes.last().number);
+        }
+        QCOMPARE(host.catalogue.lastChanges().first().value, QVariant(3));
     }
     QVERIFY2(failures > 3 && failures < mostAllocations, qPrintable(QString::number(failures)));
 }

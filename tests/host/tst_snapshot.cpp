@@ -11,6 +11,7 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
+#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -26,7 +27,7 @@ using tamsel::SettingsType;
 using tamsel::host::Redaction;
 using tamsel::host::SettingsCatalogue;
 using tamsel::host::Snapshot;
-using tamsel::tests::keyOf;
+using tamsel::tests::nameOf;
 using tamsel::tests::runTogether;
 using tamsel::tests::TestHost;
 
@@ -55,11 +56,6 @@ QJsonArray settingsOf(const TestHost &host, const SettingsCatalogue &catalogue,
 {
     return parsed(written(Snapshot::take(host.manager, catalogue, redaction)))[u"settings"]
             .toArray();
-}
-
-QString layerName(SettingsType type)
-{
-    return QLatin1StringView(keyOf(type));
 }
 
 // A device that is full after so many bytes.
@@ -137,11 +133,11 @@ void tst_Snapshot::itShowsWhatEachLayerHolds()
     TestHost host;
     const SettingsCatalogue catalogue(&host.manager);
     for (const SettingsType type : tamsel::storagePriority) {
-        QVariantMap entries{{u"all"_s, layerName(type)}};
+        QVariantMap entries{{u"all"_s, nameOf(type)}};
         for (const SettingsType other : tamsel::storagePriority) {
             const bool isFirst = type < other;
-            entries.insert(layerName(isFirst ? type : other) + layerName(isFirst ? other : type),
-                           layerName(type));
+            entries.insert(nameOf(isFirst ? type : other) + nameOf(isFirst ? other : type),
+                           nameOf(type));
         }
         host.init(type, entries);
         if (tamsel::tests::memoryLayers.contains(type)) {
@@ -157,7 +153,7 @@ void tst_Snapshot::itShowsWhatEachLayerHolds()
         QStringList holding;
         for (const SettingsType type : tamsel::storagePriority) {
             if (host.manager.contains(group, key, type))
-                holding.append(layerName(type));
+                holding.append(nameOf(type));
         }
         QStringList shown{setting[u"origin"].toString()};
         const QJsonArray overridden = setting[u"overridden"].toArray();
@@ -411,6 +407,11 @@ void tst_Snapshot::aDeviceThatIsFullIsReported()
     QVERIFY(!snapshot.write(&last));
     FullDevice device(size);
     QVERIFY(snapshot.write(&device));
+
+    // A file has a buffer.
+    QFile full(u"/dev/full"_s);
+    QVERIFY(full.open(QIODevice::WriteOnly));
+    QVERIFY(!snapshot.write(&full));
 }
 
 void tst_Snapshot::aChangeInBetweenIsLookedUpAgain_data()
@@ -539,7 +540,7 @@ void tst_Snapshot::withFourWritersEveryValueIsThatOfItsOrigin()
                     = thread % 2 == 0 ? SettingsType::Runtime : SettingsType::SystemProperties;
             for (int i = 0; !isDone; ++i) {
                 const QString key = QString::number(i % 3);
-                host.manager.setValue(u"g"_s, key, u"%1 %2"_s.arg(layerName(type)).arg(i), type);
+                host.manager.setValue(u"g"_s, key, u"%1 %2"_s.arg(nameOf(type)).arg(i), type);
                 if (i % 5 != 0)
                     host.manager.removeValue(u"g"_s, key, type);
             }
