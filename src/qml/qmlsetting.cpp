@@ -105,6 +105,7 @@ void QmlSetting::attach()
 {
     if (!m_complete)
         return;
+    const std::shared_ptr<Dispatcher> kept = m_dispatcher; // if this is its only object, it stays
     detach();
     m_refused = false;
     if (!m_key.value().isEmpty()) {
@@ -212,12 +213,12 @@ void QmlSetting::setValue(const QVariant &value)
     const QPointer<QmlSetting> alive = this;
     const std::shared_ptr<Dispatcher> dispatcher = m_dispatcher;
     settings->setValue(group, key, wanted, layer);
-    // Not every write is notified: a covered one is not.
+    // Not every write is notified: an overridden one is not.
     dispatcher->wrote(group, key);
     if (!alive)
         return;
 
-    // The core says nothing, so the setting is read back. What a covered layer holds cannot be read.
+    // The core says nothing, so the setting is read back. What an overridden layer holds cannot be read.
     const bool isHeld = settings->contains(group, key, layer);
     const bool isOrigin = host::originOf(*settings, group, key) == layer;
     const QVariant after = settings->value(group, key);

@@ -39,6 +39,13 @@ QVariantList overriddenLayers(const ConfigurationManager &settings, SettingsType
     return layers;
 }
 
+bool isEmpty(const QVariant &value)
+{
+    const bool isText
+            = value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QByteArray;
+    return value.isNull() || (isText && value.toByteArray().isEmpty());
+}
+
 } // namespace
 
 QmlSettingsModel::QmlSettingsModel(QObject *parent)
@@ -117,7 +124,8 @@ void QmlSettingsModel::showFiltered()
         if (begin == end)
             continue;
         beginInsertRows({}, static_cast<int>(begin), static_cast<int>(end - 1));
-        m_rows = m_rows.mid(0, begin) + wanted.mid(begin, end - begin) + m_rows.mid(begin);
+        m_rows.insert(begin, end - begin, Key());
+        std::copy(wanted.cbegin() + begin, wanted.cbegin() + end, m_rows.begin() + begin);
         endInsertRows();
         begin = end;
     }
@@ -180,8 +188,12 @@ QVariant QmlSettingsModel::data(const QModelIndex &index, int role) const
     if (!settings)
         return {};
     switch (role) {
-    case ValueRole:
-        return m_redaction.redacted(group, key, settings->value(group, key));
+    case ValueRole: {
+        const QVariant value = settings->value(group, key);
+        if (isEmpty(value) && m_redaction.matches(group, key))
+            return u"(redacted, empty)"_s; // as tamsel-inspect has it
+        return m_redaction.redacted(group, key, value);
+    }
     case TypeRole:
         return QString::fromLatin1(settings->value(group, key).typeName());
     case OriginRole: {

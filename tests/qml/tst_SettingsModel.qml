@@ -109,8 +109,10 @@ TestCase {
 
     function test_secretsAreRedacted() {
         Box.write(Tamsel.Runtime, "parental", "pin", "4711")
+        Box.write(Tamsel.Runtime, "vpn", "secret", "")
         Box.write(Tamsel.Runtime, "wifi", "password", "hunter2")
         compare(rows(modelOf()), ["parental/pin (redacted) QString " + Tamsel.Runtime + " ",
+                                  "vpn/secret (redacted, empty) QString " + Tamsel.Runtime + " ",
                                   "wifi/password (redacted) QString " + Tamsel.Runtime + " "])
     }
 

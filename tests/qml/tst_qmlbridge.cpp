@@ -90,6 +90,7 @@ private Q_SLOTS:
     void comesToLifeIfPublishedBeforeItIsComplete();
     void usesTheLentNotifier();
     void makesAndDestroysItsOwnNotifier();
+    void keepsItsOwnNotifierForAnotherKey();
     void aManagerThatIsWithdrawnIsLeftAlone_data();
     void aManagerThatIsWithdrawnIsLeftAlone();
     void aDeadNotifierIsNoticed();
@@ -159,6 +160,22 @@ void tst_QmlBridge::usesTheLentNotifier()
     QCOMPARE(seen, 7);
 }
 
+// Making another one would change the list of handlers while other threads may write.
+void tst_QmlBridge::keepsItsOwnNotifierForAnotherKey()
+{
+    Published published;
+    published.host.manager.removeConfigurationHandler(&published.host.handler);
+    const auto engine = makeEngine();
+    const auto setting = create(engine.get());
+    // Called after the notifier that the object has made.
+    published.host.manager.appendConfigurationHandler(&published.host.handler);
+    setting->setProperty("key", u"balance"_s);
+    QVariant seen;
+    published.host.handler.reaction = [&](auto &&...) { seen = setting->property("value"); };
+    published.host.manager.setValue(u"player"_s, u"balance"_s, 7, SettingsType::Runtime);
+    QCOMPARE(seen, 7);
+}
+
 void tst_QmlBridge::makesAndDestroysItsOwnNotifier()
 {
     Published published;
@@ -221,7 +238,7 @@ void tst_QmlBridge::aDeadNotifierIsNoticed()
     notifier.reset();
     ConfigurationManager *dead = &published->host.manager;
     published.reset();
-    tamsel::setQmlConfigManager(dead); // the host forgot to withdraw it
+    tamsel::setQmlConfigManager(dead); // the host forgot to reset it
 
     QTest::ignoreMessage(QtWarningMsg, gone);
     QTest::ignoreMessage(QtWarningMsg, refused);
@@ -451,5 +468,4 @@ void tst_QmlBridge::aModelMayDieInTheSignalOfAnother()
 }
 
 QTEST_GUILESS_MAIN(tst_QmlBridge)
-
 #include "tst_qmlbridge.moc"

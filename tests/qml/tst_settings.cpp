@@ -27,5 +27,4 @@ private:
 };
 
 QUICK_TEST_MAIN_WITH_SETUP(tst_settings, Setup)
-
 #include "tst_settings.moc"

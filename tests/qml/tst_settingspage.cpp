@@ -185,5 +185,4 @@ void tst_SettingsPage::theGuideShowsWhatWorks()
 }
 
 QTEST_MAIN(tst_SettingsPage)
-
 #include "tst_settingspage.moc"
