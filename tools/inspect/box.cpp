@@ -154,7 +154,7 @@ void Box::addFileLayer(tamsel::ConfigurationManager &settings, SettingsType laye
 }
 
 // Looks at the names in the file itself: the layer lists an entry by the first and the last part of
-// its name, and reads it by what stands in front of the first "/" and behind it.
+// its name, and reads it by the texts before and after the first "/".
 void Box::listEntries(SettingsType layer, const IniFile &file)
 {
     auto next = m_names.cbegin(); // entries are in order, so most are right behind the one before

@@ -24,8 +24,8 @@
 #include <utility>
 #include <vector>
 
-// What the host would bring along: the maps of the layers without a file. They are read once, as
-// some files can be read only once.
+// The maps of the layers without a file, which a host would create. Read once: a pipe cannot be read
+// again.
 class HostValues
 {
 public:
@@ -33,7 +33,7 @@ public:
     explicit HostValues(const Options &options);
 
     QVariantMap mapOf(tamsel::SettingsType layer) const;
-    // Where the value stands; empty for --set.
+    // The file that holds the value; empty for --set.
     QString fileOf(tamsel::SettingsType layer, const SettingName &name) const;
 
 private:
@@ -42,9 +42,9 @@ private:
     QHash<tamsel::SettingsType, QString> m_files;
 };
 
-// The settings of a box, from its files and from what its processes would bring along.
+// The settings of a box, from its files and from the maps that its host would create.
 //
-// The manager gives no value that is overridden. So each layer is asked in a manager of its own.
+// A manager returns no overridden value, so each layer is read through a manager of its own.
 class Box final : public Source
 {
 public:

@@ -54,7 +54,7 @@ Table narrowTable(const Table &table)
     return result;
 }
 
-// The origin stands below its row as well.
+// The origin, too, is a note below its row.
 Table narrowestTable(const Table &table)
 {
     Table result = narrowTable(table);

@@ -61,7 +61,7 @@ Changes changesBetween(const Source &before, const Source &after, const Options 
     return result;
 }
 
-// How one side of a change looks: what differs must look different, if only by a type deep inside.
+// One side of a change, as it is shown: different values look different, if only by a nested type.
 struct Side
 {
     QString value;

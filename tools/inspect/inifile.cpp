@@ -13,6 +13,7 @@
 #include <QtCore/QVariant>
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -32,9 +33,15 @@ constexpr int deepestNesting = 500;
 // A level takes at least this many bytes of the file: the type of a value inside of a value.
 constexpr qsizetype bytesPerLevel = 4;
 
+// What is nested begins with "@Variant(", of which each character may be an escape.
+bool mayBeNested(QByteArrayView line)
+{
+    return line.contains('@') || line.contains('\\');
+}
+
 // Twice what Qt 6.4 to 6.11 need to read a level, divided by its bytes.
-constexpr std::size_t stackPerByte = 32 * sizeof(void *);
-constexpr std::size_t leastStack = 1 << 20;
+constexpr quint64 stackPerByte = 32 * sizeof(void *);
+constexpr quint64 leastStack = 1 << 20;
 
 QByteArray contentsOf(const QString &fileName)
 {
@@ -193,8 +200,9 @@ void loadOnOwnStack(Loading *loading, qsizetype longest)
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_t thread{};
-    const std::size_t stack = leastStack + stackPerByte * static_cast<std::size_t>(longest);
-    const bool started = pthread_attr_setstacksize(&attributes, (stack | 0xffff) + 1) == 0
+    const quint64 stack = leastStack + stackPerByte * quint64(longest);
+    const bool started = stack < std::numeric_limits<std::size_t>::max() / 2
+            && pthread_attr_setstacksize(&attributes, (std::size_t(stack) | 0xffff) + 1) == 0
             && pthread_create(&thread, &attributes, load, loading) == 0;
     pthread_attr_destroy(&attributes);
     if (!started)
@@ -235,7 +243,7 @@ IniFile::IniFile(const QString &fileName) : m_fileName(fileName)
         m_warnings.append(u"%1: QSettings reports it as damaged"_s.arg(fileName));
 }
 
-// Returns the size of the longest line.
+// Returns the size of the longest line that may hold nested values.
 qsizetype IniFile::checkLines(const QByteArray &contents)
 {
     qsizetype longest = 0;
@@ -254,7 +262,8 @@ qsizetype IniFile::checkLines(const QByteArray &contents)
                           "damaged"_s.arg(m_fileName));
     while (reader.readLine()) {
         QByteArrayView line = reader.line();
-        longest = std::max(longest, line.size());
+        if (line.size() > longest && mayBeNested(line))
+            longest = line.size();
         if (marked && line.data() == contents.constData())
             line = line.sliced(3).trimmed();
         if (line.startsWith('[')) {

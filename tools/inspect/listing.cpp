@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr auto usualType = "QString"_L1; // of what stands in a file; it goes without saying
+constexpr auto usualType = "QString"_L1; // of the values in a file; not shown
 
 // "RavonaConfDefault 'ru'"; with the name of its entry where no reader of the setting gets it.
 QString layerValueText(const LayerValue &layerValue)
@@ -45,8 +45,8 @@ Row rowOf(const Setting &setting)
              overridden}};
 }
 
-// What is overridden and an unusual type stand below their row, what is the same in every row stands
-// below the table.
+// Overridden values and unusual types are notes below their row; what is the same in every row is the
+// remark below the table.
 Table narrowListing(const Table &table)
 {
     Table result = table;

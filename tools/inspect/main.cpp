@@ -35,7 +35,7 @@ namespace {
 constexpr int exitFound = 0;
 constexpr int exitNotFound = 1;
 constexpr int exitDifferent = 1;
-constexpr int exitTrouble = 2;
+constexpr int exitError = 2;
 
 void complain(const QString &text)
 {
@@ -101,7 +101,7 @@ void checkFiles(const QList<const Source *> &sources, Outcome *outcome)
     for (const Source *source : sources) {
         const QStringList warnings = source->warnings();
         for (const QString &warning : warnings)
-            outcome->add(exitTrouble, "warning: "_L1 + warning);
+            outcome->add(exitError, "warning: "_L1 + warning);
     }
 }
 
@@ -207,6 +207,6 @@ int main(int argc, char **argv)
         return run(parseOptions(QCoreApplication::arguments()), ascii);
     } catch (const UserError &error) {
         complain(error.text());
-        return exitTrouble;
+        return exitError;
     }
 }

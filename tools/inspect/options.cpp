@@ -12,13 +12,14 @@
 #include <QtCore/QMetaEnum>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using tamsel::SettingsType;
 
 namespace {
 
-// The group is what stands in front of the first "/".
+// The group is the text before the first "/".
 std::optional<SettingName> nameOf(const QString &text)
 {
     const qsizetype slash = text.indexOf(u'/');
@@ -37,7 +38,7 @@ SettingsType layerOf(const QString &name, const QString &option)
     return static_cast<SettingsType>(number);
 }
 
-// What may be said of an argument of --set that is wrong: it may hold a secret, in whatever place.
+// What may be shown of a wrong argument of --set: any part of it may hold a secret.
 QString shownAssignment(const QString &text, const tamsel::host::Redaction &redaction)
 {
     const qsizetype equals = text.indexOf(u'=');
@@ -109,7 +110,8 @@ tamsel::host::Redaction redactionOf(const QCommandLineParser &parser)
 void readOther(const QCommandLineParser &parser, Options &options)
 {
     const QString other = parser.value(u"diff"_s);
-    if (QFileInfo(other).isFile())
+    const QFileInfo info(other);
+    if (other == "-"_L1 || (info.exists() && !info.isDir())) // a pipe, too
         options.otherSnapshot = other;
     else
         options.otherStorage = directoryOf(parser, u"diff"_s);
@@ -152,7 +154,7 @@ void describe(QCommandLineParser &parser)
             u"Shows where the effective value of each setting of a box comes from, and what it "
             "overrides.\n"
             "The files are only read. Exit codes: 0; 1 if something was not found or --diff found\n"
-            "differences; 2 for trouble."_s);
+            "differences; 2 for an error."_s);
     parser.addPositionalArgument(u"PATTERN"_s,
                                  u"Show only settings whose group/key matches, e.g. 'ui/*'."_s,
                                  u"[PATTERN ...]"_s);
@@ -172,7 +174,7 @@ void describe(QCommandLineParser &parser)
             {u"explain"_s, u"Show every layer for one setting."_s, u"group/key"_s},
             {u"diff"_s,
              u"Show the effective values that this storage directory, or this snapshot, would "
-             "change."_s,
+             "change; - is standard input."_s,
              u"DIR/|FILE"_s},
             {u"diff-assets"_s,
              u"Show the effective values that this assets directory would change."_s, u"DIR/"_s},
@@ -186,14 +188,14 @@ void describe(QCommandLineParser &parser)
              "*secret* and *pin*; '' redacts nothing."_s,
              u"PATTERN"_s},
             {u"json"_s, u"Print JSON."_s},
-            {u"wide"_s, u"Print tables on a terminal as wide as they are."_s},
-            {u"no-color"_s, u"Print without colours on a terminal too."_s},
+            {u"wide"_s, u"Do not fit tables to the width of the terminal."_s},
+            {u"no-color"_s, u"Never use colours."_s},
     });
     parser.addHelpOption();
     parser.addVersionOption();
 }
 
-// Only one of two would count.
+// Otherwise only one of the two would take effect.
 void checkRepetitions(const QCommandLineParser &parser)
 {
     for (const QString &option :
@@ -201,6 +203,19 @@ void checkRepetitions(const QCommandLineParser &parser)
           u"explain"_s, u"diff"_s, u"diff-assets"_s, u"snapshot"_s}) {
         if (parser.values(option).size() > 1)
             throw UserError(u"--%1 is given twice"_s.arg(option));
+    }
+}
+
+// Standard input can be read only once.
+void checkStandardInput(const QList<std::pair<QString, QString>> &filesOfOptions)
+{
+    QString first;
+    for (const auto &[option, file] : filesOfOptions) {
+        if (file != "-"_L1)
+            continue;
+        if (!first.isEmpty())
+            throw UserError(u"--%1 and --%2 cannot both be standard input"_s.arg(first, option));
+        first = option;
     }
 }
 
@@ -263,8 +278,10 @@ Options parseOptions(const QStringList &arguments)
         result.assets = directoryOf(parser, u"assets"_s, "TAMSEL_ASSETS");
     result.rdmFile = fileOf(parser, u"rdm"_s);
     result.featureKeysFile = fileOf(parser, u"feature-keys"_s);
-    if (result.rdmFile == "-"_L1 && result.featureKeysFile == "-"_L1)
-        throw UserError(u"--rdm and --feature-keys cannot both be standard input"_s);
+    checkStandardInput({{u"snapshot"_s, result.snapshot},
+                        {u"diff"_s, result.otherSnapshot},
+                        {u"rdm"_s, result.rdmFile},
+                        {u"feature-keys"_s, result.featureKeysFile}});
     const QStringList assignments = parser.values(u"set"_s);
     for (const QString &text : assignments)
         result.assignments.append(assignmentOf(text, result.redaction));

@@ -17,6 +17,11 @@ bool isList(const QVariant &value)
     return value.typeId() == QMetaType::QStringList || value.typeId() == QMetaType::QVariantList;
 }
 
+bool isNothing(const QVariant &value)
+{
+    return !value.isValid() || (isList(value) && value.toList().isEmpty());
+}
+
 } // namespace
 
 Value::Value(const QVariant &value, bool isSecret, const QVariant &shown)
@@ -76,6 +81,9 @@ bool Value::isSameAs(const Value &other) const
         // As shown: a snapshot has no secrets inside of maps either. A file holds texts.
         const QVariant &mine = value();
         const QVariant &others = other.value();
+        // In a file, an empty list is an invalid value.
+        if (isFromSnapshot() != other.isFromSnapshot() && isNothing(mine) && isNothing(others))
+            return true;
         if (isList(mine) && isList(others))
             return mine.toStringList() == others.toStringList();
         return mine == others || jsonOf(mine) == jsonOf(others)

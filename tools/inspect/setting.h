@@ -27,7 +27,7 @@ struct SettingName
     QString text() const { return group + u'/' + key; }
 };
 
-// A value of which only that is given away what may be shown.
+// A value, shown as far as redaction allows.
 class Value
 {
 public:
@@ -37,9 +37,9 @@ public:
     Value() = default;
     // One from a file or the command line.
     Value(const QVariant &value, bool isSecret, const QVariant &shown);
-    // One from a snapshot, as that shows it.
+    // One from a snapshot, as it is shown there.
     explicit Value(const tamsel::host::ShownValue &shown);
-    // That of a layer of a process whose value is not known.
+    // Of a layer that a snapshot only names.
     static Value unknown();
 
     bool isKnown() const { return m_isKnown; }
@@ -69,12 +69,12 @@ struct LayerValue
 {
     tamsel::SettingsType layer;
     Value value;
-    QString file; // empty for what --set brought
-    // The name in the file of an entry that the layer lists as this setting although no reader of
-    // the setting gets it; empty for all others.
+    QString file; // empty for --set
+    // The full key of an entry that the layer lists as this setting but reads under another name;
+    // empty for all others.
     QString entry;
 
-    // Whether no name reads the entry: QSettings skips empty parts of what it is asked for.
+    // Whether the entry cannot be read by any name: QSettings skips empty parts of a full key.
     bool isLost() const;
 };
 

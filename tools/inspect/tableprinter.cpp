@@ -19,13 +19,13 @@ namespace {
 
 using Widths = QList<qsizetype>;
 
-constexpr qsizetype usualWidth = 80; // of a terminal that does not tell
+constexpr qsizetype usualWidth = 80; // of a terminal whose size is unknown
 constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 constexpr qsizetype longestPadding = 60; // one long value shall not make every line long
 constexpr qsizetype roomForValues = 30;
 constexpr qsizetype indent = 4; // of a note
 constexpr qsizetype narrow = 8; // of a column, where others can still give way
-constexpr qsizetype narrowest = 3; // a column below that tells nothing
+constexpr qsizetype narrowest = 3; // a narrower column says nothing
 
 bool isDumb()
 {
@@ -115,7 +115,7 @@ TablePrinter::TablePrinter(Options options)
       m_width(options.testFlag(Wide) ? unlimited : terminalWidth())
 {
     if (!m_file.open(STDOUT_FILENO, QIODevice::WriteOnly))
-        throw UserError(u"cannot write to standard output: %1"_s.arg(m_file.errorString()));
+        throw lostOutput();
 }
 
 void TablePrinter::printText(const QString &text)
@@ -126,7 +126,9 @@ void TablePrinter::printText(const QString &text)
 void TablePrinter::printBytes(const QByteArray &bytes)
 {
     m_out.flush();
-    m_file.write(bytes);
+    // Many bytes are not buffered, so an error is seen here or not at all.
+    if (m_file.write(bytes) != bytes.size())
+        throw lostOutput();
 }
 
 void TablePrinter::printLine(const QString &text, Style style)
@@ -243,7 +245,12 @@ void TablePrinter::finish()
 {
     m_out.flush();
     if (!m_file.flush() || m_out.status() != QTextStream::Ok)
-        throw UserError(u"cannot write to standard output: %1"_s.arg(m_file.errorString()));
+        throw lostOutput();
+}
+
+UserError TablePrinter::lostOutput() const
+{
+    return UserError(u"cannot write to standard output: %1"_s.arg(m_file.errorString()));
 }
 
 QString TablePrinter::painted(const QString &text, Style style) const

@@ -4,6 +4,8 @@
 #ifndef TABLEPRINTER_H
 #define TABLEPRINTER_H
 
+#include "usererror.h"
+
 #include <QtCore/QFile>
 #include <QtCore/QList>
 #include <QtCore/QString>
@@ -20,21 +22,21 @@ struct Row
     QString note = {}; // a line of its own below, if not empty
 };
 
-constexpr QLatin1StringView emptyCell("-"); // what stands where there is nothing
+constexpr QLatin1StringView emptyCell("-"); // of a cell without a text
 
 // The first row is the heading; all have as many cells as it has.
 struct Table
 {
     QList<Row> rows;
-    qsizetype valueColumn = 0; // the one that gives way last
+    qsizetype valueColumn = 0; // the last to be narrowed
     QString remark = {}; // a line below the table, if not empty
 
-    // Takes out those of the columns that say the same in every row, and says it in the remark.
+    // Moves columns that have the same text in every row into the remark.
     void leaveOutRepetitions(const QStringList &headings);
 };
 
-// Standard output. A terminal gets frames, colours and tables that fit into its width, all else
-// plain lines. Nothing is ever cut off.
+// Standard output. On a terminal, tables are framed, coloured and fitted to its width; elsewhere they
+// are plain lines. Nothing is cut off.
 class TablePrinter
 {
 public:
@@ -63,6 +65,7 @@ public:
 private:
     Q_DISABLE_COPY_MOVE(TablePrinter)
 
+    UserError lostOutput() const;
     void printColumns(const Table &table);
     void printFramed(const Table &table);
     void printFramedRow(const Row &row, const QList<qsizetype> &widths);

@@ -8,7 +8,7 @@
 
 #include <utility>
 
-// What keeps the tool from telling the truth. Thrown where it is met, told by main().
+// What keeps the tool from showing the truth; main() prints it.
 class UserError
 {
 public:
