@@ -16,7 +16,7 @@ Card {
     readonly property bool isRange: options.length === 0
     // A layer above the user's decides.
     readonly property bool isLocked: Theme.isAbove(setting.origin, setting.layer)
-    // The user's layer holds a value, be it hidden.
+    // The user's layer holds a value, overridden or not.
     readonly property bool isOwn: setting.origin === setting.layer || setting.overridden
     readonly property string valueText: isRange ? setting.value + " %" : labelOf(setting.value)
 
@@ -31,7 +31,9 @@ Card {
         if (isLocked)
             return
         if (isRange) {
-            setting.value = Math.max(0, Math.min(100, setting.value + 5 * direction))
+            const number = Number(setting.value)
+            const start = isNaN(number) ? setting.defaultValue : number // a file may hold any text
+            setting.value = Math.max(0, Math.min(100, start + 5 * direction))
             return
         }
         const index = options.findIndex(each => each.value === setting.value)

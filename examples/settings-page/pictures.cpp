@@ -71,6 +71,10 @@ int main(int argc, char **argv)
     const QString folder = asPrefix(arguments.at(1));
 
     const QTemporaryDir storage;
+    if (!storage.isValid()) {
+        std::fprintf(stderr, "no temporary directory: %s\n", qPrintable(storage.errorString()));
+        return 1;
+    }
     const QVariantMap commandLine{{u"Service"_s, QVariantMap{{u"audio"_s, u"fr"_s}}}};
     SettingsBox box(asPrefix(storage.path()), QStringLiteral(SETTOP_ASSETS_DIR) + u'/',
                     commandLine);

@@ -47,6 +47,8 @@ public:
     /*! \brief A box with these \a layers and an empty journal. */
     explicit Box(Layers layers = Layers::All)
     {
+        if (!folder.isValid())
+            qFatal("no temporary directory: %s", qPrintable(folder.errorString()));
         moveTo(QStringLiteral("first"));
         manager.appendConfigurationHandler(&handler);
         if (layers == Layers::All)
