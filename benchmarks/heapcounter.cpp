@@ -4,7 +4,7 @@
 #include "heapcounter.h"
 
 #define TAMSEL_ALLOCATIONS_ONLY // the instructions are counted too
-#include <replaceallocator.h>
+#include "replaceallocator.h"
 
 namespace tamsel {
 

@@ -33,10 +33,10 @@ public:
     void onValueChanged(SettingsType, const QString &group, const QString &key,
                         const QVariant &) override
     {
-        pairs.append({group, key});
+        keys.append({group, key});
     }
 
-    tamsel::KeyList pairs;
+    tamsel::KeyList keys;
 };
 
 void require(bool condition, const char *what)
@@ -64,10 +64,10 @@ void exercise(SettingsType type, const QString &prefix, const QString &fileName,
     writeFile(prefix + fileName, content);
 
     manager.initStorage(type);
-    for (const auto &[group, key] : std::as_const(collector.pairs)) {
+    for (const auto &[group, key] : std::as_const(collector.keys)) {
         const bool held = manager.contains(group, key, type);
         const QVariant value = manager.value(group, key, u"default"_s);
-        require(held || value == u"default"_s, "a pair that is not held reads as the default");
+        require(held || value == u"default"_s, "a setting that is not held reads as the default");
     }
 
     const bool available = manager.storageAvailable(type);

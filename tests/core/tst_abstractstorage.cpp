@@ -11,7 +11,6 @@
 
 #include <QtTest/QTest>
 
-#include <memory>
 #include <type_traits>
 
 using namespace Qt::StringLiterals;
@@ -34,21 +33,6 @@ public:
     }
     QVariant value(const QString &, const QString &) const override { return u"kept"_s; }
     KeyList keys() const override { return {{u"g"_s, u"k"_s}}; }
-};
-
-// Writes its death into a journal.
-template <typename Base> class Mortal final : public Base
-{
-public:
-    template <typename... Arguments>
-    explicit Mortal(Journal *journal, Arguments... arguments)
-        : Base(arguments...), m_journal(journal)
-    {
-    }
-    ~Mortal() override { m_journal->add(u"derived destructor"_s); }
-
-private:
-    Journal *const m_journal;
 };
 
 static_assert(std::is_same_v<KeyList, QList<std::pair<QString, QString>>>);
@@ -87,8 +71,6 @@ private Q_SLOTS:
     void aWriteIsRefusedWithOneError();
     void aRemovalIsRefusedWithOneError();
     void aRefusalAllocatesNoText();
-
-    void eachIsDeletedThroughItsBase();
 
 private:
     Journal m_journal; // empty between the tests
@@ -191,22 +173,6 @@ void tst_AbstractStorage::aRefusalAllocatesNoText()
     storage.setValue(u"g"_s, u"k"_s, 5);
     storage.remove(u"g"_s, u"k"_s);
     QCOMPARE(capacities, QList<qsizetype>({0, 0})); // 0: constant data
-}
-
-void tst_AbstractStorage::eachIsDeletedThroughItsBase()
-{
-    const QStringList death(u"derived destructor"_s);
-    std::unique_ptr<AbstractStorage> storage
-            = std::make_unique<Mortal<PlainStorage>>(&m_journal, Rdm, nullptr, nullptr);
-    storage.reset();
-    QCOMPARE(m_journal.take(), death);
-    std::unique_ptr<IConfigurationChangeHandler> handler
-            = std::make_unique<Mortal<RecordingHandler>>(&m_journal);
-    handler.reset();
-    QCOMPARE(m_journal.take(), death);
-    std::unique_ptr<ILogger> logger = std::make_unique<Mortal<RecordingLogger>>(&m_journal);
-    logger.reset();
-    QCOMPARE(m_journal.take(), death);
 }
 
 QTEST_GUILESS_MAIN(tst_AbstractStorage)

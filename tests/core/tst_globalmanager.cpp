@@ -120,5 +120,4 @@ void tst_GlobalManager::theLayersAreNamed()
 }
 
 QTEST_GUILESS_MAIN(tst_GlobalManager)
-
 #include "tst_globalmanager.moc"

@@ -260,7 +260,7 @@ void tst_SettingsType::debugOutputNamesTheValue_data()
     QTest::addColumn<SettingsType>("type");
     QTest::addColumn<QString>("text");
     for (const SettingsType type : storagePriority) {
-        const auto key = QLatin1StringView(keyOf(type));
+        const auto key = nameOf(type);
         QTest::newRow(keyOf(type)) << type << u"tamsel::SettingsType::%1"_s.arg(key);
     }
     QTest::newRow("outside, 8") << SettingsType(8) << u"tamsel::SettingsType(8)"_s;

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "failingallocations.h"
-
-#include <replaceallocator.h>
+#include "replaceallocator.h"
 
 #include <algorithm>
 #include <atomic>

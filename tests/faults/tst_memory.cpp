@@ -82,14 +82,14 @@ private:
     std::unique_ptr<int> m_number;
 };
 
-// What a layer is created with: four pairs, two of them named or valued text.
+// What a layer is created with: four settings, two of them named or valued text.
 struct Contents
 {
     explicit Contents(const QString &text)
         : map{{u"g"_s, QVariantMap{{u"k"_s, text}, {text, 1}}},
               {u"g-x"_s, QVariantMap{{u"a"_s, 2}}},
               {u"z"_s, QVariantHash{{u"k"_s, text}}}}, // converted on every read
-          // In a file, g-x/a comes before g/k: the list of pairs is not sorted.
+          // In a file, g-x/a comes before g/k: the list of keys is not sorted.
           file(u"[g]\nk=%1\n%1=1\n\n[g-x]\na=2\n\n[z]\nk=%1\n"_s.arg(text).toUtf8())
     {
     }
@@ -194,7 +194,7 @@ public:
 private:
     static void describe(const AbstractStorage &storage, QStringList *lines)
     {
-        lines->append(QLatin1StringView(keyOf(storage.type())));
+        lines->append(nameOf(storage.type()));
         const KeyList keys = storage.keys();
         for (const auto &[group, key] : keys)
             lines->append(group + u'/' + key + u'=' + storage.value(group, key).toString());
@@ -381,7 +381,7 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
         if (type != Runtime && type != SystemProperties) {
             addRow(name + ": asked for a value", add,
                    [](Host &host) { (void)host.manager->value(u"z"_s, u"k"_s); });
-            addRow(name + ": asked whether it holds a pair", add,
+            addRow(name + ": asked whether it holds a key", add,
                    [type](Host &host) { (void)host.manager->contains(u"z"_s, u"k"_s, type); });
         }
     }
@@ -521,7 +521,7 @@ void tst_Memory::whatNeedsNoMemoryCannotRunOutOfIt_data()
         host.manager->setValue(group, key, held, SelviDb);
         host.manager->removeValue(group, key, SelviDb);
     });
-    QTest::newRow("withdrawing a handler") << Step(
+    QTest::newRow("removing a handler") << Step(
             [](Host &host) { host.manager->removeConfigurationHandler(&host.secondHandler); });
 }
 

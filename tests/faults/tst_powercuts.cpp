@@ -4,10 +4,9 @@
 // What a flush does to the disk, call by call, and what a power cut can leave of it.
 
 #include "faultrun.h"
+#include "program.h"
 #include "recordedcalls.h"
-
-#include <program.h>
-#include <testhost.h>
+#include "testhost.h"
 
 #include <tamsel/configurationmanager.h>
 

@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int maxDepth = 4;
-constexpr int maxNotifications = 500; // by one change; none is answered after that
+constexpr int maxNotifications = 500; // by one change; none has a reaction after that
 
 // A manager whose handlers meddle with it.
 class Play
@@ -32,9 +32,9 @@ class Play
 public:
     explicit Play(quint32 seed);
 
-    // One change from outside and all that comes of it.
+    // One change from outside and its consequences.
     void change();
-    // Whether every pair is answered by the uppermost layer that holds it.
+    // Whether the uppermost layer that holds a key is its origin, for every key.
     bool answersFromTheTop() const;
     int deepest() const { return m_deepest; }
 
@@ -61,7 +61,7 @@ private:
     QString anyKey() { return keys.at(m_random.bounded(keys.size())); }
     QString anyValue(SettingsType type)
     {
-        return QLatin1StringView(keyOf(type)) + u"'s %1"_s.arg(m_random.bounded(3));
+        return nameOf(type) + u"'s %1"_s.arg(m_random.bounded(3));
     }
 
     static inline const QStringList keys{u"a"_s, u"b"_s};
@@ -149,7 +149,7 @@ bool Play::answersFromTheTop() const
         QString owner = u"nobody"_s;
         for (const SettingsType type : storagePriority) {
             if (m_host.manager.contains(u"g"_s, key, type)) {
-                owner = QLatin1StringView(keyOf(type));
+                owner = nameOf(type);
                 break;
             }
         }
@@ -220,7 +220,7 @@ void tst_Reentrancy::handlersOnSeveralThreadsMayComeBack()
     for (const SettingsType type : types) {
         threads.emplace_back([&host, writes, type] {
             for (int number = 0; number < writes; ++number)
-                host.manager.setValue(u"g"_s, QLatin1StringView(keyOf(type)), number, type);
+                host.manager.setValue(u"g"_s, nameOf(type), number, type);
         });
     }
     for (std::thread &thread : threads)

@@ -91,8 +91,7 @@ public:
         const QString key = keys.at(pick(2));
         const QVariantList &all = fileLayers.contains(type) ? fileValues : values;
         const QVariant value = all.at(pick(static_cast<int>(all.size())));
-        const QString text = u"%1 %2/%3 %4"_s.arg(QLatin1StringView(keyOf(type)), group, key,
-                                                  tests::describe(value));
+        const QString text = u"%1 %2/%3 %4"_s.arg(nameOf(type), group, key, tests::describe(value));
         switch (pick(10)) {
         case 0:
             host.manager.initStorage(type, {{group, QVariantMap{{key, value}}}});

@@ -307,7 +307,7 @@ void tst_LogsConfigWrapper::changesAreReadAtOnce()
 void tst_LogsConfigWrapper::aSetterWritesIntoTheNamedLayerOnly()
 {
     QFETCH(const SettingsType, type);
-    const QString name = QLatin1StringView(keyOf(type));
+    const QString name = nameOf(type);
     for (const Setting &setting : settings) {
         for (const QVariant &value : setting.values) {
             TestHost host;

@@ -27,7 +27,7 @@ struct Row
 
 QVariantMap ownName(SettingsType type, const QString &key)
 {
-    return key.isEmpty() ? QVariantMap() : QVariantMap{{key, QLatin1StringView(keyOf(type))}};
+    return key.isEmpty() ? QVariantMap() : QVariantMap{{key, nameOf(type)}};
 }
 
 // The names of those layers that are meant; \a self may be an unknown one.
@@ -36,7 +36,7 @@ QString namesOf(SettingsType self, const std::function<bool(SettingsType)> &isMe
     QStringList names;
     for (const SettingsType type : storagePriority) {
         if (isMeant(type))
-            names.append(QLatin1StringView(keyOf(type)));
+            names.append(nameOf(type));
     }
     if (!storagePriority.contains(self) && isMeant(self))
         names.append(u"unknown"_s);
@@ -124,11 +124,11 @@ Step append(const QString &handler)
     };
 }
 
-Step withdraw(const QString &handler)
+Step remove(const QString &handler)
 {
     return [=](Scene &scene) {
         const bool done = scene.host.manager.removeConfigurationHandler(scene.handler(handler));
-        scene.host.journal.add(u"withdraw %1: %2"_s.arg(handler, QVariant(done).toString()));
+        scene.host.journal.add(u"remove %1: %2"_s.arg(handler, QVariant(done).toString()));
     };
 }
 

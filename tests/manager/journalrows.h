@@ -71,7 +71,7 @@ Step set(SettingsType type, const QString &key, const QVariant &value,
          const QString &group = QStringLiteral("g"));
 Step remove(SettingsType type, const QString &key, const QString &group = QStringLiteral("g"));
 Step append(const QString &handler); // "append handler: true"
-Step withdraw(const QString &handler); // "withdraw handler: true"
+Step remove(const QString &handler); // "remove handler: true"
 // The file of a layer has these contents from now on.
 Step file(SettingsType type, const QByteArray &contents);
 // The files of layers created from now on are other ones.

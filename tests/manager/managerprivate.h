@@ -5,9 +5,8 @@
 #define TAMSEL_TESTS_MANAGERPRIVATE_H
 
 #include "fakestorage.h"
+#include "manager/configurationmanager_p.h"
 #include "testhost.h"
-
-#include <manager/configurationmanager_p.h>
 
 namespace tamsel::tests {
 

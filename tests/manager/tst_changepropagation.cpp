@@ -58,7 +58,7 @@ void tst_ChangePropagation::handlers_data()
     const auto trueOnceEach = uR"(
         append a: true
         append b: true )"_s;
-    calls("none", {withdraw(h), write}, {}, u"withdraw handler: true"_s);
+    calls("none", {remove(h), write}, {}, u"remove handler: true"_s);
     calls("called in the order of appending", {append(b), append(a), write}, {h, b, a}, uR"(
         append b: true
         append a: true )"_s);
@@ -66,22 +66,22 @@ void tst_ChangePropagation::handlers_data()
           uR"(
         append a: true
         append handler: true )"_s);
-    calls("appended twice, gone when removed once", {append(h), withdraw(h), withdraw(h), write},
-          {}, uR"(
+    calls("appended twice, gone when removed once", {append(h), remove(h), remove(h), write}, {},
+          uR"(
         append handler: true
-        withdraw handler: true
-        withdraw handler: false )"_s);
-    calls("one that is not registered cannot be removed", {withdraw(a), write}, {h},
-          u"withdraw a: false"_s);
-    calls("the first removed", {append(a), append(b), withdraw(h), write}, {a, b},
-          trueOnceEach + "\nwithdraw handler: true"_L1);
-    calls("the middle one removed", {append(a), append(b), withdraw(a), write}, {h, b},
-          trueOnceEach + "\nwithdraw a: true"_L1);
-    calls("the last removed", {append(a), append(b), withdraw(b), write}, {h, a},
-          trueOnceEach + "\nwithdraw b: true"_L1);
-    calls("appended again, called last", {append(a), withdraw(h), append(h), write}, {a, h}, uR"(
+        remove handler: true
+        remove handler: false )"_s);
+    calls("one that is not registered cannot be removed", {remove(a), write}, {h},
+          u"remove a: false"_s);
+    calls("the first removed", {append(a), append(b), remove(h), write}, {a, b},
+          trueOnceEach + "\nremove handler: true"_L1);
+    calls("the middle one removed", {append(a), append(b), remove(a), write}, {h, b},
+          trueOnceEach + "\nremove a: true"_L1);
+    calls("the last removed", {append(a), append(b), remove(b), write}, {h, a},
+          trueOnceEach + "\nremove b: true"_L1);
+    calls("appended again, called last", {append(a), remove(h), append(h), write}, {a, h}, uR"(
         append a: true
-        withdraw handler: true
+        remove handler: true
         append handler: true )"_s);
 
     row("several are notified of a removal", Runtime, {append(a), layer(Runtime, {{u"k"_s, 1}})},
@@ -90,7 +90,7 @@ void tst_ChangePropagation::handlers_data()
         handler: Runtime g/k = invalid
         a: Runtime g/k = invalid )");
 
-    row("without any, a layer is logged all the same", Rdm, {withdraw(h)},
+    row("without any, a layer is logged all the same", Rdm, {remove(h)},
         {init(Rdm, {{u"a"_s, 1}, {u"b"_s, 2}}), clear(Rdm)}, uR"(
         info: Storage: Rdm initialized
         info: Top values changed: Rdm: { g/a = '1', g/b = '2' }
@@ -194,7 +194,7 @@ void tst_ChangePropagation::layersBelow_data()
                 {layer(lower), layer(SELF, {{u"k"_s, 6}})},
                 (isFixed ? fixed : written)
                         + Steps{isReplaced ? init(SELF) : remove(SELF, u"k"_s), read(u"k"_s)},
-                journal, {{u"LOWER"_s, QLatin1StringView(keyOf(lower))}});
+                journal, {{u"LOWER"_s, nameOf(lower)}});
         }
     }
 }
@@ -232,7 +232,7 @@ void tst_ChangePropagation::whatAHandlerThrows_data()
     row("reaches the writer, whose change is made", writableLayers,
         {append(u"a"_s), layer(SELF), throwing},
         {caught(set(SELF, u"k"_s, 1)), read(u"k"_s), caught(remove(SELF, u"k"_s)), read(u"k"_s),
-         withdraw(u"handler"_s), set(SELF, u"k"_s, 2)},
+         remove(u"handler"_s), set(SELF, u"k"_s, 2)},
         uR"(
         log: Top value changed SELF: g/k = '1'
         handler: SELF g/k = int(1)
@@ -242,7 +242,7 @@ void tst_ChangePropagation::whatAHandlerThrows_data()
         handler: SELF g/k = invalid
         caught
         read g/k: missing
-        withdraw handler: true
+        remove handler: true
         log: Top value changed SELF: g/k = '2'
         a: SELF g/k = int(2) )");
 

@@ -20,7 +20,7 @@ const QString b = u"b"_s;
 const QString c = u"c"_s;
 const QString late = u"late"_s;
 
-// As append() and withdraw(), without a line in the journal.
+// As append() and remove(), without a line in the journal.
 Step come(const QString &name)
 {
     return [=](Scene &scene) {

@@ -28,11 +28,6 @@ static_assert(std::has_virtual_destructor_v<ConfigurationManagerPrivate>);
 
 namespace {
 
-QString nameOf(SettingsType type)
-{
-    return QLatin1StringView(keyOf(type));
-}
-
 QList<SettingsType> typesOf(const ConfigurationManagerPrivate &d)
 {
     QList<SettingsType> types;
@@ -230,7 +225,7 @@ void tst_LayerCalls::reads_data()
         allLayers.append(fake(type, {{u"other"_s, 1}}));
         everyLayerOnce += nameOf(type) + ": contains g/k, locked\n"_L1;
     }
-    row("in vain", Rdm, allLayers, {value(u"k"_s), contains(u"k"_s)},
+    row("missing", Rdm, allLayers, {value(u"k"_s), contains(u"k"_s)},
         QString(everyLayerOnce + "value: QString(missing)\n"_L1 + everyLayerOnce
                 + "contains: false"_L1));
 
@@ -306,7 +301,7 @@ void tst_LayerCalls::creating_data()
 {
     Rows row;
     const Step create = fake(SELF, {{u"a"_s, 1}, {u"b"_s, 2}}, u"new"_s);
-    const Step withoutHandlers = withdraw(u"handler"_s);
+    const Step withoutHandlers = remove(u"handler"_s);
 
     // Memory layers too, which never have keys of their own at this moment. A value is read once for
     // the log and once for all handlers; a line that is not logged is not built.
@@ -712,8 +707,7 @@ void tst_LayerCalls::destructionReleasesTheLayersWhileThePathsAreStillThere()
     manager->setAssetsPrefix(u"/share/"_s);
     ConfigurationManagerPrivate *const d = &privateOf(*manager);
     for (const SettingsType type : {Rdm, Runtime}) {
-        auto layer = QSharedPointer<FakeStorage>::create(type, d, &journal,
-                                                         QLatin1StringView(keyOf(type)));
+        auto layer = QSharedPointer<FakeStorage>::create(type, d, &journal, nameOf(type));
         layer->note = [d]() -> QString {
             return " with "_L1 % d->persistentStoragePath % ' '_L1 % d->assetsPrefix;
         };

@@ -514,7 +514,7 @@ void tst_StorageRegistry::ranksAfterAReplacement_data()
 {
     Rows row;
     for (const SettingsType type : storagePriority) {
-        const QString name = QLatin1StringView(keyOf(type));
+        const QString name = nameOf(type);
         row(keyOf(type), type, {everyLayer(u"k"_s), elsewhere(), layer(SELF, {{u"k"_s, u"NEW"_s}})},
             {order(u"k"_s)}, uR"(
             order g/k: Runtime Rdm FeatureKeys SystemProperties CommandLineArgs CustomConfPersistent SelviDb RavonaConfDefault none )",

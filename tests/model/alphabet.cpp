@@ -21,14 +21,14 @@ const std::vector<SettingsType> &layerAlphabet()
     return layers;
 }
 
-// Two pairs are left out on purpose:
+// Two keys are left out on purpose:
 // - ("", ""): its full key is empty once QSettings has normalised it, and a debug build of Qt stops
 //   at that with an assertion.
 // - a group "general" in another case than "General": QSettings writes every one of them as
 //   [%General], so that the case of such a group is lost on the way through a file.
-const std::vector<Pair> &pairAlphabet()
+const std::vector<Key> &keyAlphabet()
 {
-    static const std::vector<Pair> pairs{
+    static const std::vector<Key> keys{
             {u"g"_s, u"k"_s},
             {u"g"_s, u"K"_s},
             {u"G"_s, u"k"_s},
@@ -47,7 +47,7 @@ const std::vector<Pair> &pairAlphabet()
             {u"%1"_s, u"%2"_s}, // look like holes of a message
             {u"gr\u00fcn \u2713"_s, u"key=1;"_s}, // QSettings has to escape them
     };
-    return pairs;
+    return keys;
 }
 
 const std::vector<QVariant> &valueAlphabet()

@@ -14,12 +14,12 @@
 #include <utility>
 #include <vector>
 
-// What random operations are made of. The lists are small, so that layers meet over the same pairs,
+// What random operations are made of. The lists are small, so that layers meet over the same keys,
 // and go from the plain to the odd: a counterexample shrinks towards their first elements.
 
 namespace tamsel::tests {
 
-using Pair = std::pair<QString, QString>;
+using Key = std::pair<QString, QString>;
 
 // The contents of an INI file, and what is to be found in it.
 struct IniFile
@@ -31,7 +31,7 @@ struct IniFile
 
 // The eight layers by rank, then two values outside the enumeration.
 const std::vector<SettingsType> &layerAlphabet();
-const std::vector<Pair> &pairAlphabet();
+const std::vector<Key> &keyAlphabet();
 const std::vector<QVariant> &valueAlphabet();
 const std::vector<IniFile> &fileAlphabet();
 

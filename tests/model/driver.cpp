@@ -122,7 +122,7 @@ template <typename Manager> Driver<Manager>::Driver(const QString &root) : m_roo
     };
     handler(Role::Leaves).reaction
             = [this](SettingsType, const QString &, const QString &, const QVariant &) {
-                  m_value = u"overwritten"_s; // those behind hear of what was written
+                  m_value = u"overwritten"_s; // later handlers get what was written
                   m_manager.removeConfigurationHandler(&handler(Role::Leaves));
               };
     handler(Role::TogglesAnother).reaction
@@ -137,7 +137,7 @@ template <typename Manager> Driver<Manager>::Driver(const QString &root) : m_roo
 template <typename Manager> QStringList Driver<Manager>::apply(const Operation &operation)
 {
     const SettingsType type = layerAlphabet().at(operation.layer);
-    const auto &[group, key] = pairAlphabet().at(operation.pair);
+    const auto &[group, key] = keyAlphabet().at(operation.key);
     const QVariant &value = valueAlphabet().at(operation.value);
     switch (operation.action) {
     case Action::SetValue:

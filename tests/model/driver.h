@@ -27,7 +27,7 @@ public:
     // root ends with "/" and is prepared by makePlaces().
     explicit Driver(const QString &root);
 
-    // What was logged, notified and answered, in order.
+    // What was logged, notified and returned, in order.
     QStringList apply(const Operation &operation);
 
 private:

@@ -38,15 +38,15 @@ QString nameOf(SettingsType type)
     return QVariant::fromValue(type).toString();
 }
 
-bool isAmong(const Pair &pair, const std::vector<Pair> &pairs)
+bool isAmong(const Key &key, const std::vector<Key> &keys)
 {
-    return std::find(pairs.begin(), pairs.end(), pair) != pairs.end();
+    return std::find(keys.begin(), keys.end(), key) != keys.end();
 }
 
-// The key of a pair in an INI file: QSettings drops every "/" that separates nothing.
-QString fullKeyOf(const Pair &pair)
+// The full key in an INI file: QSettings drops every "/" that separates nothing.
+QString fullKeyOf(const Key &key)
 {
-    const QString path = pair.first + u'/' + pair.second;
+    const QString path = key.first + u'/' + key.second;
     return path.split(u'/', Qt::SkipEmptyParts).join(u'/');
 }
 
@@ -118,12 +118,12 @@ public:
     virtual ~ModelLayer() = default;
 
     virtual bool isAvailable() const { return true; }
-    virtual bool contains(const Pair &pair) const = 0;
-    virtual QVariant value(const Pair &pair) const = 0;
-    virtual std::vector<Pair> keys() const = 0;
+    virtual bool contains(const Key &key) const = 0;
+    virtual QVariant value(const Key &key) const = 0;
+    virtual std::vector<Key> keys() const = 0;
     // Whether there is a change to report.
-    virtual bool write(const Pair &pair, const QVariant &value, ILogger *logger) = 0;
-    virtual bool remove(const Pair &pair, ILogger *logger) = 0;
+    virtual bool write(const Key &key, const QVariant &value, ILogger *logger) = 0;
+    virtual bool remove(const Key &key, ILogger *logger) = 0;
 };
 
 namespace {
@@ -131,33 +131,33 @@ namespace {
 class MemoryLayer : public ModelLayer
 {
 public:
-    bool contains(const Pair &pair) const override { return m_values.count(pair) > 0; }
+    bool contains(const Key &key) const override { return m_values.count(key) > 0; }
 
-    QVariant value(const Pair &pair) const override
+    QVariant value(const Key &key) const override
     {
-        return contains(pair) ? m_values.at(pair) : QVariant();
+        return contains(key) ? m_values.at(key) : QVariant();
     }
 
-    std::vector<Pair> keys() const override
+    std::vector<Key> keys() const override
     {
-        std::vector<Pair> result;
-        for (const auto &[pair, value] : m_values)
-            result.push_back(pair);
+        std::vector<Key> result;
+        for (const auto &[key, value] : m_values)
+            result.push_back(key);
         return result;
     }
 
-    bool write(const Pair &pair, const QVariant &value, ILogger *) override
+    bool write(const Key &key, const QVariant &value, ILogger *) override
     {
-        if (contains(pair) && m_values.at(pair) == value)
+        if (contains(key) && m_values.at(key) == value)
             return false;
-        m_values[pair] = value;
+        m_values[key] = value;
         return true;
     }
 
-    bool remove(const Pair &pair, ILogger *) override { return m_values.erase(pair) > 0; }
+    bool remove(const Key &key, ILogger *) override { return m_values.erase(key) > 0; }
 
 protected:
-    std::map<Pair, QVariant> m_values;
+    std::map<Key, QVariant> m_values;
 };
 
 class FixedLayer final : public MemoryLayer
@@ -174,13 +174,13 @@ public:
         }
     }
 
-    bool write(const Pair &, const QVariant &, ILogger *logger) override
+    bool write(const Key &, const QVariant &, ILogger *logger) override
     {
         logger->error(u"The storage doesn't support writing!"_s);
         return false;
     }
 
-    bool remove(const Pair &, ILogger *logger) override
+    bool remove(const Key &, ILogger *logger) override
     {
         logger->error(u"The storage doesn't support removing!"_s);
         return false;
@@ -199,7 +199,7 @@ public:
             for (auto &[fullKey, value] : m_file->entries)
                 value = readBack(value);
             m_file->markSaved();
-            m_available = m_file->wellFormed; // only who reads the file learns of its state
+            m_available = m_file->wellFormed; // only who reads the file knows its state
         }
         ++m_file->users;
     }
@@ -213,19 +213,19 @@ public:
 
     bool isAvailable() const override { return m_available; }
 
-    bool contains(const Pair &pair) const override
+    bool contains(const Key &key) const override
     {
-        return m_file->entries.count(fullKeyOf(pair)) > 0;
+        return m_file->entries.count(fullKeyOf(key)) > 0;
     }
 
-    QVariant value(const Pair &pair) const override
+    QVariant value(const Key &key) const override
     {
-        return contains(pair) ? m_file->entries.at(fullKeyOf(pair)) : QVariant();
+        return contains(key) ? m_file->entries.at(fullKeyOf(key)) : QVariant();
     }
 
-    std::vector<Pair> keys() const override
+    std::vector<Key> keys() const override
     {
-        std::vector<Pair> result;
+        std::vector<Key> result;
         for (const auto &[fullKey, value] : m_file->entries) {
             const QStringList parts = fullKey.split(u'/');
             result.emplace_back(parts.first(), parts.last());
@@ -233,29 +233,29 @@ public:
         return result;
     }
 
-    bool write(const Pair &pair, const QVariant &newValue, ILogger *logger) override
+    bool write(const Key &key, const QVariant &newValue, ILogger *logger) override
     {
         if (!m_writable) {
             const QString text = newValue.toString();
-            logger->error(u"unable to write value "_s + text + u" ("_s + pair.first + u'/'
-                          + pair.second + u") to "_s + m_fileName + u", file is not writable"_s);
+            logger->error(u"unable to write value "_s + text + u" ("_s + key.first + u'/'
+                          + key.second + u") to "_s + m_fileName + u", file is not writable"_s);
             return false;
         }
-        if (value(pair) == newValue)
+        if (value(key) == newValue)
             return false;
-        m_file->write(fullKeyOf(pair), newValue);
+        m_file->write(fullKeyOf(key), newValue);
         m_changed = true;
         return true;
     }
 
-    bool remove(const Pair &pair, ILogger *logger) override
+    bool remove(const Key &key, ILogger *logger) override
     {
         if (!m_writable) {
-            logger->error(u"unable to remove value "_s + pair.first + u'/' + pair.second
-                          + u" from "_s + m_fileName);
+            logger->error(u"unable to remove value "_s + key.first + u'/' + key.second + u" from "_s
+                          + m_fileName);
             return false;
         }
-        m_file->remove(fullKeyOf(pair));
+        m_file->remove(fullKeyOf(key));
         m_changed = true;
         return true;
     }
@@ -341,11 +341,11 @@ void Model::clearStorage(SettingsType type)
                           + u". Storage does not exist"_s);
         return;
     }
-    const std::vector<Pair> keys = layer->keys();
+    const std::vector<Key> keys = layer->keys();
     m_layers.erase(rankOf(type));
     m_logger->info(u"Storage: "_s + nameOf(type) + u" cleared"_s);
-    for (const Pair &pair : keys)
-        changed(type, pair, QVariant());
+    for (const Key &key : keys)
+        changed(type, key, QVariant());
 }
 
 bool Model::appendConfigurationHandler(IConfigurationChangeHandler *handler)
@@ -389,10 +389,10 @@ ModelLayer *Model::find(SettingsType type) const
     return layer != m_layers.end() ? layer->second.get() : nullptr;
 }
 
-ModelLayer *Model::top(const Pair &pair) const
+ModelLayer *Model::top(const Key &key) const
 {
     for (const auto &[rank, layer] : m_layers) {
-        if (layer->contains(pair))
+        if (layer->contains(key))
             return layer.get();
     }
     return nullptr;
@@ -431,13 +431,13 @@ void Model::addLayer(SettingsType type, const std::shared_ptr<ModelLayer> &layer
     m_layers[rankOf(type)] = layer;
     m_logger->info(u"Storage: "_s + nameOf(type) + u" initialized"_s);
 
-    std::vector<Pair> candidates;
-    for (const Pair &pair : layer->keys()) {
-        const bool hidden = std::any_of(
-                m_layers.begin(), m_layers.find(rankOf(type)),
-                [&pair](const auto &higher) { return higher.second->contains(pair); });
-        if (!hidden)
-            candidates.push_back(pair);
+    std::vector<Key> candidates;
+    for (const Key &key : layer->keys()) {
+        const bool overridden
+                = std::any_of(m_layers.begin(), m_layers.find(rankOf(type)),
+                              [&key](const auto &higher) { return higher.second->contains(key); });
+        if (!overridden)
+            candidates.push_back(key);
     }
     report(type, *layer, candidates);
 }
@@ -445,30 +445,30 @@ void Model::addLayer(SettingsType type, const std::shared_ptr<ModelLayer> &layer
 void Model::replaceLayer(SettingsType type, const std::shared_ptr<ModelLayer> &layer)
 {
     const std::shared_ptr<ModelLayer> old = m_layers.at(rankOf(type));
-    const std::vector<Pair> newKeys = layer->keys();
-    const std::vector<Pair> oldKeys = old->keys();
+    const std::vector<Key> newKeys = layer->keys();
+    const std::vector<Key> oldKeys = old->keys();
 
-    std::vector<Pair> removed;
-    for (const Pair &pair : oldKeys) {
-        if (!isAmong(pair, newKeys))
-            removed.push_back(pair);
+    std::vector<Key> removed;
+    for (const Key &key : oldKeys) {
+        if (!isAmong(key, newKeys))
+            removed.push_back(key);
     }
-    std::vector<Pair> candidates; // also those that a higher layer hides, changed or not
-    for (const Pair &pair : newKeys) {
-        const bool unchanged = isAmong(pair, oldKeys) && top(pair) == old.get()
-                && old->value(pair) == layer->value(pair);
+    std::vector<Key> candidates; // also overridden ones, changed or not
+    for (const Key &key : newKeys) {
+        const bool unchanged = isAmong(key, oldKeys) && top(key) == old.get()
+                && old->value(key) == layer->value(key);
         if (!unchanged)
-            candidates.push_back(pair);
+            candidates.push_back(key);
     }
 
     m_layers[rankOf(type)] = layer;
     m_logger->info(u"Storage: "_s + nameOf(type) + u" reinitialized"_s);
-    for (const Pair &pair : removed)
-        changed(type, pair, QVariant());
+    for (const Key &key : removed)
+        changed(type, key, QVariant());
     report(type, *layer, candidates);
 }
 
-void Model::report(SettingsType type, const ModelLayer &layer, const std::vector<Pair> &candidates)
+void Model::report(SettingsType type, const ModelLayer &layer, const std::vector<Key> &candidates)
 {
     if (candidates.empty())
         return;
@@ -477,25 +477,25 @@ void Model::report(SettingsType type, const ModelLayer &layer, const std::vector
         return;
     }
     QStringList parts;
-    for (const Pair &pair : candidates) {
-        const QString text = layer.value(pair).toString();
-        parts.append(pair.first + u'/' + pair.second + u" = '"_s + text + u'\'');
+    for (const Key &key : candidates) {
+        const QString text = layer.value(key).toString();
+        parts.append(key.first + u'/' + key.second + u" = '"_s + text + u'\'');
     }
     log(type, u"Top values changed: "_s + nameOf(type) + u": { "_s + parts.join(u", "_s) + u" }"_s);
-    for (const Pair &pair : candidates)
-        tellHandlers(type, pair, layer.value(pair));
+    for (const Key &key : candidates)
+        notify(type, key, layer.value(key));
 }
 
-// A layer holds another value for a pair, or with an invalid value, none any more. Handlers hear
-// of a copy: they may overwrite the caller's variable.
-void Model::changed(SettingsType type, const Pair &pair, QVariant value)
+// A layer holds another value for a key, or with an invalid value, none any more. Handlers get a
+// copy: they may overwrite the caller's variable.
+void Model::changed(SettingsType type, const Key &key, QVariant value)
 {
-    const auto top = std::find_if(m_layers.begin(), m_layers.end(), [&pair](const auto &layer) {
-        return layer.second->contains(pair);
+    const auto top = std::find_if(m_layers.begin(), m_layers.end(), [&key](const auto &layer) {
+        return layer.second->contains(key);
     });
     if (top == m_layers.end()) {
-        log(type, u"Parameter removed from all storages: "_s + pair.first + u':' + pair.second);
-        tellHandlers(type, pair, value);
+        log(type, u"Parameter removed from all storages: "_s + key.first + u':' + key.second);
+        notify(type, key, value);
         return;
     }
 
@@ -505,14 +505,14 @@ void Model::changed(SettingsType type, const Pair &pair, QVariant value)
         if (topRank <= rankOf(type))
             return;
         visibleType = byRank.at(topRank);
-        value = top->second->value(pair).toString();
+        value = top->second->value(key).toString();
     } else if (topRank != rankOf(type)) {
         return;
     }
     log(type,
-        u"Top value changed "_s + nameOf(visibleType) + u": "_s + pair.first + u'/' + pair.second
+        u"Top value changed "_s + nameOf(visibleType) + u": "_s + key.first + u'/' + key.second
                 + u" = '"_s + value.toString() + u'\'');
-    tellHandlers(visibleType, pair, value);
+    notify(visibleType, key, value);
 }
 
 void Model::log(SettingsType type, const QString &message) const
@@ -534,13 +534,13 @@ void Model::log(SettingsType type, const QString &message) const
     }
 }
 
-// Those registered now, but none that is withdrawn meanwhile.
-void Model::tellHandlers(SettingsType type, const Pair &pair, const QVariant &value) const
+// Those registered now, but none that is removed meanwhile.
+void Model::notify(SettingsType type, const Key &key, const QVariant &value) const
 {
     const std::vector<Registration> now = m_registrations;
     for (const Registration &registration : now) {
         if (isRegistered(registration.number))
-            registration.handler->onValueChanged(type, pair.first, pair.second, value);
+            registration.handler->onValueChanged(type, key.first, key.second, value);
     }
 }
 

@@ -67,17 +67,17 @@ private:
     };
 
     ModelLayer *find(SettingsType type) const;
-    ModelLayer *top(const Pair &pair) const;
+    ModelLayer *top(const Key &key) const;
     std::shared_ptr<ModelLayer> makeLayer(SettingsType type, const QVariantMap &values);
     std::shared_ptr<ModelLayer> openFile(const QString &fileName);
 
     void addLayer(SettingsType type, const std::shared_ptr<ModelLayer> &layer);
     void replaceLayer(SettingsType type, const std::shared_ptr<ModelLayer> &layer);
-    void report(SettingsType type, const ModelLayer &layer, const std::vector<Pair> &candidates);
+    void report(SettingsType type, const ModelLayer &layer, const std::vector<Key> &candidates);
 
-    void changed(SettingsType type, const Pair &pair, QVariant value);
+    void changed(SettingsType type, const Key &key, QVariant value);
     void log(SettingsType type, const QString &message) const;
-    void tellHandlers(SettingsType type, const Pair &pair, const QVariant &value) const;
+    void notify(SettingsType type, const Key &key, const QVariant &value) const;
     bool isRegistered(int number) const;
 
     ILogger *const m_logger;

@@ -47,10 +47,10 @@ std::size_t layer(unsigned char random)
     return random < 250 ? random % 8 : 8 + random % 2;
 }
 
-QString pairText(std::size_t index)
+QString keyText(std::size_t index)
 {
-    const Pair &pair = pairAlphabet().at(index);
-    return '"'_L1 % pair.first % "\", \""_L1 % pair.second % '"'_L1;
+    const Key &key = keyAlphabet().at(index);
+    return '"'_L1 % key.first % "\", \""_L1 % key.second % '"'_L1;
 }
 
 QString valueText(std::size_t index)
@@ -102,7 +102,7 @@ QString entriesText(const std::vector<Entry> &entries)
 {
     QStringList texts;
     for (const Entry &entry : entries) {
-        QString text = '('_L1 % pairText(entry.pair) % "): "_L1 % valueText(entry.value);
+        QString text = '('_L1 % keyText(entry.key) % "): "_L1 % valueText(entry.value);
         if (entry.shape == Shape::Hash)
             text += " in a hash"_L1;
         else if (entry.shape == Shape::NotAMap)
@@ -116,20 +116,20 @@ QString entriesText(const std::vector<Entry> &entries)
 
 QString describe(const Operation &operation)
 {
-    const QString pair = pairText(operation.pair);
+    const QString key = keyText(operation.key);
     const QString layer = layerText(operation.layer);
     switch (operation.action) {
     case Action::SetValue:
-        return "setValue("_L1 % pair % ", "_L1 % valueText(operation.value) % ", "_L1 % layer
+        return "setValue("_L1 % key % ", "_L1 % valueText(operation.value) % ", "_L1 % layer
                 % ')'_L1;
     case Action::RemoveValue:
-        return "removeValue("_L1 % pair % ", "_L1 % layer % ')'_L1;
+        return "removeValue("_L1 % key % ", "_L1 % layer % ')'_L1;
     case Action::Value:
-        return "value("_L1 % pair % ", "_L1 % valueText(operation.value) % ')'_L1;
+        return "value("_L1 % key % ", "_L1 % valueText(operation.value) % ')'_L1;
     case Action::Contains:
-        return "contains("_L1 % pair % ')'_L1;
+        return "contains("_L1 % key % ')'_L1;
     case Action::ContainsInLayer:
-        return "contains("_L1 % pair % ", "_L1 % layer % ')'_L1;
+        return "contains("_L1 % key % ", "_L1 % layer % ')'_L1;
     case Action::StorageAvailable:
         return "storageAvailable("_L1 % layer % ')'_L1;
     case Action::InitStorage:
@@ -156,7 +156,7 @@ QVariantMap toMap(const std::vector<Entry> &entries)
     std::map<QString, QVariantMap> groups;
     std::map<QString, Shape> shapes;
     for (const Entry &entry : entries) {
-        const auto &[group, key] = pairAlphabet().at(entry.pair);
+        const auto &[group, key] = keyAlphabet().at(entry.key);
         groups[group].insert(key, valueAlphabet().at(entry.value));
         shapes[group] = entry.shape;
     }
@@ -198,7 +198,7 @@ Operation OperationReader::next()
     operation.action = actionWeights.at(byte() % actionWeights.size());
     const bool isDelivery = operation.action == Action::DeliverFile;
     operation.layer = isDelivery ? 5 + below(3) : layer(byte());
-    operation.pair = skewed(pairAlphabet().size());
+    operation.key = skewed(keyAlphabet().size());
     operation.value = skewed(valueAlphabet().size());
     operation.file = below(fileAlphabet().size());
     operation.role = static_cast<Role>(below(roleCount));
@@ -207,7 +207,7 @@ Operation OperationReader::next()
         return operation;
     operation.entries.resize(byte() % (maxEntries + 1));
     for (Entry &entry : operation.entries) {
-        entry.pair = skewed(pairAlphabet().size());
+        entry.key = skewed(keyAlphabet().size());
         entry.value = skewed(valueAlphabet().size());
         const unsigned char shape = byte() % 8; // most groups are maps
         entry.shape = shape < 6 ? Shape::Map : shape == 6 ? Shape::Hash : Shape::NotAMap;
@@ -228,7 +228,7 @@ std::size_t OperationReader::below(std::size_t count)
     return byte() % count;
 }
 
-// Prefers small numbers: layers are to meet over the same pairs.
+// Prefers small numbers: layers are to meet over the same keys.
 std::size_t OperationReader::skewed(std::size_t count)
 {
     const std::size_t random = byte();

@@ -42,7 +42,7 @@ constexpr std::size_t placeCount = 3;
 // Numbers are indices into the lists of alphabet.h.
 struct Entry
 {
-    std::size_t pair = 0;
+    std::size_t key = 0;
     std::size_t value = 0;
     Shape shape = Shape::Map; // of the whole group; its last entry decides
 };
@@ -52,7 +52,7 @@ struct Operation
 {
     Action action = Action::Value;
     std::size_t layer = 0;
-    std::size_t pair = 0;
+    std::size_t key = 0;
     std::size_t value = 0;
     std::size_t file = 0;
     Role role = Role::Records;

@@ -54,11 +54,11 @@ rc::Seq<Operation> simplerOperations(const Operation &operation)
                                     return simpler;
                                 });
         };
-        return rc::seq::concat(withField(&Entry::pair), withField(&Entry::value));
+        return rc::seq::concat(withField(&Entry::key), withField(&Entry::value));
     };
     return rc::seq::concat(withEntries(rc::shrink::removeChunks(operation.entries)),
                            withEntries(rc::shrink::eachElement(operation.entries, simplerEntries)),
-                           with(&Operation::pair), with(&Operation::value), with(&Operation::layer),
+                           with(&Operation::key), with(&Operation::value), with(&Operation::layer),
                            with(&Operation::file));
 }
 

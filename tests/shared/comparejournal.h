@@ -17,8 +17,8 @@ inline QStringList expectedLines(QStringView text, SettingsType self = SettingsT
 {
     QStringList result;
     for (const QStringView part : text.split(u'\n')) {
-        const QString line = part.trimmed().toString().replace(QStringLiteral("SELF"),
-                                                               QLatin1StringView(keyOf(self)));
+        const QString line
+                = part.trimmed().toString().replace(QStringLiteral("SELF"), nameOf(self));
         if (line.startsWith(QLatin1StringView("log: ")))
             result += changeLine(self, line.sliced(5));
         else if (!line.isEmpty())

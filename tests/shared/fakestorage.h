@@ -24,9 +24,9 @@ public:
                 const QString &name);
     ~FakeStorage() override;
 
-    // Holds value from now on. keys() lists the pair once for each time it was put.
+    // Holds value from now on. keys() lists the key once for each time it was put.
     void put(const QString &group, const QString &key, const QVariant &value);
-    // keys() lists the pair though the layer does not hold it, as an INI layer does for a/x/c.
+    // keys() lists the key though the layer does not hold it, as an INI layer does for a/x/c.
     void list(const QString &group, const QString &key);
     using AbstractStorage::notify;
 

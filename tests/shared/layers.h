@@ -8,6 +8,7 @@
 
 #include <QtCore/QList>
 #include <QtCore/QMetaEnum>
+#include <QtCore/QString>
 
 namespace tamsel::tests {
 
@@ -37,6 +38,11 @@ inline const char *keyOf(SettingsType type)
         return nullptr;
     // valueToKey() takes an int in older Qt, a quint64 in newer: a quint8 becomes either.
     return QMetaEnum::fromType<SettingsType>().valueToKey(number);
+}
+
+inline QString nameOf(SettingsType type)
+{
+    return QLatin1StringView(keyOf(type));
 }
 
 } // namespace tamsel::tests

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "countingallocator.h"
-
-#include <replaceallocator.h>
+#include "replaceallocator.h"
 
 #include <algorithm>
 #include <atomic>

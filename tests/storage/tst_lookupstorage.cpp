@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// What the library's own storages answer in one step, and that any other is asked through its slots.
+// What the library's own storages look up in one step, and that any other is called through its slots.
 
 #include "files.h"
 #include "managerprivate.h"
@@ -205,5 +205,4 @@ void tst_LookupStorage::aGroupIsConvertedForEachQuestion()
 }
 
 QTEST_GUILESS_MAIN(tst_LookupStorage)
-
 #include "tst_lookupstorage.moc"

@@ -262,7 +262,7 @@ void tst_QtSettingsIniStorage::reading_data()
     unchanged("three segments", "[a]\nb\\c=1\n", {keys()}, u"keys: a/c");
     unchanged("section of two segments", "[a/b]\nc=1\n", {keys()}, u"keys: a/c");
     unchanged("five segments", "[a]\nb\\c\\d\\e=1\n", {keys()}, u"keys: a/e");
-    unchanged("the same pair twice", "[a]\nx\\c=1\ny\\c=2\n", {keys()}, u"keys: a/c a/c");
+    unchanged("the same key twice", "[a]\nx\\c=1\ny\\c=2\n", {keys()}, u"keys: a/c a/c");
     unchanged("empty segment in the middle", "[a]\n\\c=1\n", {keys()}, u"keys: a/c");
     unchanged("empty segment at the end", "[a]\nf/=1\n", {keys()}, u"keys: a/");
     unchanged("a key of another number of segments is not read by what is listed",
@@ -275,7 +275,7 @@ void tst_QtSettingsIniStorage::reading_data()
         x/x: missing
         a/b/c: QVariant(QString, "2")
         /x: QVariant(QString, "1") )");
-    // The full keys are sorted, not the pairs, and those only added do not come last.
+    // The full keys are sorted, not the groups and keys, and those only added do not come last.
     row("keys keep the order of QSettings",
         "top=1\n[b]\nk=1\n[a]\nz=1\nm\\a=1\n\\y=1\nZ=1\n[B]\nk=1\n",
         {set(u"n"_s, 1, u"a"_s), keys()}, uR"(

@@ -179,7 +179,7 @@ void tst_StorageContract::itKeepsWhatItWasBuiltWith_data()
     QTest::addColumn<SettingsType>("type");
     QTest::addColumn<QString>("line"); // of a write
     for (const SettingsType type : memoryLayers + fileLayers) {
-        const QString name = QLatin1StringView(keyOf(type));
+        const QString name = nameOf(type);
         QTest::newRow(keyOf(type)) << (memoryLayers.contains(type) ? &makeDynamicMap : &makeIniFile)
                                    << type << u"handler: %1 g/k = int(1)"_s.arg(name);
     }

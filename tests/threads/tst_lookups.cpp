@@ -194,5 +194,4 @@ void tst_Lookups::aReadGivesOnlyWhatALayerHeld()
 }
 
 QTEST_GUILESS_MAIN(tst_Lookups)
-
 #include "tst_lookups.moc"

@@ -113,11 +113,6 @@ QVariantMap wholeMap(const QString &layer, int number)
     return groupMap(u"ui"_s, {{u"lang"_s, wholeText(layer, number)}});
 }
 
-QString nameOf(SettingsType type)
-{
-    return QLatin1StringView(keyOf(type));
-}
-
 QStringList sorted(QStringList lines)
 {
     lines.sort();
@@ -167,7 +162,7 @@ void tst_Threads::aReaderSeesOneOfTheWrittenValues()
 }
 
 // Unlike in the test above, the map of the layer gets other nodes under the eyes of the readers. The
-// writers are hidden by a higher layer: without log lines and handlers they come by more often.
+// writers are overridden by a higher layer: without log lines and handlers they come by more often.
 void tst_Threads::aReaderIsNotDisturbedByOtherSettingsThatComeAndGo()
 {
     constexpr int pairs = 20;
