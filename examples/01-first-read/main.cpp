@@ -15,7 +15,7 @@ int main()
     tamsel::host::QtLogger logger; // has to outlive the manager
     tamsel::ConfigurationManager settings(&logger);
 
-    // No layer holds the pair yet: the default comes back.
+    // No layer holds the setting yet: the default comes back.
     printing::line(settings.value(u"ui"_s, u"lang"_s, u"ru"_s).toString());
 
     settings.initStorage(tamsel::SettingsType::Runtime);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// The uppermost layer that holds a pair answers for it, whatever it holds.
+// The uppermost layer that holds a setting is its origin, whatever the value.
 
 #include "printing.h"
 

@@ -20,11 +20,9 @@ bool takesNextArgument(const QString &option)
 
 } // namespace
 
-/*
- * A second QCommandLineParser would have to declare every option of the library again, only to tell
- * values from directories. As the line is known to be good, the library's table of options leaves a
- * single fact to know: all of them take a value but one.
- */
+// A second QCommandLineParser would have to declare every option of the library again, only to
+// distinguish values from directories. The line has been parsed without an error, so one fact is
+// enough: all options but one take a value.
 QStringList positionalArguments(const QStringList &arguments)
 {
     QStringList result;

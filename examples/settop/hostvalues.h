@@ -15,7 +15,7 @@ namespace tamsel {
 class ConfigurationManager;
 }
 
-// What a real host learns from its operator, its licence and its machine.
+// What a real host gets from its operator, its licence and its machine.
 
 // The group and the key of each setting that this host knows. The manager lists none: a host asks for
 // the settings that it uses.

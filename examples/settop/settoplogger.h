@@ -26,7 +26,7 @@ enum Level : int {
 // Writes messages to standard error, a line each: "[info] text". Those that are less severe than
 // the level in the settings are left out; as long as that is unset, Info is the last one shown.
 //
-// The level is read afresh for every message, so a change of the setting counts at once. Reading
+// The level is read again for every message, so a change of the setting counts at once. Reading
 // settings from inside a log call is safe: a read logs nothing, and the library holds no lock while
 // it logs.
 //

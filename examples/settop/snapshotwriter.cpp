@@ -51,8 +51,8 @@ SignalWatcher::~SignalWatcher()
         close(socket);
 }
 
-// Runs inside of the signal handler. If the event loop is blocked for long, the sockets are full and the
-// signal is dropped: another one is on its way already.
+// Runs in the signal handler. If the event loop is blocked for long and the sockets are full, the signal
+// is dropped: earlier ones are still pending.
 void SignalWatcher::send(int number)
 {
     const int before = errno;

@@ -8,7 +8,7 @@
 
 #include <QtCore/QTextStream>
 
-// Shared by the numbered examples: a logger and a change handler that print their arguments.
+// Shared by the numbered examples: lines of output, and a change handler that prints its arguments.
 namespace printing {
 
 inline void line(const QString &text)

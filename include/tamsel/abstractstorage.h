@@ -17,7 +17,7 @@ namespace tamsel {
 class IConfigurationChangeHandler;
 class ILogger;
 
-/*! \brief Keys of settings as (group, key) pairs, group first. */
+/*! \brief Keys of settings, each as a group and a key. */
 using KeyList = QList<std::pair<QString, QString>>;
 
 /*!

@@ -22,7 +22,7 @@ Q_NAMESPACE_EXPORT(TAMSEL_EXPORT)
  *
  * The numbers are stable. QDataStream writes them as signed 32-bit integers and reads them without
  * a range check. They say nothing about precedence: the rank of a layer is its position in
- * #storagePriority, repeated here.
+ * #storagePriority.
  *
  * | Layer                | Number | Rank | Holds                                                    |
  * |----------------------|--------|------|----------------------------------------------------------|
@@ -32,7 +32,7 @@ Q_NAMESPACE_EXPORT(TAMSEL_EXPORT)
  * | RavonaConfDefault    | 3      | 7    | the defaults of the main application, in "ravona.conf"   |
  * | SystemProperties     | 4      | 3    | system properties that the host sets while it runs       |
  * | Runtime              | 5      | 0    | values set while the process runs, never saved           |
- * | SelviDb              | 6      | 6    | values of the database file "selvi.db"                   |
+ * | SelviDb              | 6      | 6    | provisioned settings, in the INI file "selvi.db"         |
  * | FeatureKeys          | 7      | 2    | a fixed map of feature keys from the host, read-only     |
  *
  * The type is a registered Qt meta type named "tamsel::SettingsType": it can be held in a QVariant,
@@ -51,10 +51,7 @@ enum class SettingsType : int {
 Q_ENUM_NS(SettingsType)
 
 /*!
- * \brief All eight layers, the one of highest precedence first.
- *
- * \c Runtime, \c Rdm, \c FeatureKeys, \c SystemProperties, \c CommandLineArgs,
- * \c CustomConfPersistent, \c SelviDb, \c RavonaConfDefault.
+ * \brief All eight layers, the one of highest precedence first; see the ranks of SettingsType.
  *
  * \par Threads
  * Built when the library is loaded and never changed: any thread may read it without a lock. Do not

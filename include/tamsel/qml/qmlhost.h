@@ -55,7 +55,7 @@ TAMSEL_QML_EXPORT void setQmlChangeNotifier(host::ChangeNotifier *notifier);
  * while it lives.
  *
  * \par Ownership
- * Borrowed: it outlives the engine, or is withdrawn with null before it is destroyed.
+ * Borrowed: it outlives the engine, or is replaced with null before it is destroyed.
  * \par Threads
  * As setQmlChangeNotifier().
  * \par Failure
