@@ -146,15 +146,16 @@ void tst_SubscriptionMemory::theLastChangesAreRightAfterAFailure()
                 break;
         }
         ++failures;
+        QVariantList values;
         for (const int value : {2, 3, 4}) {
             QVERIFY(host.write(value));
+            values.clear();
             const QList<host::SettingChange> changes = host.catalogue.lastChanges();
-            QVERIFY(!changes.isEmpty());
-            QCOMPARE(changes.last().value, QVariant(value));
-            if (changes.size() == 2)
-                QCOMPARE(changes.first().number + 1, changes.last().number);
+            for (const host::SettingChange &change : changes)
+                values.append(change.value);
+            QVERIFY(values.endsWith(value));
         }
-        QCOMPARE(host.catalogue.lastChanges().first().value, QVariant(3));
+        QCOMPARE(values, QVariantList({3, 4})); // as many as are kept
     }
     QVERIFY2(failures > 3 && failures < mostAllocations, qPrintable(QString::number(failures)));
 }
