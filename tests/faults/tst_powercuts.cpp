@@ -8,14 +8,10 @@
 #include "recordedcalls.h"
 #include "testhost.h"
 
-#include <tamsel/configurationmanager.h>
-
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
-#include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
-#include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
 
 #include <algorithm>
@@ -36,21 +32,18 @@ constexpr char fileName[] = "custom.conf";
 constexpr char oldContents[] = "[g]\na=1\nb=before\n";
 constexpr char newContents[] = "[g]\na=2\nb=behind it\nc=3\n";
 
-// A folder in which a manager has a file.
-class Host
+// A host with these files; its folder has a space in its name.
+class Host : public TestHost
 {
 public:
     explicit Host(const FolderState &state)
     {
+        moveTo(u"power cut"_s);
         for (auto file = state.cbegin(); file != state.cend(); ++file)
             writeFile(path() + u'/' + QString::fromUtf8(file.key()), file.value());
     }
 
-    void start()
-    {
-        manager.setPersistentStoragePath(path() + u'/');
-        manager.initStorage(layer);
-    }
+    void start() { manager.initStorage(layer); }
 
     void change()
     {
@@ -59,7 +52,7 @@ public:
         manager.setValue(u"g"_s, u"c"_s, 3, layer);
     }
 
-    QString path() const { return m_folder.path(); }
+    QString path() const { return QFileInfo(filePath(layer)).path(); }
     FolderState state() const { return stateOf(path()); }
 
     // The file as the manager reads it.
@@ -72,14 +65,6 @@ public:
         }
         return result.isEmpty() ? result : "[g]\n" + result;
     }
-
-private:
-    const QTemporaryDir m_folder{QDir::tempPath() + u"/power cut XXXXXX"_s}; // with spaces
-    Journal m_journal;
-    RecordingLogger m_logger{&m_journal};
-
-public:
-    ConfigurationManager manager{&m_logger}; // goes first
 };
 
 Calls callsOfAFlush(const FolderState &before, UnnamedFiles unnamed)
