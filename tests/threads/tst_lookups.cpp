@@ -39,6 +39,12 @@ constexpr int defaultValue = 0; // for readers; no layer ever holds it
 const QString group = u"Logging"_s;
 const QString key = u"level"_s;
 
+// A level as a text whose length shows whether it is a mixture of two: 3 is 0003.
+QString textOf(int level)
+{
+    return QString::number(level).rightJustified(level + 1, u'0');
+}
+
 // Logger and handler that keep the first few messages and values that no layer can have caused.
 class Watch final : public ILogger, public IConfigurationChangeHandler
 {
@@ -77,14 +83,14 @@ public:
 private:
     static bool isWritten(const QVariant &value)
     {
-        const int number = value.toInt();
-        return number >= 1 && number <= highest;
+        const int level = value.toInt();
+        return level >= 1 && level <= highest && value == QVariant(textOf(level));
     }
 
     void check(const QString &message)
     {
         static const QRegularExpression change(
-                u"^Top value changed \\w+: Logging/level = '[1-5]'$"_s);
+                u"^Top value changed \\w+: Logging/level = '0+[1-5]'$"_s);
         if (message.startsWith("Storage: "_L1) || change.match(message).hasMatch())
             return;
         if (m_isAlwaysHeld || message != "Parameter removed from all storages: Logging:level"_L1)
@@ -99,7 +105,7 @@ private:
 
 QVariantMap levelMap(int level)
 {
-    return {{group, QVariantMap{{key, level}}}};
+    return {{group, QVariantMap{{key, textOf(level)}}}};
 }
 
 } // namespace
@@ -118,7 +124,7 @@ void tst_Lookups::aReadGivesOnlyWhatALayerHeld_data()
     QTest::addColumn<QList<SettingsType>>("changing");
     QTest::addColumn<bool>("isAlwaysHeld"); // by RavonaConfDefault, which nothing changes
 
-    const QList<SettingsType> maps{Rdm, FeatureKeys};
+    const QList<SettingsType> maps{Rdm, FeatureKeys, CommandLineArgs};
     const QList<SettingsType> memory{Runtime, SystemProperties};
     const QList<SettingsType> files{CustomConfPersistent, SelviDb};
     for (const bool isAlwaysHeld : {false, true}) {
@@ -141,7 +147,7 @@ void tst_Lookups::aReadGivesOnlyWhatALayerHeld()
     manager.setPersistentStoragePath(folder.path() + u'/');
     manager.setAssetsPrefix(folder.path() + u'/');
     if (isAlwaysHeld) {
-        QVERIFY(writeFile(folder.filePath(u"ravona.conf"_s), "[Logging]\nlevel=1\n"));
+        QVERIFY(writeFile(folder.filePath(u"ravona.conf"_s), "[Logging]\nlevel=01\n"));
         manager.initStorage(RavonaConfDefault);
     }
     manager.appendConfigurationHandler(&watch);
@@ -162,7 +168,7 @@ void tst_Lookups::aReadGivesOnlyWhatALayerHeld()
         manager.initStorage(type);
         bodies.emplace_back([&manager, &isOver, type] {
             for (int i = 0; !isOver; ++i)
-                manager.setValue(group, key, 1 + i % highest, type);
+                manager.setValue(group, key, textOf(1 + i % highest), type);
         });
         bodies.emplace_back([&manager, &isOver, type] {
             while (!isOver)
@@ -175,6 +181,8 @@ void tst_Lookups::aReadGivesOnlyWhatALayerHeld()
             const LogsConfigWrapper wrapper(&manager);
             while (!isOver) {
                 watch.checkRead(manager.value(group, key, defaultValue));
+                if (isAlwaysHeld && !manager.contains(group, key))
+                    watch.add(u"not contained"_s);
                 if (isAlwaysHeld && wrapper.level() < 1)
                     watch.add(u"level: %1"_s.arg(wrapper.level()));
                 ++reads;

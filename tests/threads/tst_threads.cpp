@@ -7,8 +7,6 @@
 #include "testhost.h"
 #include "threads.h"
 
-#include <tamsel/logsconfigwrapper.h>
-
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSemaphore>
 #include <QtTest/QTest>
@@ -126,43 +124,17 @@ class tst_Threads : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aReaderSeesOneOfTheWrittenValues();
     void aReaderIsNotDisturbedByOtherSettingsThatComeAndGo();
-    void aReaderSeesALayerOrTheNextOneWhileItIsReplacedAndCleared();
     void otherLayersAreUsedWhileSomeAreReplaced();
-    void aSettingIsWrittenWhileLayersAboveAndBelowComeAndGo();
     void layersCreatedTogetherEndUpInOrder();
     void eachChangeIsNotifiedOnceAndInOrderOnTheWritingThread();
     void everyWriteOfAKeyIsNotified();
     void noCallWaitsForTheHost_data();
     void noCallWaitsForTheHost();
-    void tablesAreThereForEveryThread();
 };
 
-void tst_Threads::aReaderSeesOneOfTheWrittenValues()
-{
-    TestHost host;
-    for (const SettingsType type : writableLayers)
-        host.manager.initStorage(type);
-    host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(u"RavonaConfDefault"_s, 0),
-                          RavonaConfDefault);
-
-    const auto writer = [&host](SettingsType type, int count) {
-        return loop(count, [&host, type](int i) {
-            host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(nameOf(type), i), type);
-        });
-    };
-    QCOMPARE(readBeside(host.manager,
-                        {writer(Runtime, writes), writer(SystemProperties, writes),
-                         writer(CustomConfPersistent, fileWrites),
-                         writer(RavonaConfDefault, fileWrites)}),
-             QStringList());
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s).toString(),
-             wholeText(u"Runtime"_s, writes - 1));
-}
-
-// Unlike in the test above, the map of the layer gets other nodes under the eyes of the readers. The
-// writers are overridden by a higher layer: without log lines and handlers they come by more often.
+// The map of the layer gets other nodes under the eyes of the readers. A higher layer overrides what
+// is written: without log lines and handlers the writers come by more often.
 void tst_Threads::aReaderIsNotDisturbedByOtherSettingsThatComeAndGo()
 {
     constexpr int pairs = 20;
@@ -185,21 +157,6 @@ void tst_Threads::aReaderIsNotDisturbedByOtherSettingsThatComeAndGo()
     };
     QCOMPARE(readBeside(host.manager, {writer(0), writer(1)}), QStringList());
     QCOMPARE(host.journal.take(), QStringList());
-}
-
-void tst_Threads::aReaderSeesALayerOrTheNextOneWhileItIsReplacedAndCleared()
-{
-    TestHost host;
-    host.manager.initStorage(CommandLineArgs, wholeMap(u"CommandLineArgs"_s, 0));
-
-    const Body replacer = loop(replacements, [&host](int i) {
-        if (i % 5 == 0)
-            host.manager.clearStorage(Rdm);
-        host.manager.initStorage(Rdm, wholeMap(u"Rdm"_s, i));
-    });
-    QCOMPARE(readBeside(host.manager, {replacer}), QStringList());
-    QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s).toString(),
-             wholeText(u"Rdm"_s, replacements - 1));
 }
 
 void tst_Threads::otherLayersAreUsedWhileSomeAreReplaced()
@@ -233,36 +190,6 @@ void tst_Threads::otherLayersAreUsedWhileSomeAreReplaced()
     QCOMPARE(wrong.take(), QStringList());
     QCOMPARE(host.manager.value(u"ui"_s, u"lang"_s).toString(),
              wholeText(u"Rdm"_s, replacements - 1));
-}
-
-void tst_Threads::aSettingIsWrittenWhileLayersAboveAndBelowComeAndGo()
-{
-    // Who changes the setting looks at its origin, which another thread may take away.
-    TestHost host;
-    host.manager.initStorage(SystemProperties);
-    Journal wrong;
-    host.handler.reaction
-            = [&wrong](SettingsType, const QString &, const QString &, const QVariant &value) {
-                  if (value.isValid() && !isWhole(value.toString()))
-                      wrong.add(describe(value));
-              };
-
-    const auto comeAndGo = [&host](SettingsType type) {
-        return loop(replacements, [&host, type](int i) {
-            host.manager.initStorage(type, wholeMap(nameOf(type), i));
-            host.manager.initStorage(type, wholeMap(nameOf(type), i + 1));
-            host.manager.clearStorage(type);
-        });
-    };
-    const Body writer = loop(writes, [&host](int i) {
-        host.manager.setValue(u"ui"_s, u"lang"_s, wholeText(u"SystemProperties"_s, i),
-                              SystemProperties);
-        host.manager.removeValue(u"ui"_s, u"lang"_s, SystemProperties);
-    });
-    runTogether({comeAndGo(Rdm), comeAndGo(CommandLineArgs), writer});
-
-    QCOMPARE(wrong.take(), QStringList());
-    QVERIFY(!host.manager.contains(u"ui"_s, u"lang"_s));
 }
 
 void tst_Threads::layersCreatedTogetherEndUpInOrder()
@@ -445,40 +372,6 @@ void tst_Threads::noCallWaitsForTheHost()
     QVERIFY(!contained);
     if (byHandler)
         QCOMPARE(seen, QVariant(u"en"_s)); // the handler is notified of what is written already
-}
-
-void tst_Threads::tablesAreThereForEveryThread()
-{
-    const QList<SettingsType> byRank{Runtime,         Rdm,
-                                     FeatureKeys,     SystemProperties,
-                                     CommandLineArgs, CustomConfPersistent,
-                                     SelviDb,         RavonaConfDefault};
-    const QStringList levels{u"critical"_s, u"error"_s, u"warning"_s,
-                             u"info"_s,     u"debug"_s, u"trace"_s};
-
-    Journal wrong;
-    const auto check = [&wrong](bool right, const char *what) {
-        if (!right)
-            wrong.add(QLatin1StringView(what));
-    };
-    const Body reader = loop(reads, [&](int i) {
-        const int rank = i % 8;
-        check(storagePriority == byRank, "storagePriority");
-        check(priorityOf(byRank.at(rank)) == rank, "priorityOf");
-        check(priorityOf(static_cast<SettingsType>(8)) == -1, "priorityOf, unknown");
-        check(QVariant::fromValue(byRank.at(rank)).toString() == nameOf(byRank.at(rank)),
-              "meta type");
-        const int level = i % 6;
-        check(LogsConfigWrapper::stringLevelToIntLevel().value(levels.at(level), -1) == level,
-              "stringLevelToIntLevel");
-        check(LogsConfigWrapper::minLevel() == 0, "minLevel");
-        check(LogsConfigWrapper::maxLevel() == 5, "maxLevel");
-        check(LogsConfigWrapper::isLevelValid(level), "isLevelValid");
-        check(!LogsConfigWrapper::isLevelValid(level + 6), "isLevelValid, too high");
-    });
-    runTogether({reader, reader, reader, reader});
-
-    QCOMPARE(wrong.take(), QStringList());
 }
 
 QTEST_GUILESS_MAIN(tst_Threads)
