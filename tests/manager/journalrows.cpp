@@ -194,23 +194,6 @@ Step available()
     };
 }
 
-Step order(const QString &key)
-{
-    return [=](Scene &scene) {
-        ConfigurationManager &manager = scene.host.manager;
-        QStringList origins;
-        for (const SettingsType type : storagePriority) {
-            if (!manager.contains(u"g"_s, key, type))
-                continue;
-            origins.append(manager.value(u"g"_s, key).toString());
-            manager.clearStorage(type);
-        }
-        origins.append(manager.value(u"g"_s, key, u"none"_s).toString());
-        scene.host.journal.take();
-        scene.host.journal.add(u"order g/%1: %2"_s.arg(key, origins.join(u' ')));
-    };
-}
-
 Step files()
 {
     return [](Scene &scene) {

@@ -86,8 +86,6 @@ Step read(const QString &key,
           const QString &group = QStringLiteral("g")); // "read g/k: int(1)", or "missing"
 Step holders(const QString &key); // "held g/k: Rdm SelviDb", or "by no layer"
 Step available(); // "available: Rdm SelviDb", or "none"
-// Clears the layers from above: "order g/k: Runtime Rdm none", for layers that hold their names.
-Step order(const QString &key);
 Step files(); // "file first/persistent/custom.conf: [g] k=1", or "no file"
 
 // One layer or several; a row is repeated for each.

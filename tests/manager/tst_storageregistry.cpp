@@ -4,7 +4,6 @@
 // The layers that there are, and what creating, replacing and clearing one changes, logs and notifies.
 // tst_LayerCalls tests the order of the layers.
 
-#include "datarows.h"
 #include "journalrows.h"
 
 #include <QtCore/QDir>
@@ -50,13 +49,8 @@ private Q_SLOTS:
     void invalidValuesInAReplacement() { runRow(); }
     void overriddenKeysInAReplacement_data();
     void overriddenKeysInAReplacement() { runRow(); }
-    void ranksAfterAReplacement_data();
-    void ranksAfterAReplacement() { runRow(); }
     void fileLayersReplaced_data();
     void fileLayersReplaced() { runRow(); }
-
-    void theOldFileIsWrittenWhenTheReplacementIsOver_data() { addTypeRows(fileLayers); }
-    void theOldFileIsWrittenWhenTheReplacementIsOver();
 
     void clearingMissingLayers_data();
     void clearingMissingLayers() { runRow(); }
@@ -64,9 +58,6 @@ private Q_SLOTS:
     void clearedLayers() { runRow(); }
     void keysOfAClearedLayer_data();
     void keysOfAClearedLayer() { runRow(); }
-
-    void theFileIsWrittenBeforeTheClearingIsLogged_data() { addTypeRows(fileLayers); }
-    void theFileIsWrittenBeforeTheClearingIsLogged();
 };
 
 void tst_StorageRegistry::kindsOfLayers_data()
@@ -179,15 +170,6 @@ void tst_StorageRegistry::keysOfANewLayer_data()
         handler: SELF b/a = QString(3)
         handler: SELF b/z = QString(1) )");
 
-    row("all handlers are notified of a key before the next key", Rdm, {append(u"second"_s)},
-        {init(Rdm, {{u"a"_s, 1}, {u"b"_s, 2}})}, uR"(
-        info: Storage: Rdm initialized
-        info: Top values changed: Rdm: { g/a = '1', g/b = '2' }
-        handler: Rdm g/a = int(1)
-        second: Rdm g/a = int(1)
-        handler: Rdm g/b = int(2)
-        second: Rdm g/b = int(2) )");
-
     const auto overLower = uR"(
         info: Storage: Rdm initialized
         info: Top value changed Rdm: g/a = 'en'
@@ -247,11 +229,18 @@ void tst_StorageRegistry::oddContentsOfANewLayer_data()
 
     // Intentional: a/x/c and a/y/c are both listed as a/c, a key that the layer cannot read.
     row("keys that a file lists twice", SelviDb, {file(SelviDb, "[a]\nx\\c=1\nb=2\ny\\c=3\n")},
-        {init(SelviDb)}, uR"(
+        {init(SelviDb), clear(SelviDb)}, uR"(
         info: Storage: SelviDb initialized
         debug: Top values changed: SelviDb: { a/b = '2', a/c = '', a/c = '' }
         handler: SelviDb a/b = QString(2)
         handler: SelviDb a/c = invalid
+        handler: SelviDb a/c = invalid
+        info: Storage: SelviDb cleared
+        debug: Parameter removed from all storages: a:b
+        handler: SelviDb a/b = invalid
+        debug: Parameter removed from all storages: a:c
+        handler: SelviDb a/c = invalid
+        debug: Parameter removed from all storages: a:c
         handler: SelviDb a/c = invalid )");
 
     row("a single key that a file lists and does not hold", SelviDb,
@@ -510,18 +499,6 @@ void tst_StorageRegistry::overriddenKeysInAReplacement_data()
         {init(Rdm, {{u"a"_s, 1}})}, silent);
 }
 
-void tst_StorageRegistry::ranksAfterAReplacement_data()
-{
-    Rows row;
-    for (const SettingsType type : storagePriority) {
-        const QString name = nameOf(type);
-        row(keyOf(type), type, {everyLayer(u"k"_s), elsewhere(), layer(SELF, {{u"k"_s, u"NEW"_s}})},
-            {order(u"k"_s)}, uR"(
-            order g/k: Runtime Rdm FeatureKeys SystemProperties CommandLineArgs CustomConfPersistent SelviDb RavonaConfDefault none )",
-            {{name, u"NEW"_s}});
-    }
-}
-
 void tst_StorageRegistry::fileLayersReplaced_data()
 {
     Rows row;
@@ -544,43 +521,6 @@ void tst_StorageRegistry::fileLayersReplaced_data()
         read g/a: QString(changed)
         read g/b: missing
         read g/c: QString(3) )");
-
-    // Intentional: a/x/c and a/y/c are both listed as a/c, which no layer can read, so that equal
-    // contents count as changed.
-    row("a key that is listed twice stays", SelviDb,
-        {file(SelviDb, "[a]\nb=2\nx\\c=1\ny\\c=3\n"), init(SelviDb)}, {init(SelviDb)}, uR"(
-        info: Storage: SelviDb reinitialized
-        debug: Top values changed: SelviDb: { a/c = '', a/c = '' }
-        handler: SelviDb a/c = invalid
-        handler: SelviDb a/c = invalid )");
-
-    row("a key that is listed twice is lost", SelviDb,
-        {file(SelviDb, "[a]\nx\\c=1\ny\\b=2\ny\\c=3\n"), init(SelviDb), elsewhere()},
-        {init(SelviDb)}, uR"(
-        info: Storage: SelviDb reinitialized
-        debug: Parameter removed from all storages: a:c
-        handler: SelviDb a/c = invalid
-        debug: Parameter removed from all storages: a:b
-        handler: SelviDb a/b = invalid
-        debug: Parameter removed from all storages: a:c
-        handler: SelviDb a/c = invalid )");
-}
-
-void tst_StorageRegistry::theOldFileIsWrittenWhenTheReplacementIsOver()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(type, u"g"_s, {{u"a"_s, 1}, {u"b"_s, 2}});
-    const QString oldFile = host.filePath(type);
-    int calls = 0;
-    host.handler.reaction = [&](SettingsType, const QString &, const QString &, const QVariant &) {
-        ++calls;
-        QVERIFY(readFile(oldFile).isNull());
-    };
-    host.moveTo(u"second"_s);
-    host.init(type, {{u"c"_s, u"3"_s}, {u"d"_s, u"4"_s}});
-    QCOMPARE(calls, 4);
-    QCOMPARE(readFile(oldFile), "[g]\na=1\nb=2\n");
 }
 
 void tst_StorageRegistry::clearingMissingLayers_data()
@@ -664,29 +604,6 @@ void tst_StorageRegistry::keysOfAClearedLayer_data()
         handler: SystemProperties g/alone = invalid
         info: Top value changed SelviDb: g/held below = '0.5'
         handler: SelviDb g/held below = QString(0.5) )");
-
-    // Intentional: a/x/c and a/y/c are both listed as a/c.
-    row("listed twice by a file", SelviDb, {file(SelviDb, "[a]\nx\\c=1\ny\\c=3\n"), init(SelviDb)},
-        {clear(SelviDb)}, uR"(
-        info: Storage: SelviDb cleared
-        debug: Parameter removed from all storages: a:c
-        handler: SelviDb a/c = invalid
-        debug: Parameter removed from all storages: a:c
-        handler: SelviDb a/c = invalid )");
-}
-
-void tst_StorageRegistry::theFileIsWrittenBeforeTheClearingIsLogged()
-{
-    QFETCH(const SettingsType, type);
-    TestHost host;
-    host.prepare(type, u"g"_s, {{u"a"_s, 1}});
-    QByteArray contents;
-    host.logger.reaction = [&](const QString &message) {
-        if (message.endsWith("cleared"_L1))
-            contents = readFile(host.filePath(type));
-    };
-    host.manager.clearStorage(type);
-    QCOMPARE(contents, "[g]\na=1\n");
 }
 
 QTEST_GUILESS_MAIN(tst_StorageRegistry)
