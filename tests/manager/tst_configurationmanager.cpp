@@ -49,8 +49,6 @@ private Q_SLOTS:
 
     void thePersistentStoragePathIsStoredUnchanged_data();
     void thePersistentStoragePathIsStoredUnchanged();
-    void theAssetsPrefixIsAnotherPath();
-    void settingThePathsIsSilentAndTouchesNoFile();
     void aLaterPathDoesNotMoveALayer_data() { addTypeRows(fileLayers); }
     void aLaterPathDoesNotMoveALayer();
 
@@ -225,31 +223,14 @@ void tst_ConfigurationManager::thePersistentStoragePathIsStoredUnchanged()
     QCOMPARE(manager.persistentStoragePath(), path);
 }
 
-void tst_ConfigurationManager::theAssetsPrefixIsAnotherPath()
-{
-    ConfigurationManager manager(nullptr);
-    manager.setPersistentStoragePath(u"/data/"_s);
-    manager.setAssetsPrefix(u"/assets/"_s);
-    QCOMPARE(manager.persistentStoragePath(), u"/data/"_s);
-    QCOMPARE(manager.startupScreenDirPath(), u"/data/startup_screen/"_s);
-}
-
-void tst_ConfigurationManager::settingThePathsIsSilentAndTouchesNoFile()
-{
-    TestHost host;
-    host.manager.setPersistentStoragePath(host.folder.filePath(u"new/persistent/"_s));
-    host.manager.setAssetsPrefix(host.folder.filePath(u"new/assets/"_s));
-    QCOMPARE(host.journal.take(), QStringList());
-    QVERIFY(!QDir(host.folder.filePath(u"new"_s)).exists());
-}
-
 void tst_ConfigurationManager::aLaterPathDoesNotMoveALayer()
 {
     QFETCH(const SettingsType, type);
     TestHost host;
-    host.manager.initStorage(type);
+    host.prepare(type);
     host.manager.setPersistentStoragePath(host.folder.filePath(u"new/"_s));
     host.manager.setAssetsPrefix(host.folder.filePath(u"new/"_s));
+    QCOMPARE(host.journal.take(), QStringList());
     host.manager.setValue(u"ui"_s, u"lang"_s, u"en"_s, type);
     host.manager.clearStorage(type);
     QCOMPARE(readFile(host.filePath(type)), "[ui]\nlang=en\n");
