@@ -196,13 +196,10 @@ void tst_CommandLineArgs::decimalNumbersOf32BitsAreAccepted_data()
     row("zero", u"0"_s, u"0"_s);
     row("negative", u"-5"_s, u"-5"_s);
     row("plus sign", u"+5"_s, u"5"_s);
-    row("minus zero", u"-0"_s, u"0"_s);
     row("leading zeros", u"0012"_s, u"12"_s);
     row("highest", u"2147483647"_s, u"2147483647"_s);
     row("lowest", u"-2147483648"_s, u"-2147483648"_s);
-    row("more digits than an int has", u"00000000000000000000042"_s, u"42"_s);
-    row("leading blank", u" 5"_s, u"5"_s);
-    row("trailing blanks", u"5  "_s, u"5"_s);
+    row("blanks around", u" 5  "_s, u"5"_s);
     row("tab and newline", u"\t5\n"_s, u"5"_s);
 }
 
@@ -214,29 +211,17 @@ void tst_CommandLineArgs::anyOtherTextForANumberAborts_data()
             rows.refused(name + " for " + option.toUtf8(), {option, text}, refusal(option, text));
     };
     row("word", u"abc"_s);
-    row("level name", u"debug"_s);
     row("number with a unit", u"12s"_s);
     row("fraction", u"5.0"_s);
-    row("exponent", u"1e3"_s);
     row("hexadecimal", u"0x10"_s);
-    row("hexadecimal digit", u"a"_s);
     row("one above the highest", u"2147483648"_s);
     row("one below the lowest", u"-2147483649"_s);
-    row("five in the low 32 bits", u"4294967301"_s);
-    row("beyond 64 bits", u"18446744073709551621"_s);
     row("group separator", u"1,000"_s);
-    row("inner blank", u"1 2"_s);
     row("blank", u" "_s);
-    row("two signs", u"--5"_s);
-    row("sign only", u"-"_s);
-    row("two numbers", u"1-2"_s);
-    row("no-break space", u"\u00a05"_s);
     row("Arabic-Indic digit", u"\u0663"_s);
-    row("Cyrillic", u"\u0441\u0435\u043c\u044c"_s);
     row("beyond the basic plane", u"\U0001F4FA"_s);
     row("printf directives", u"%s%d%n%5%%"_s);
     row("QString::arg() places", u"%1%2"_s);
-    row("quotes", u"'\"'"_s);
     row("long", QString(3000, u'9'));
 
     // The first one is named.
