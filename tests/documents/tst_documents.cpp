@@ -4,11 +4,14 @@
 // The code blocks of README.md and the guides, taken from the documents by extract.awk: what is said
 // to compile compiles, what is said to be printed is printed, and no block stands there unchecked.
 
+#include "files.h"
 #include "surroundings.h"
 
 #include <QtTest/QTest>
 
 #include <array>
+
+using namespace tamsel::tests;
 
 namespace {
 
@@ -46,12 +49,10 @@ CommandLine &commandLine()
 QByteArray rewritten(const QByteArray &ini, QSettings::Status *status)
 {
     const QTemporaryDir directory;
-    QFile original(directory.filePath(u"original"_s));
-    if (!original.open(QIODevice::WriteOnly) || original.write(ini) < 0)
-        return original.errorString().toUtf8();
-    original.close();
-
-    const QSettings read(original.fileName(), QSettings::IniFormat);
+    const QString original = directory.filePath(u"original"_s);
+    if (!writeFile(original, ini))
+        return "cannot write a file";
+    const QSettings read(original, QSettings::IniFormat);
     *status = read.status();
     const QString copy = directory.filePath(u"copy"_s);
     {
@@ -60,8 +61,7 @@ QByteArray rewritten(const QByteArray &ini, QSettings::Status *status)
         for (const QString &key : keys)
             write.setValue(key, read.value(key));
     }
-    QFile file(copy);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : file.errorString().toUtf8();
+    return readFile(copy);
 }
 
 } // namespace
@@ -95,9 +95,8 @@ void tst_Documents::blocksLeftToOtherTestsNameOne()
     QDirIterator files(QStringLiteral(TESTS_DIR), {u"tst_*.cpp"_s}, QDir::Files,
                        QDirIterator::Subdirectories);
     while (files.hasNext()) {
-        QFile file(files.next());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        sources.insert(QFileInfo(file).completeBaseName(), file.readAll());
+        const QString path = files.next();
+        sources.insert(QFileInfo(path).completeBaseName(), readFile(path));
     }
     for (const TextBlock &block : blocksOfOtherTests) {
         // The test names the documents that it reads.

@@ -4,12 +4,9 @@
 #ifndef TAMSEL_TESTS_FAULTRUN_H
 #define TAMSEL_TESTS_FAULTRUN_H
 
-#include <QtCore/QtGlobal>
+#include "program.h"
 
 namespace tamsel::tests {
-
-// How long a step of another program may take, in milliseconds; emulated programs are slow.
-constexpr int patience = 60'000;
 
 // full in the long run, which TAMSEL_FAULTS=full in the environment asks for; else quick.
 int rounds(int quick, int full);

@@ -5,6 +5,7 @@
 
 #include "faultrun.h"
 #include "testhost.h"
+#include "threads.h"
 
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QTest>
@@ -12,7 +13,6 @@
 #include <array>
 #include <atomic>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include <unistd.h>
@@ -216,15 +216,11 @@ void tst_Reentrancy::handlersOnSeveralThreadsMayComeBack()
             host.manager.setValue(group, key + u"'s echo"_s, value, type);
     };
 
-    std::vector<std::thread> threads;
-    for (const SettingsType type : types) {
-        threads.emplace_back([&host, writes, type] {
-            for (int number = 0; number < writes; ++number)
-                host.manager.setValue(u"g"_s, nameOf(type), number, type);
-        });
-    }
-    for (std::thread &thread : threads)
-        thread.join();
+    runTogether(int(types.size()), [&host, writes](int i) {
+        const SettingsType type = types.at(std::size_t(i));
+        for (int number = 0; number < writes; ++number)
+            host.manager.setValue(u"g"_s, nameOf(type), number, type);
+    });
 
     QCOMPARE(notifications, 2 * writes * int(types.size()));
     QCOMPARE(wrong, 0);

@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
+#include "files.h"
 #include "program.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QSettings>
@@ -17,9 +17,7 @@
 #include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
-using tamsel::tests::ProgramResult;
-using tamsel::tests::ProgramSurroundings;
-using tamsel::tests::runProgram;
+using namespace tamsel::tests;
 
 namespace {
 
@@ -114,9 +112,7 @@ void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
 {
     const QTemporaryDir directory;
     const auto write = [&directory](const QString &name, const QByteArray &contents) {
-        QFile file(directory.filePath(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(contents), contents.size());
+        QVERIFY(writeFile(directory.filePath(name), contents));
     };
     const QStringList iniFiles{u"custom.conf"_s, u"selvi.db"_s, u"ravona.conf"_s};
     for (const QString &name : iniFiles) {
@@ -161,11 +157,10 @@ void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
 void tst_InspectCost::jsonOfTwoHundredThousandSettingsTakesUnderTwoHundredMegabytes()
 {
     const QTemporaryDir directory;
-    QFile file(directory.filePath(u"ravona.conf"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly));
+    QByteArray contents;
     for (int part = 0; part < 200'000 / groupCount / keysPerGroup; ++part)
-        file.write(iniFile(u"part%1"_s.arg(part), u"part%1"_s.arg(part)));
-    file.close();
+        contents += iniFile(u"part%1"_s.arg(part), u"part%1"_s.arg(part));
+    QVERIFY(writeFile(directory.filePath(u"ravona.conf"_s), contents));
 
     ProgramSurroundings surroundings;
     surroundings.directory = directory.path();
@@ -175,9 +170,7 @@ void tst_InspectCost::jsonOfTwoHundredThousandSettingsTakesUnderTwoHundredMegaby
                          {u"--storage=."_s, u"--assets=."_s, u"--json"_s}, surroundings);
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.end, u"exit 0"_s);
-    QFile output(surroundings.outputFile);
-    QVERIFY(output.open(QIODevice::ReadOnly));
-    QCOMPARE(output.readAll().count('\n'), 200'000 + 2);
+    QCOMPARE(readFile(surroundings.outputFile).count('\n'), 200'000 + 2);
 
     rusage usage{};
     getrusage(RUSAGE_CHILDREN, &usage); // the largest of them

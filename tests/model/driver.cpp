@@ -4,6 +4,7 @@
 #include "driver.h"
 
 #include "alphabet.h"
+#include "files.h"
 #include "model.h"
 
 #include <tamsel/configurationmanager.h>
@@ -69,9 +70,7 @@ void beforeOpening(const Model &, const QString &) { }
 
 void putFile(ConfigurationManager &, const QString &fileName, const IniFile &content)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)
-        || file.write(content.text) != content.text.size())
+    if (!writeFile(fileName, content.text))
         qFatal("cannot write a file");
 }
 
@@ -254,9 +253,8 @@ template class Driver<Model>;
 bool makePlaces(const QString &root)
 {
     const QDir directory(root);
-    QFile file(root + "file"_L1);
     return directory.mkpath(u"first"_s) && directory.mkpath(u"second"_s)
-            && file.open(QIODevice::WriteOnly);
+            && writeFile(root + "file"_L1, {});
 }
 
 QString firstDifference(const Sequence &sequence)

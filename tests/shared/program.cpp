@@ -14,8 +14,6 @@ namespace tamsel::tests {
 
 namespace {
 
-constexpr int patience = 120'000; // milliseconds; emulated programs are slow
-
 // The command in front of the program, empty where the programs run as they are.
 QStringList emulator()
 {

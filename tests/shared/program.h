@@ -12,6 +12,9 @@ QT_FORWARD_DECLARE_CLASS(QProcess)
 
 namespace tamsel::tests {
 
+// How long a step of another program may take, in milliseconds; emulated programs are slow.
+inline constexpr int patience = 120'000;
+
 // What became of a program that was run to its end.
 struct ProgramResult
 {

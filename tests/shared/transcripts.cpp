@@ -4,6 +4,7 @@
 #include "transcripts.h"
 
 #include "files.h"
+#include "program.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
@@ -20,12 +21,6 @@
 using namespace Qt::StringLiterals;
 
 namespace tamsel::tests {
-
-namespace {
-
-constexpr int patience = 120'000; // milliseconds; emulated programs are slow
-
-} // namespace
 
 Terminal::Terminal(ushort columns) : m_screen(posix_openpt(O_RDWR | O_NOCTTY))
 {

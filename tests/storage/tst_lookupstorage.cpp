@@ -7,7 +7,6 @@
 #include "managerprivate.h"
 #include "storage/ownstorages.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QRectF>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
@@ -120,9 +119,7 @@ void tst_LookupStorage::aFileCannotHoldWhatIsNotHeld()
         QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, path);
         storage.setValue(u"g"_s, u"k"_s, QRectF()); // as what stands for it
     }
-    const QString copy = folder.filePath(u"b.conf"_s); // QSettings remembers the files it has seen
-    QVERIFY(QFile::copy(path, copy));
-    const QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, copy);
+    const QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, freshCopy(path));
     QVariant value;
     QVERIFY(storage.lookup({u"g"_s, u"k"_s}, &value));
     QCOMPARE(value, QVariant(QRectF()));

@@ -4,13 +4,11 @@
 // What every kind of storage has to do, and what every writable one has to do. Where they differ is
 // for the test of each class.
 
-#include "files.h"
-#include "layers.h"
-#include "recording.h"
 #include "storage/dynamicmapstorage.h"
 #include "storage/qtsettingsinistorage.h"
 #include "storage/staticmapreader.h"
 #include "storagetesting.h"
+#include "testhost.h"
 #include "threads.h"
 
 #include <QtCore/QRegularExpression>
@@ -40,11 +38,6 @@ using StoragePointer = std::unique_ptr<AbstractStorage>;
 // Makes a storage that holds the contents, a map of groups.
 using Factory = StoragePointer (*)(SettingsType type, IConfigurationChangeHandler *handler,
                                    ILogger *logger, const QVariantMap &contents);
-
-QVariantMap contentsOf(const QString &group, const QVariantMap &entries)
-{
-    return {{group, entries}};
-}
 
 StoragePointer makeDynamicMap(SettingsType type, IConfigurationChangeHandler *handler,
                               ILogger *logger, const QVariantMap &contents)
@@ -240,7 +233,7 @@ void tst_StorageContract::itHoldsEachKeyOfEachGroup()
 void tst_StorageContract::noOtherKeyIsHeld()
 {
     QFETCH(const Factory, make);
-    const Layer layer(make, contentsOf(u"Group"_s, {{u"Key"_s, u"held"_s}}));
+    const Layer layer(make, groupMap(u"Group"_s, {{u"Key"_s, u"held"_s}}));
     for (const auto &[group, key] : KeyList{{u"Group"_s, u"Other"_s},
                                             {u"Other"_s, u"Key"_s},
                                             {u"Key"_s, u"Group"_s},
@@ -260,7 +253,7 @@ void tst_StorageContract::namesAndValuesMayBeAMebibyteLong()
     QFETCH(const Factory, make);
     const QString name(1 << 20, u'n');
     const QString value(1 << 20, u'v');
-    const Layer layer(make, contentsOf(name, {{name, value}}));
+    const Layer layer(make, groupMap(name, {{name, value}}));
     QCOMPARE(layer.storage->keys(), KeyList({{name, name}}));
     QCOMPARE(layer.storage->value(name, name), QVariant(value));
 }
@@ -271,7 +264,7 @@ void tst_StorageContract::aGroupMayHoldAHundredThousandKeys()
     QVariantMap entries;
     for (int i = 0; i < 100'000; ++i)
         entries.insert(QString::number(i), u"value %1"_s.arg(i));
-    const Layer layer(make, contentsOf(u"g"_s, entries));
+    const Layer layer(make, groupMap(u"g"_s, entries));
     QVERIFY(layer.storage->isAvailable());
     QCOMPARE(layer.storage->keys().size(), entries.size());
     for (const QString &key : {u"0"_s, u"500"_s, u"99999"_s})
@@ -325,7 +318,7 @@ void tst_StorageContract::keysAreSortedByGroupAndThenByKey()
 void tst_StorageContract::onlyAChangeIsNotified()
 {
     QFETCH(const Factory, make);
-    Layer layer(make, contentsOf(u"g"_s, {{u"k"_s, u"v"_s}}));
+    Layer layer(make, groupMap(u"g"_s, {{u"k"_s, u"v"_s}}));
     layer.storage->setValue(u"g"_s, u"k"_s, u"v"_s);
     QCOMPARE(layer.journal.take(), QStringList());
     layer.storage->setValue(u"g"_s, u"k"_s, 2);
@@ -344,7 +337,7 @@ void tst_StorageContract::onlyAChangeIsNotified()
 void tst_StorageContract::keysAreASnapshot()
 {
     QFETCH(const Factory, make);
-    const Layer layer(make, contentsOf(u"g"_s, {{u"k"_s, u"v"_s}}));
+    const Layer layer(make, groupMap(u"g"_s, {{u"k"_s, u"v"_s}}));
     const KeyList before = layer.storage->keys();
     layer.storage->setValue(u"g"_s, u"a"_s, 2);
     layer.storage->remove(u"g"_s, u"k"_s);
@@ -427,7 +420,7 @@ void tst_StorageContract::theHandlerMayDeleteTheStorage()
 {
     // Nothing of the storage may be used after the notification; AddressSanitizer notices it.
     QFETCH(const Factory, make);
-    const QVariantMap contents = contentsOf(u"g"_s, {{u"k"_s, u"v"_s}});
+    const QVariantMap contents = groupMap(u"g"_s, {{u"k"_s, u"v"_s}});
     const auto deleteStorage = [](Layer &layer) {
         layer.handler.reaction = [&layer](SettingsType, const QString &, const QString &,
                                           const QVariant &) { layer.storage.reset(); };
