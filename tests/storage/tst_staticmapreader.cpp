@@ -4,15 +4,12 @@
 #include "storage/staticmapreader.h"
 
 #include "storagetesting.h"
-#include "threads.h"
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QRegularExpression>
 #include <QtTest/QTest>
 
 #include <map>
-#include <memory>
-#include <utility>
 
 using namespace tamsel;
 using namespace tamsel::tests;
@@ -22,14 +19,8 @@ namespace {
 
 using Layer = RecordedStorage<StaticMapReader, Rdm>;
 
-// Becomes a map when a test says how.
+// Becomes a map late.
 struct Convertible
-{
-    int number = 0;
-};
-
-// As Convertible, for a test that adds the conversion late.
-struct LateConvertible
 {
 };
 
@@ -44,13 +35,10 @@ class tst_StaticMapReader : public QObject
 private Q_SLOTS:
     void init();
 
-    void aValueKeepsItsType_data() { addValueRows(); }
-    void aValueKeepsItsType();
     void keysOfAConvertedGroupAreSortedToo();
 
     void whateverConvertsToAMapIsAGroup_data();
     void whateverConvertsToAMapIsAGroup();
-    void everyReadConvertsAgain();
     void aConversionMayComeLate();
 
     void theHostsChangesDoNotReachTheLayer();
@@ -61,23 +49,6 @@ private Q_SLOTS:
 void tst_StaticMapReader::init()
 {
     QTest::failOnWarning(QRegularExpression(u".*"_s));
-}
-
-void tst_StaticMapReader::aValueKeepsItsType()
-{
-    QFETCH(const QVariant, value);
-    const QVariantMap entries{{u"k"_s, value}};
-    const QVariantHash hashed{{u"k"_s, value}};
-    const Layer layer(QVariantMap{{u"map"_s, entries}, {u"hash"_s, hashed}});
-    for (const QString &group : {u"map"_s, u"hash"_s}) {
-        QVERIFY(layer.storage->contains(group, u"k"_s));
-        const QVariant read = layer.storage->value(group, u"k"_s);
-        QCOMPARE(shown(read), shown(value));
-        QCOMPARE(read.isNull(), value.isNull());
-        QCOMPARE(read.toString().isNull(), value.toString().isNull());
-        QVERIFY(!layer.storage->contains(group, u"l"_s));
-    }
-    QCOMPARE(layer.storage->keys(), KeyList({{u"hash"_s, u"k"_s}, {u"map"_s, u"k"_s}}));
 }
 
 void tst_StaticMapReader::keysOfAConvertedGroupAreSortedToo()
@@ -124,7 +95,7 @@ void tst_StaticMapReader::whateverConvertsToAMapIsAGroup_data()
     row("list of texts", QStringList{u"k"_s, u"l"_s});
     row("list of a map", QVariantList{QVariantMap{{u"k"_s, 1}}});
     row("enumerator", QVariant::fromValue(Level::Off));
-    row("type without conversions", QVariant::fromValue(LateConvertible()));
+    row("type without conversions", QVariant::fromValue(Convertible()));
     row("null pointer", QVariant::fromValue(nullptr));
     row("map that may hold a key twice",
         QVariant::fromValue(QMultiMap<QString, QVariant>{{u"k"_s, 1}}));
@@ -152,44 +123,17 @@ void tst_StaticMapReader::whateverConvertsToAMapIsAGroup()
     QCOMPARE(layer.journal.take(), QStringList());
 }
 
-void tst_StaticMapReader::everyReadConvertsAgain()
-{
-    int conversions = 0;
-    QVERIFY((QMetaType::registerConverter<Convertible, QVariantMap>(
-            [&conversions](const Convertible &group) {
-                ++conversions;
-                return QVariantMap{{u"number"_s, group.number}, {u"time"_s, conversions}};
-            })));
-    const auto unregister = qScopeGuard([] {
-        QMetaType::unregisterConverterFunction(QMetaType::fromType<Convertible>(),
-                                               QMetaType::fromType<QVariantMap>());
-    });
-    Layer layer(QVariantMap{{u"g"_s, QVariant::fromValue(Convertible{7})}});
-    QCOMPARE(conversions, 0);
-    QVERIFY(layer.storage->contains(u"g"_s, u"number"_s));
-    QCOMPARE(conversions, 1);
-    QCOMPARE(shown(layer.storage->value(u"g"_s, u"number"_s)), shown(7));
-    QCOMPARE(conversions, 2);
-    QCOMPARE(layer.storage->keys(), KeyList({{u"g"_s, u"number"_s}, {u"g"_s, u"time"_s}}));
-    QCOMPARE(conversions, 3);
-    QCOMPARE(shown(layer.storage->value(u"g"_s, u"time"_s)), shown(4));
-    QCOMPARE(shown(layer.storage->value(u"g"_s, u"time"_s)), shown(5));
-    QVERIFY(!layer.storage->contains(u"other"_s, u"time"_s));
-    QCOMPARE(conversions, 5);
-}
-
 void tst_StaticMapReader::aConversionMayComeLate()
 {
-    Layer layer(QVariantMap{{u"g"_s, QVariant::fromValue(LateConvertible())}});
+    Layer layer(QVariantMap{{u"g"_s, QVariant::fromValue(Convertible())}});
     QVERIFY(!layer.storage->contains(u"g"_s, u"k"_s));
     QCOMPARE(layer.storage->keys(), KeyList());
     {
-        QVERIFY((QMetaType::registerConverter<LateConvertible, QVariantMap>(
-                [](const LateConvertible &) {
-                    return QVariantMap{{u"k"_s, 1}};
-                })));
+        QVERIFY((QMetaType::registerConverter<Convertible, QVariantMap>([](const Convertible &) {
+            return QVariantMap{{u"k"_s, 1}};
+        })));
         const auto unregister = qScopeGuard([] {
-            QMetaType::unregisterConverterFunction(QMetaType::fromType<LateConvertible>(),
+            QMetaType::unregisterConverterFunction(QMetaType::fromType<Convertible>(),
                                                    QMetaType::fromType<QVariantMap>());
         });
         QVERIFY(layer.storage->contains(u"g"_s, u"k"_s));

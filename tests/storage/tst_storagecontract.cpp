@@ -120,6 +120,8 @@ private Q_SLOTS:
     void everyNameIsKeptApartFromOthers();
     void keysAreSortedByGroupAndThenByKey_data() { addKindsInMemory(); }
     void keysAreSortedByGroupAndThenByKey();
+    void aValueKeepsItsType_data() { addValueRows(); }
+    void aValueKeepsItsType();
 
     // Every writable storage.
     void onlyAChangeIsNotified_data() { addWritableKinds(); }
@@ -313,6 +315,19 @@ void tst_StorageContract::keysAreSortedByGroupAndThenByKey()
             expected.append({group, key});
     }
     QCOMPARE(Layer(make, contents).storage->keys(), expected);
+}
+
+void tst_StorageContract::aValueKeepsItsType()
+{
+    QFETCH(const QVariant, value);
+    for (const Factory make : {&makeDynamicMap, &makeStaticMap}) {
+        const Layer layer(make, groupMap(u"g"_s, {{u"k"_s, value}}));
+        QVERIFY(layer.storage->contains(u"g"_s, u"k"_s));
+        const QVariant read = layer.storage->value(u"g"_s, u"k"_s);
+        QCOMPARE(shown(read), shown(value));
+        QCOMPARE(read.isNull(), value.isNull());
+        QCOMPARE(read.toString().isNull(), value.toString().isNull());
+    }
 }
 
 void tst_StorageContract::onlyAChangeIsNotified()
