@@ -41,6 +41,10 @@ constexpr std::array<Action, 32> actionWeights{
 
 constexpr std::size_t maxEntries = 6;
 
+constexpr std::array<const char *, placeCount> placeNames{"first", "second", "unwritable"};
+constexpr std::array<const char *, roleCount> roleNames{"recorder", "reader", "writer", "leaver",
+                                                        "toggler"};
+
 // Rarely one of the two that do not exist.
 std::size_t layer(unsigned char random)
 {
@@ -68,36 +72,6 @@ QString layerText(std::size_t index)
     return name ? QString(QLatin1StringView(name)) : QString::number(static_cast<int>(type));
 }
 
-QString placeText(Place place)
-{
-    switch (place) {
-    case Place::First:
-        return u"first"_s;
-    case Place::Second:
-        return u"second"_s;
-    case Place::Unwritable:
-        break;
-    }
-    return u"unwritable"_s;
-}
-
-QString roleText(Role role)
-{
-    switch (role) {
-    case Role::Records:
-        return u"recorder"_s;
-    case Role::Reads:
-        return u"reader"_s;
-    case Role::Writes:
-        return u"writer"_s;
-    case Role::Leaves:
-        return u"leaver"_s;
-    case Role::TogglesAnother:
-        break;
-    }
-    return u"toggler"_s;
-}
-
 QString entriesText(const std::vector<Entry> &entries)
 {
     QStringList texts;
@@ -118,6 +92,8 @@ QString describe(const Operation &operation)
 {
     const QString key = keyText(operation.key);
     const QString layer = layerText(operation.layer);
+    const QLatin1StringView role(roleNames.at(static_cast<std::size_t>(operation.role)));
+    const QLatin1StringView place(placeNames.at(static_cast<std::size_t>(operation.place)));
     switch (operation.action) {
     case Action::SetValue:
         return "setValue("_L1 % key % ", "_L1 % valueText(operation.value) % ", "_L1 % layer
@@ -137,18 +113,18 @@ QString describe(const Operation &operation)
     case Action::ClearStorage:
         return "clearStorage("_L1 % layer % ')'_L1;
     case Action::AppendHandler:
-        return "appendConfigurationHandler("_L1 % roleText(operation.role) % ')'_L1;
+        return "appendConfigurationHandler("_L1 % role % ')'_L1;
     case Action::RemoveHandler:
-        return "removeConfigurationHandler("_L1 % roleText(operation.role) % ')'_L1;
+        return "removeConfigurationHandler("_L1 % role % ')'_L1;
     case Action::SetPersistentStoragePath:
-        return "setPersistentStoragePath("_L1 % placeText(operation.place) % ')'_L1;
+        return "setPersistentStoragePath("_L1 % place % ')'_L1;
     case Action::SetAssetsPrefix:
-        return "setAssetsPrefix("_L1 % placeText(operation.place) % ')'_L1;
+        return "setAssetsPrefix("_L1 % place % ')'_L1;
     case Action::DeliverFile:
         break;
     }
     return "deliver file "_L1 % QString::number(operation.file) % " for "_L1 % layer % " to "_L1
-            % placeText(operation.place) % " and init it"_L1;
+            % place % " and init it"_L1;
 }
 
 QVariantMap toMap(const std::vector<Entry> &entries)
