@@ -61,7 +61,11 @@ QString escapeOf(QStringView units)
 
 template <typename Predicate> QString withEscapes(const QString &text, Predicate isEscaped)
 {
-    const auto isSpecial = [&](QChar unit) { return isEscaped(char32_t(unit.unicode())); };
+    // A call for each character would cost most of the time.
+    const auto isSpecial = [&](QChar unit) {
+        const bool isPlain = unit.unicode() >= 0x20 && unit.unicode() < 0x7f;
+        return !isPlain && isEscaped(char32_t(unit.unicode()));
+    };
     // Outside of the basic plane every unit is a surrogate, which is escaped by itself.
     // Intentional, here and below: count_if(), as any_of() is unrolled: some 150 bytes more on MIPS32.
     if (std::count_if(text.cbegin(), text.cend(), isSpecial) == 0)

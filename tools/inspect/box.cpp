@@ -94,21 +94,35 @@ Box::Box(const Options &options, const QString &storage, const HostValues &hostV
     };
     for (const auto &name : {options.explained, options.wanted}) {
         if (name)
-            m_names.emplace(name->group, name->key);
+            m_hostKeys.emplace_back(name->group, name->key);
     }
-    // A file may hold one of these under another spelling: group a/b, key c is group a, key b/c.
     for (const SettingsType layer : tamsel::storagePriority)
-        rememberNames(m_hostValues.mapOf(layer));
+        addHostKeys(m_hostValues.mapOf(layer));
+    sort(&m_hostKeys);
     std::for_each(tamsel::storagePriority.crbegin(), tamsel::storagePriority.crend(),
                   [&](SettingsType layer) { addLayer(layer, storage, options.assets); });
 }
 
-void Box::rememberNames(const QVariantMap &groups)
+// As std::pair has it, with one comparison of the groups.
+bool Box::isBefore(const Key &key, const Key &other)
+{
+    const int groups = key.first.compare(other.first);
+    return groups != 0 ? groups < 0 : key.second < other.second;
+}
+
+void Box::sort(Keys *keys)
+{
+    if (!std::is_sorted(keys->cbegin(), keys->cend(), isBefore)) // most files are
+        std::sort(keys->begin(), keys->end(), isBefore);
+    keys->erase(std::unique(keys->begin(), keys->end()), keys->end());
+}
+
+void Box::addHostKeys(const QVariantMap &groups)
 {
     for (auto group = groups.cbegin(); group != groups.cend(); ++group) {
         const QVariantMap entries = group->toMap();
         for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
-            m_names.emplace(group.key(), entry.key());
+            m_hostKeys.emplace_back(group.key(), entry.key());
     }
 }
 
@@ -119,16 +133,16 @@ void Box::addLayer(SettingsType layer, const QString &storage, const QString &as
     settings.setPersistentStoragePath(storage);
     settings.setAssetsPrefix(assets);
     if (isFileLayer(layer)) {
-        addFileLayer(settings, layer);
-    } else {
-        const QVariantMap groups = m_hostValues.mapOf(layer);
-        if (groups.isEmpty())
-            return;
-        settings.initStorage(layer, groups);
-        if (isWritten(layer))
-            writeAll(settings, groups, layer);
+        takeValues(settings, layer, addFileLayer(settings, layer));
+        return;
     }
-    takeValues(settings, layer);
+    const QVariantMap groups = m_hostValues.mapOf(layer);
+    if (groups.isEmpty())
+        return;
+    settings.initStorage(layer, groups);
+    if (isWritten(layer))
+        writeAll(settings, groups, layer);
+    takeValues(settings, layer, m_hostKeys);
 }
 
 void Box::writeAll(tamsel::ConfigurationManager &settings, const QVariantMap &groups,
@@ -141,7 +155,8 @@ void Box::writeAll(tamsel::ConfigurationManager &settings, const QVariantMap &gr
     }
 }
 
-void Box::addFileLayer(tamsel::ConfigurationManager &settings, SettingsType layer)
+// Returns the keys that the layer may hold.
+Box::Keys Box::addFileLayer(tamsel::ConfigurationManager &settings, SettingsType layer)
 {
     const QString fileName = m_files.value(layer);
     const QFileInfo info(fileName);
@@ -150,27 +165,31 @@ void Box::addFileLayer(tamsel::ConfigurationManager &settings, SettingsType laye
         throw UserError(u"there is no file %1"_s.arg(fileName));
     m_iniFiles.push_back(std::make_unique<IniFile>(fileName));
     settings.initStorage(layer); // shares what was loaded
-    listEntries(layer, *m_iniFiles.back());
+    Keys keys = keysIn(*m_iniFiles.back(), layer);
+    keys.insert(keys.end(), m_hostKeys.cbegin(), m_hostKeys.cend());
+    sort(&keys);
+    return keys;
 }
 
 // Looks at the names in the file itself: the layer lists an entry by the first and the last part of
 // its name, and reads it by the texts before and after the first "/".
-void Box::listEntries(SettingsType layer, const IniFile &file)
+Box::Keys Box::keysIn(const IniFile &file, SettingsType layer)
 {
-    auto next = m_names.cbegin(); // entries are in order, so most are right behind the one before
+    Keys result;
+    result.reserve(static_cast<std::size_t>(file.entries().size()));
     for (const QString &entry : file.entries()) {
         const qsizetype first = entry.indexOf(u'/');
         const qsizetype last = entry.lastIndexOf(u'/');
         const bool isUsual = first == last && first > 0 && last + 1 < entry.size();
-        const Pair listed{entry.left(first), entry.mid(last + 1)};
+        const Key listed{entry.left(first), entry.mid(last + 1)};
         if (isUsual) { // read as it is listed
-            next = std::next(m_names.insert(next, listed));
+            result.push_back(listed);
             continue;
         }
-        const Pair read{first < 0 ? QString() : listed.first, entry.mid(first + 1)};
+        const Key read{first < 0 ? QString() : listed.first, entry.mid(first + 1)};
         LayerValue layerValue{layer, Value(), m_files.value(layer), entry};
         if (!layerValue.isLost()) {
-            next = std::next(m_names.insert(next, read));
+            result.push_back(read);
             if (listed == read)
                 continue;
             const QVariant value = file.settings().value(entry);
@@ -178,21 +197,24 @@ void Box::listEntries(SettingsType layer, const IniFile &file)
         }
         m_unreadable[listed].append(layerValue);
     }
+    return result;
 }
 
 // The layer is the only one, so it is the origin of everything that it holds.
-void Box::takeValues(const tamsel::ConfigurationManager &settings, SettingsType layer)
+void Box::takeValues(const tamsel::ConfigurationManager &settings, SettingsType layer,
+                     const Keys &keys)
 {
     const QVariant notHeld = QVariant::fromValue(NotHeld());
-    auto next = m_held.begin();
-    for (const auto &pair : m_names) {
-        const QVariant value = settings.value(pair.first, pair.second, notHeld);
-        if (value.metaType() == notHeld.metaType())
-            continue;
-        next = m_held.try_emplace(next, pair);
-        next->second.push_back({layer, value});
-        ++next;
+    const auto before = static_cast<std::ptrdiff_t>(m_held.size());
+    for (const Key &key : keys) {
+        const QVariant value = settings.value(key.first, key.second, notHeld);
+        if (value.metaType() != notHeld.metaType())
+            m_held.push_back({key, layer, value});
     }
+    // Those of one key stay in the order of the layers.
+    std::inplace_merge(
+            m_held.begin(), m_held.begin() + before, m_held.end(),
+            [](const Held &held, const Held &other) { return isBefore(held.key, other.key); });
 }
 
 bool Box::isLookedAt(SettingsType layer) const
@@ -200,23 +222,24 @@ bool Box::isLookedAt(SettingsType layer) const
     return m_onlyLayer.value_or(layer) == layer;
 }
 
-Setting Box::settingOf(const Pair &pair, const std::vector<Held> &held) const
+// The layers that hold the key are those from begin to end.
+Setting Box::settingOf(const Key &key, HeldIterator begin, HeldIterator end) const
 {
-    Setting result{{pair.first, pair.second}, std::nullopt, {}};
-    const bool secret = isSecret(pair);
-    for (auto found = held.crbegin(); found != held.crend(); ++found) {
-        const auto &[layer, value] = *found;
-        if (!isLookedAt(layer))
+    Setting result{{key.first, key.second}, std::nullopt, {}};
+    const bool secret = isSecret(key);
+    while (end != begin) {
+        const Held &held = *--end;
+        if (!isLookedAt(held.layer))
             continue;
-        const QString file = isFileLayer(layer) ? m_files.value(layer)
-                                                : m_hostValues.fileOf(layer, result.name);
-        const LayerValue layerValue{layer, valueOf(secret, pair, value), file, {}};
+        const QString file = isFileLayer(held.layer) ? m_files.value(held.layer)
+                                                     : m_hostValues.fileOf(held.layer, result.name);
+        const LayerValue layerValue{held.layer, valueOf(secret, key, held.value), file, {}};
         if (result.origin)
             result.overridden.append(layerValue);
         else
             result.origin = layerValue;
     }
-    if (const auto unreadable = m_unreadable.find(pair); unreadable != m_unreadable.cend()) {
+    if (const auto unreadable = m_unreadable.find(key); unreadable != m_unreadable.cend()) {
         QList<LayerValue> entries = unreadable->second;
         std::stable_sort(entries.begin(), entries.end(), [](const auto &a, const auto &b) {
             return tamsel::priorityOf(a.layer) < tamsel::priorityOf(b.layer);
@@ -231,36 +254,43 @@ Setting Box::settingOf(const Pair &pair, const std::vector<Held> &held) const
 
 Setting Box::setting(const SettingName &name) const
 {
-    const Pair pair{name.group, name.key};
-    const auto held = m_held.find(pair);
-    return settingOf(pair, held == m_held.cend() ? std::vector<Held>() : held->second);
+    const Key key{name.group, name.key};
+    const auto begin = std::lower_bound(
+            m_held.cbegin(), m_held.cend(), key,
+            [](const Held &held, const Key &other) { return isBefore(held.key, other); });
+    return settingOf(key, begin, std::find_if(begin, m_held.cend(), [&key](const Held &held) {
+                         return held.key != key;
+                     }));
 }
 
 void Box::visit(const std::function<void(const Setting &)> &visitor) const
 {
-    const auto visitOne = [&](const Pair &pair, const std::vector<Held> &held) {
-        const Setting setting = settingOf(pair, held);
+    const auto visitOne = [&](const Key &key, HeldIterator begin, HeldIterator end) {
+        const Setting setting = settingOf(key, begin, end);
         if (setting.origin || !setting.overridden.isEmpty())
             visitor(setting);
     };
     auto unreadable = m_unreadable.cbegin();
-    const auto visitUnreadable = [&](const auto &isBefore) {
-        for (; unreadable != m_unreadable.cend() && isBefore(unreadable->first); ++unreadable) {
-            if (m_held.find(unreadable->first) == m_held.cend())
-                visitOne(unreadable->first, {});
+    for (auto begin = m_held.cbegin(); begin != m_held.cend();) {
+        const Key &key = begin->key;
+        for (; unreadable != m_unreadable.cend() && unreadable->first <= key; ++unreadable) {
+            if (unreadable->first != key)
+                visitOne(unreadable->first, begin, begin);
         }
-    };
-    for (const auto &[pair, held] : m_held) {
-        visitUnreadable([&name = pair](const Pair &other) { return other < name; });
-        visitOne(pair, held);
+        auto end = std::next(begin);
+        while (end != m_held.cend() && end->key == key)
+            ++end;
+        visitOne(key, begin, end);
+        begin = end;
     }
-    visitUnreadable([](const Pair &) { return true; });
+    for (; unreadable != m_unreadable.cend(); ++unreadable)
+        visitOne(unreadable->first, m_held.cend(), m_held.cend());
 }
 
 // A setting is a secret under each of its names.
-bool Box::isSecret(const Pair &pair, const QString &entry) const
+bool Box::isSecret(const Key &key, const QString &entry) const
 {
-    if (m_redaction.matches(pair.first, pair.second))
+    if (m_redaction.matches(key.first, key.second))
         return true;
     const qsizetype slash = entry.indexOf(u'/');
     const QString group = slash < 0 ? QString() : entry.left(slash);
@@ -268,13 +298,13 @@ bool Box::isSecret(const Pair &pair, const QString &entry) const
 }
 
 // What may be shown of a value.
-Value Box::valueOf(bool isSecret, const Pair &pair, const QVariant &value) const
+Value Box::valueOf(bool isSecret, const Key &key, const QVariant &value) const
 {
     if (isSecret)
         return {value, true, tamsel::host::Redaction::placeholder()};
     if (value.typeId() == QMetaType::QString) // by far the most; texts are not searched
         return {value, false, value};
-    return {value, false, m_redaction.redacted(pair.first, pair.second, value)};
+    return {value, false, m_redaction.redacted(key.first, key.second, value)};
 }
 
 std::optional<bool> Box::fileExists(SettingsType layer) const

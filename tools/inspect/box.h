@@ -20,7 +20,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -60,13 +59,17 @@ public:
     QStringList warnings() const override;
 
 private:
-    using Pair = std::pair<QString, QString>;
+    using Key = std::pair<QString, QString>; // group and key
+    using Keys = std::vector<Key>;
 
+    // What a layer holds.
     struct Held
     {
+        Key key;
         tamsel::SettingsType layer;
         QVariant value;
     };
+    using HeldIterator = std::vector<Held>::const_iterator;
 
     // The tool says itself what there is to say.
     class NoLogger final : public tamsel::ILogger
@@ -77,27 +80,30 @@ private:
         void debug(const QString &) override { }
     };
 
-    void rememberNames(const QVariantMap &groups);
+    static bool isBefore(const Key &key, const Key &other);
+    static void sort(Keys *keys);
+    void addHostKeys(const QVariantMap &groups);
     void addLayer(tamsel::SettingsType layer, const QString &storage, const QString &assets);
     static void writeAll(tamsel::ConfigurationManager &settings, const QVariantMap &groups,
                          tamsel::SettingsType layer);
-    void addFileLayer(tamsel::ConfigurationManager &settings, tamsel::SettingsType layer);
-    void listEntries(tamsel::SettingsType layer, const IniFile &file);
-    void takeValues(const tamsel::ConfigurationManager &settings, tamsel::SettingsType layer);
-    Setting settingOf(const Pair &pair, const std::vector<Held> &held) const;
+    Keys addFileLayer(tamsel::ConfigurationManager &settings, tamsel::SettingsType layer);
+    Keys keysIn(const IniFile &file, tamsel::SettingsType layer);
+    void takeValues(const tamsel::ConfigurationManager &settings, tamsel::SettingsType layer,
+                    const Keys &keys);
+    Setting settingOf(const Key &key, HeldIterator begin, HeldIterator end) const;
     bool isLookedAt(tamsel::SettingsType layer) const;
 
-    bool isSecret(const Pair &pair, const QString &entry = {}) const;
-    Value valueOf(bool isSecret, const Pair &pair, const QVariant &value) const;
+    bool isSecret(const Key &key, const QString &entry = {}) const;
+    Value valueOf(bool isSecret, const Key &key, const QVariant &value) const;
 
     const std::optional<tamsel::SettingsType> m_onlyLayer;
     const tamsel::host::Redaction m_redaction;
     const HostValues &m_hostValues;
     std::vector<std::unique_ptr<IniFile>> m_iniFiles;
-    std::set<Pair> m_names; // of all that a layer may hold
+    Keys m_hostKeys; // of options and maps; a file may hold them under another name
     QHash<tamsel::SettingsType, QString> m_files;
-    std::map<Pair, std::vector<Held>> m_held; // lowest layer first
-    std::map<Pair, QList<LayerValue>> m_unreadable; // lowest layer first
+    std::vector<Held> m_held; // by key, lowest layer first
+    std::map<Key, QList<LayerValue>> m_unreadable; // lowest layer first
 };
 
 #endif // BOX_H

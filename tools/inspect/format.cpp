@@ -4,6 +4,7 @@
 #include "format.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <cwchar>
 
@@ -16,9 +17,20 @@ namespace {
 // Unambiguous: what looks like an escape in the result is one.
 QString quoted(const QString &text)
 {
-    QString result = text;
-    result.replace(u'\\', R"(\\)"_L1).replace(u'\'', R"(\')"_L1);
-    return u'\'' + escaped(result) + u'\'';
+    const auto isSpecial = [](QChar c) { return c == u'\\' || c == u'\''; };
+    QString result;
+    result.reserve(text.size() + 4);
+    result += u'\'';
+    auto done = text.cbegin();
+    for (;;) {
+        const auto special = std::find_if(done, text.cend(), isSpecial);
+        result += QStringView(done, special);
+        if (special == text.cend())
+            return escaped(result + u'\'');
+        result += u'\\';
+        result += *special;
+        done = std::next(special);
+    }
 }
 
 QString listText(const QStringList &texts)

@@ -23,6 +23,7 @@ constexpr qsizetype usualWidth = 80; // of a terminal whose size is unknown
 constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
 constexpr qsizetype longestPadding = 60; // one long value shall not make every line long
 constexpr qsizetype roomForValues = 30;
+constexpr qsizetype gap = 2; // between two columns without frames
 constexpr qsizetype indent = 4; // of a note
 constexpr qsizetype narrow = 8; // of a column, where others can still give way
 constexpr qsizetype narrowest = 3; // a narrower column says nothing
@@ -153,17 +154,15 @@ void TablePrinter::printColumns(const Table &table)
     Widths widths = naturalWidths(table);
     for (qsizetype &width : widths)
         width = std::min(width, longestPadding);
-    widths.last() = 0; // no blanks at the end of a line
     QString line;
     for (const Row &row : table.rows) {
         line.resize(0);
-        for (qsizetype i = 0; i < row.cells.size(); ++i) {
+        for (qsizetype i = 0; i + 1 < row.cells.size(); ++i) {
             const QString &cell = row.cells.at(i);
-            line += i > 0 ? "  "_L1 : ""_L1;
             line += cell;
-            line.resize(line.size() + std::max<qsizetype>(0, widths.at(i) - columnsOf(cell)), u' ');
+            line.resize(line.size() + std::max(gap, widths.at(i) + gap - columnsOf(cell)), u' ');
         }
-        printLine(line);
+        printLine(line + row.cells.last());
     }
 }
 
