@@ -11,6 +11,7 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSharedData>
 #include <QtCore/QStringList>
+#include <QtCore/QStringMatcher>
 
 #include <algorithm>
 #include <cstddef>
@@ -37,8 +38,7 @@ QString wordOf(const QString &pattern)
     const QString word = pattern.sliced(1).chopped(1);
     const auto isSpecial = [](QChar c) { return u"*?[]\\/"_s.contains(c); };
     // Intentional, here and below: count_if(), as any_of() is unrolled: some 150 bytes more on MIPS32.
-    return std::count_if(word.cbegin(), word.cend(), isSpecial) == 0 ? word.toCaseFolded()
-                                                                     : QString();
+    return std::count_if(word.cbegin(), word.cend(), isSpecial) == 0 ? word : QString();
 }
 
 } // namespace
@@ -52,7 +52,7 @@ public:
     QVariant withoutSecrets(const QString &path, const QVariant &value, int depth) const;
 
     QStringList patterns;
-    std::vector<QString> words;
+    std::vector<QStringMatcher> words;
     bool matchesAll = false; // a pattern cannot be understood
     QRegularExpression others; // the patterns that are no words
 };
@@ -63,8 +63,8 @@ RedactionPrivate::RedactionPrivate(const QStringList &all) : patterns(all)
             | QRegularExpression::CaseInsensitiveOption;
     QString expressions;
     for (const QString &pattern : all) {
-        if (QString word = wordOf(pattern); !word.isEmpty()) {
-            words.push_back(std::move(word));
+        if (const QString word = wordOf(pattern); !word.isEmpty()) {
+            words.emplace_back(word, Qt::CaseInsensitive);
             continue;
         }
         const QString expression
@@ -82,8 +82,7 @@ bool RedactionPrivate::matches(const QString &path) const
 {
     if (matchesAll)
         return true;
-    const QString folded = path.toCaseFolded();
-    const auto isIn = [&folded](const QString &word) { return folded.contains(word); };
+    const auto isIn = [&path](const QStringMatcher &word) { return word.indexIn(path) >= 0; };
     if (std::count_if(words.cbegin(), words.cend(), isIn) > 0)
         return true;
     if (others.pattern().isEmpty())
