@@ -177,11 +177,14 @@ Box::Keys Box::keysIn(const IniFile &file, SettingsType layer)
 {
     Keys result;
     result.reserve(static_cast<std::size_t>(file.entries().size()));
+    QString group; // shared by entries that follow each other
     for (const QString &entry : file.entries()) {
         const qsizetype first = entry.indexOf(u'/');
         const qsizetype last = entry.lastIndexOf(u'/');
         const bool isUsual = first == last && first > 0 && last + 1 < entry.size();
-        const Key listed{entry.left(first), entry.mid(last + 1)};
+        if (group != QStringView(entry).left(first))
+            group = entry.left(first);
+        const Key listed{group, entry.mid(last + 1)};
         if (isUsual) { // read as it is listed
             result.push_back(listed);
             continue;

@@ -72,7 +72,7 @@ struct Side
 Side sideOf(const std::optional<LayerValue> &side, const std::optional<LayerValue> &other)
 {
     if (!side)
-        return {emptyCell, emptyCell, emptyCell};
+        return {emptyCell(), emptyCell(), emptyCell()};
     const Value &value = side->value;
     const bool looksSame
             = other && other->value.text() == value.text() && other->value.type() == value.type();
@@ -150,7 +150,7 @@ Table narrowDifference(const Table &table)
         QStringList names = row.cells.mid(1, 2);
         for (const auto &[sign, value] : {std::pair(u"- "_s, 3), std::pair(u"+ "_s, 5)}) {
             const QString origin = row.cells.at(value + 1);
-            if (origin == emptyCell)
+            if (origin == emptyCell())
                 continue;
             result.rows.append(
                     {names + QStringList{sign + row.cells.at(value), origin}, row.style});

@@ -29,7 +29,7 @@ QString placeOf(const Source &source, const Step &step)
     if (step.layerValue)
         return source.placeText(step.layer, step.layerValue->file);
     if (step.file.isEmpty())
-        return emptyCell;
+        return emptyCell();
     const QString file = source.placeText(step.layer, step.file);
     return step.fileExists.value_or(true) ? file : u"%1 (no such file)"_s.arg(file);
 }
@@ -62,7 +62,7 @@ Row rowOf(const Step &step)
     const QString rank = QString::number(tamsel::priorityOf(step.layer));
     const QString layer = layerName(step.layer);
     if (!step.layerValue)
-        return {{rank, layer, step.state, emptyCell, emptyCell, step.place}, Style::Faint};
+        return {{rank, layer, step.state, emptyCell(), emptyCell(), step.place}, Style::Faint};
     const Value &value = step.layerValue->value;
     return {{rank, layer, step.state, value.text(), value.type(), step.place},
             step.state == "origin"_L1 ? Style::Good : Style::Plain};
@@ -77,9 +77,9 @@ Table narrowSteps(const Table &table)
         const QString type = row.cells.takeLast();
         if (row.style == Style::Heading)
             continue;
-        if (type != emptyCell)
+        if (type != emptyCell())
             row.note = u"%1 in %2"_s.arg(type, file);
-        else if (file != emptyCell)
+        else if (file != emptyCell())
             row.note = u"in %1"_s.arg(file);
     }
     return result;

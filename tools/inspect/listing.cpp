@@ -30,7 +30,7 @@ QString overriddenText(const Setting &setting)
     QStringList texts;
     for (const LayerValue &layerValue : setting.overridden)
         texts.append(layerValueText(layerValue));
-    return texts.isEmpty() ? QString(emptyCell) : texts.join(", "_L1);
+    return texts.isEmpty() ? emptyCell() : texts.join(", "_L1);
 }
 
 Row rowOf(const Setting &setting)
@@ -39,7 +39,7 @@ Row rowOf(const Setting &setting)
     const QString key = escaped(setting.name.key);
     const QString overridden = overriddenText(setting);
     if (!setting.origin)
-        return {{group, key, emptyCell, emptyCell, u"! none"_s, overridden}, Style::Alert};
+        return {{group, key, emptyCell(), emptyCell(), u"! none"_s, overridden}, Style::Alert};
     const LayerValue &origin = *setting.origin;
     return {{group, key, origin.value.text(), origin.value.type(), layerName(origin.layer),
              overridden}};
@@ -58,9 +58,9 @@ Table narrowListing(const Table &table)
         const QString typeName = type < 0 ? QString(usualType) : row.cells.takeAt(type);
         if (row.style == Style::Heading)
             continue;
-        if (typeName != usualType && typeName != emptyCell)
+        if (typeName != usualType && typeName != emptyCell())
             notes.append("type "_L1 + typeName);
-        if (overridden != emptyCell)
+        if (overridden != emptyCell())
             notes.append("overrides "_L1 + overridden);
         row.note = notes.join("; "_L1);
     }

@@ -22,7 +22,11 @@ struct Row
     QString note = {}; // a line of its own below, if not empty
 };
 
-constexpr QLatin1StringView emptyCell("-"); // of a cell without a text
+// Of a cell without a text.
+inline QString emptyCell()
+{
+    return QStringLiteral("-");
+}
 
 // The first row is the heading; all have as many cells as it has.
 struct Table
