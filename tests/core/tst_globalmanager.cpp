@@ -5,8 +5,9 @@
 // library, its constructor runs before the static objects of the library are there, and its destructor
 // after they are gone.
 
+#include "recording.h"
+
 #include <tamsel/configurationmanager.h>
-#include <tamsel/ilogger.h>
 #include <tamsel/logsconfigwrapper.h>
 #include <tamsel/settingstype.h>
 
@@ -14,11 +15,12 @@
 #include <QtTest/QTest>
 
 using namespace tamsel;
+using namespace tamsel::tests;
 using namespace Qt::StringLiterals;
 
 namespace {
 
-class Host final : public ILogger
+class Host
 {
 public:
     Host()
@@ -41,21 +43,17 @@ public:
         maxLevel = LogsConfigWrapper::maxLevel();
     }
 
-    ~Host() override
+    ~Host()
     {
         if (LogsConfigWrapper(&manager).level() != logging::Level(4)
             || manager.value(u"g"_s, u"other"_s, 6) != QVariant(6))
             qFatal("the manager is no longer usable in a destructor");
     }
 
-    void error(const QString &message) override { log.append(message); }
-    void warning(const QString &message) override { log.append(message); }
-    void info(const QString &message) override { log.append(message); }
-    void debug(const QString &message) override { log.append(message); }
-
     const QTemporaryDir folder;
-    QStringList log;
-    ConfigurationManager manager{this};
+    Journal journal;
+    RecordingLogger logger{&journal};
+    ConfigurationManager manager{&logger};
     QList<int> ranks;
     QHash<QString, int> levels;
     logging::Level level = logging::Level(-1);
@@ -107,16 +105,17 @@ void tst_GlobalManager::theLayersAreInOrder()
 
 void tst_GlobalManager::theLayersAreNamed()
 {
-    const QStringList expected{u"Storage: CustomConfPersistent initialized"_s,
-                               u"Storage: CommandLineArgs initialized"_s,
-                               u"Top value changed CommandLineArgs: g/k = '0'"_s,
-                               u"Storage: Rdm initialized"_s,
-                               u"Top value changed Rdm: g/k = '2'"_s,
-                               u"Storage: Runtime initialized"_s,
-                               u"Top value changed Runtime: g/k = '5'"_s,
-                               u"Top value changed Runtime: Logging/level = 'debug'"_s,
-                               u"Top value changed Runtime: Logging/jsonLengthLimit = '7'"_s};
-    QCOMPARE(host.log.first(expected.size()), expected);
+    const QStringList expected{
+            u"info: Storage: CustomConfPersistent initialized"_s,
+            u"info: Storage: CommandLineArgs initialized"_s,
+            u"debug: Top value changed CommandLineArgs: g/k = '0'"_s,
+            u"info: Storage: Rdm initialized"_s,
+            u"info: Top value changed Rdm: g/k = '2'"_s,
+            u"info: Storage: Runtime initialized"_s,
+            u"debug: Top value changed Runtime: g/k = '5'"_s,
+            u"debug: Top value changed Runtime: Logging/level = 'debug'"_s,
+            u"debug: Top value changed Runtime: Logging/jsonLengthLimit = '7'"_s};
+    QCOMPARE(host.journal.take().first(expected.size()), expected);
 }
 
 QTEST_GUILESS_MAIN(tst_GlobalManager)
