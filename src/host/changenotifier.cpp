@@ -194,7 +194,7 @@ void SubscriptionRecord::start()
 void SubscriptionRecord::mark(const Key &key, Origin origin)
 {
     const QMutexLocker locker(&m_mutex);
-    if (!m_hasEnded && m_context)
+    if (!m_hasEnded && !m_context.isNull())
         m_pending[key].origin = origin;
 }
 
@@ -205,7 +205,7 @@ void SubscriptionRecord::dispatch(const Key &key)
         const QMutexLocker locker(&m_mutex);
         const auto pending = m_pending.find(key);
         QObject *const context = m_context;
-        if (pending == m_pending.end() || !context)
+        if (pending == m_pending.end() || context == nullptr)
             return;
         if (context->thread() != QThread::currentThread()) {
             if (!pending->second.isPosted) {

@@ -108,7 +108,7 @@ bool put(QIODevice *device, const QString &text)
 bool flush(QIODevice *device)
 {
     auto *file = qobject_cast<QFileDevice *>(device);
-    return !file || file->flush();
+    return file == nullptr || file->flush();
 }
 
 bool isFileLayer(SettingsType type)

@@ -241,6 +241,7 @@ void tst_FailingDisks::disksThatFail()
     const WorkOn here(tinyDisk);
     rowDisk = &tinyDisk;
     runRow();
+    rowDisk = nullptr;
 }
 
 void tst_FailingDisks::pathsThatChange_data()

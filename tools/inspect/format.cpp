@@ -21,9 +21,9 @@ QString quoted(const QString &text)
     QString result;
     result.reserve(text.size() + 4);
     result += u'\'';
-    auto done = text.cbegin();
+    const QChar *done = text.cbegin();
     for (;;) {
-        const auto special = std::find_if(done, text.cend(), isSpecial);
+        const QChar *const special = std::find_if(done, text.cend(), isSpecial);
         result += QStringView(done, special);
         if (special == text.cend())
             return escaped(result + u'\'');
