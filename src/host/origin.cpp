@@ -24,9 +24,11 @@ std::optional<SettingsType> originOf(const ConfigurationManager &settings, const
 std::optional<QVariant> heldValue(const ConfigurationManager &settings, const QString &group,
                                   const QString &key)
 {
-    const QVariant none = QVariant::fromValue(nullptr); // what no layer holds
-    QVariant value = settings.value(group, key, none);
-    return value.metaType() == none.metaType() ? std::nullopt : std::optional(std::move(value));
+    QVariant value;
+    const QVariant none = QVariant::fromValue<void *>(&value); // what no layer holds
+    value = settings.value(group, key, none);
+    const bool isHeld = value.metaType() != none.metaType() || value != none;
+    return isHeld ? std::optional(std::move(value)) : std::nullopt;
 }
 
 } // namespace tamsel::host

@@ -31,7 +31,13 @@ namespace {
 const QStringList groups{u"a"_s, u"b"_s};
 const QStringList keys{u"x"_s, u"y"_s};
 // Of several types; none equals another of another type, which a layer would not write.
-const QVariantList values{2, 3, u"text"_s, true, 0.5, QStringList({u"p"_s, u"q"_s})};
+const QVariantList values{2,
+                          3,
+                          u"text"_s,
+                          true,
+                          0.5,
+                          QStringList({u"p"_s, u"q"_s}),
+                          QVariant::fromValue(nullptr)}; // null in JSON
 // A file that is read again has texts, and would be equal to what it had before.
 const QVariantList fileValues{u"one"_s, u"two"_s};
 

@@ -168,7 +168,8 @@ void tst_Setting::convertsStrictly_data()
     for (const QVariant &value :
          {QVariant(2), QVariant(-1), QVariant(0.5), QVariant(u""_s), QVariant(u"on"_s),
           QVariant(u"off"_s), QVariant(u"yes"_s), QVariant(u"no"_s), QVariant(u"disabled"_s),
-          QVariant(u"01"_s), QVariant(u"truex"_s), QVariant(QStringList(u"true"_s)), QVariant()})
+          QVariant(u"01"_s), QVariant(u"truex"_s), QVariant(QStringList(u"true"_s)), QVariant(),
+          QVariant::fromValue(nullptr)})
         toBool(value, none);
 
     const auto toInt = [&](const QVariant &stored, const QVariant &expected) {
