@@ -39,11 +39,22 @@ QVariantList overriddenLayers(const ConfigurationManager &settings, SettingsType
     return layers;
 }
 
+// As tamsel-inspect and snapshots have it.
 bool isEmpty(const QVariant &value)
 {
-    const bool isText
-            = value.typeId() == QMetaType::QString || value.typeId() == QMetaType::QByteArray;
-    return value.isNull() || (isText && value.toByteArray().isEmpty());
+    switch (value.typeId()) {
+    case QMetaType::QString:
+    case QMetaType::QByteArray:
+        return value.toByteArray().isEmpty();
+    case QMetaType::QStringList:
+    case QMetaType::QVariantList:
+        return value.toList().isEmpty();
+    case QMetaType::QVariantMap:
+    case QMetaType::QVariantHash:
+        return value.toMap().isEmpty();
+    default:
+        return value.isNull();
+    }
 }
 
 } // namespace
@@ -191,7 +202,7 @@ QVariant QmlSettingsModel::data(const QModelIndex &index, int role) const
     case ValueRole: {
         const QVariant value = settings->value(group, key);
         if (isEmpty(value) && m_redaction.matches(group, key))
-            return u"(redacted, empty)"_s; // as tamsel-inspect has it
+            return u"(redacted, empty)"_s;
         return m_redaction.redacted(group, key, value);
     }
     case TypeRole:

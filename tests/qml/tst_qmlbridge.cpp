@@ -444,6 +444,13 @@ void tst_QmlBridge::aModelRedactsAsTheHostSays()
     const QString placeholder = tamsel::host::Redaction::placeholder();
     QCOMPARE(valuesOf(usual.get()), QVariantList({7, placeholder}));
     QCOMPARE(valuesOf(chosen.get()), QVariantList({placeholder, u"x"_s}));
+
+    const QVariantList empty{u""_s,          QByteArray(),  QStringList(),
+                             QVariantList(), QVariantMap(), QVariantHash()};
+    for (const QVariant &value : empty) {
+        published.host.manager.setValue(u"wifi"_s, u"password"_s, value, SettingsType::Runtime);
+        QCOMPARE(valuesOf(usual.get()).last(), QVariant(u"(redacted, empty)"_s));
+    }
 }
 
 void tst_QmlBridge::aModelMayDieInTheSignalOfAnother()
