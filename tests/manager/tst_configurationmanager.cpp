@@ -17,6 +17,7 @@ using namespace tamsel;
 using namespace tamsel::tests;
 using namespace Qt::StringLiterals;
 
+static_assert(sizeof(ConfigurationManager) == sizeof(void *)); // scripts/abi runs on x86-64 only
 static_assert(!std::is_polymorphic_v<ConfigurationManager>);
 static_assert(!std::is_base_of_v<QObject, ConfigurationManager>);
 static_assert(!std::is_default_constructible_v<ConfigurationManager>);

@@ -247,6 +247,22 @@ void tst_HandlerReentrancy::layersChange_data()
         handler: SELF g/k = invalid
         file first/persistent/custom.conf: [g] k=written )");
 
+    row("the one that is being created is written and cleared, and dies", CustomConfPersistent,
+        {file(SELF, "[g]\nk=1\n"),
+         onFirst(h, u"k"_s, Steps{set(CustomConfPersistent, u"x"_s, 2)} + clearAndLook)},
+        {init(SELF)}, uR"(
+        info: Storage: SELF initialized
+        log: Top value changed SELF: g/k = '1'
+        handler: SELF g/k = QString(1)
+        log: Top value changed SELF: g/x = '2'
+        handler: SELF g/x = int(2)
+        info: Storage: SELF cleared
+        log: Parameter removed from all storages: g:k
+        handler: SELF g/k = invalid
+        log: Parameter removed from all storages: g:x
+        handler: SELF g/x = invalid
+        file first/persistent/custom.conf: [g] k=1 x=2 )");
+
     row("the one that lost a key is replaced and written", writableLayers,
         {layer(SELF, {{u"k"_s, 1}, {u"other"_s, 2}}), come(b)},
         {onFirst(h, u"k"_s, {elsewhere(), init(SELF), set(SELF, u"k"_s, 3)}), remove(SELF, u"k"_s),

@@ -11,6 +11,7 @@
 #include <tamsel/host/setting.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDebug>
 
 using tamsel::SettingsType;
 
@@ -28,5 +29,8 @@ int main(int argc, char *argv[])
     const bool isRight = volume.value() == 7
             && tamsel::host::originOf(settings, "player", "volume") == SettingsType::Runtime
             && dynamic_cast<tamsel::host::QtLogger *>(interface) == &logger;
+    if (!isRight)
+        qCritical() << volume.value() << volume.origin().has_value()
+                    << settings.value("player", "volume");
     return isRight ? 0 : 1;
 }
