@@ -68,7 +68,7 @@ Row rowOf(const Step &step)
             step.state == "origin"_L1 ? Style::Good : Style::Plain};
 }
 
-// Type and file stand below each row.
+// Type and file are notes below each row.
 Table narrowSteps(const Table &table)
 {
     Table result = table;
