@@ -449,7 +449,7 @@ void tst_QmlBridge::aModelRedactsAsTheHostSays()
                              QVariantList(), QVariantMap(), QVariantHash()};
     for (const QVariant &value : empty) {
         published.host.manager.setValue(u"wifi"_s, u"password"_s, value, SettingsType::Runtime);
-        QCOMPARE(valuesOf(usual.get()).last(), QVariant(u"(redacted, empty)"_s));
+        QCOMPARE(valuesOf(usual.get()).constLast(), QVariant(u"(redacted, empty)"_s));
     }
 }
 
