@@ -115,7 +115,8 @@ void tst_GlobalManager::theLayersAreNamed()
             u"debug: Top value changed Runtime: g/k = '5'"_s,
             u"debug: Top value changed Runtime: Logging/level = 'debug'"_s,
             u"debug: Top value changed Runtime: Logging/jsonLengthLimit = '7'"_s};
-    QCOMPARE(host.journal.take().first(expected.size()), expected);
+    const QStringList lines = host.journal.take();
+    QCOMPARE(lines.first(expected.size()), expected);
 }
 
 QTEST_GUILESS_MAIN(tst_GlobalManager)
