@@ -148,7 +148,7 @@ class Run:
         operations = in_order(self.times)
         values = [value for row in self.times.values() for value in row.values()]
         low, high = math.floor(math.log10(min(values))), math.ceil(math.log10(max(values)))
-        left, width, line, top = 290, 640, 26, 60
+        left, width, line, top = 340, 640, 26, 60
         bottom = top + line * len(operations)
 
         def x(value):
