@@ -5,7 +5,7 @@
 // before it calls any. So if a function makes another change, each subscription gets it once.
 //
 // Locks, none of which is held while a function runs or values are compared:
-//   SubscriptionRecord::m_mutex   one subscription; its context lives while it is held
+//   SubscriptionRecord::m_mutex   one subscription; its context, while connected, lives while it is held
 //   Subscriptions::m_mutex        the lists; may be taken while the one above is held, not vice versa
 //   Subscriptions::m_readLock     keeps the manager alive while a delivery reads from it
 

@@ -119,7 +119,9 @@ private:
  * \par Threads
  * subscribe(), subscribeGroup(), subscribeAll() and Subscription::drop() may be called from any
  * thread, in a function too. A context may be moved to another thread, and be destroyed on its own
- * at any time; not while subscribe() is called with it. No lock is held while a function runs.
+ * at any time; not while subscribe() is called with it. If it has called QObject::disconnect() for all
+ * its signals, destroy it while no other thread changes settings. No lock is held while a function
+ * runs.
  * \par
  * Create, replace and clear layers on the thread that made the notifier, which finds out origins
  * there. While several threads change one setting, the origin may be that of an earlier change.

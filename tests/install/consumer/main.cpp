@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// What only a program outside shows: the headers compile and link, the type information is the library's, and the version is the package's. To be run with the arguments "--log-level 4", and
+// What only a program outside shows: the headers compile and link, the type information is the
+// library's, and the version is the package's. To be run with the arguments "--log-level 4", and
 // compiled with the version that the package gives.
 
 // A host's logging library; its header may well come first.
