@@ -7,8 +7,9 @@ namespace tamsel {
 
 namespace {
 
-// The map in `group`, without a copy; null if it holds another type.
-const QVariantMap *asMap(const QVariant &group)
+// The map in `group`, without a copy; null if it holds another type. Every question to a fixed map asks
+// this, and GCC would not inline it by itself.
+Q_ALWAYS_INLINE const QVariantMap *asMap(const QVariant &group)
 {
     if (group.metaType() != QMetaType::fromType<QVariantMap>())
         return nullptr;
@@ -29,28 +30,14 @@ bool isShared(const QString &a, const QString &b)
     return a.constData() == b.constData() && a.size() == b.size();
 }
 
-// The entries of a group. A QVariantMap is read without a copy. Any other type that converts to one is
-// converted for each GroupEntries; nothing is cached.
-class GroupEntries
+// The entries of a group of another type than QVariantMap; empty if it does not convert to one. Converts
+// for each call; nothing is cached.
+QVariantMap toMap(const QVariant &group)
 {
-public:
-    explicit GroupEntries(const QVariant &group) : m_entries(asMap(group))
-    {
-        const auto mapType = QMetaType::fromType<QVariantMap>();
-        if (!m_entries && QMetaType::canConvert(group.metaType(), mapType)) {
-            m_converted = group.toMap();
-            m_entries = &m_converted;
-        }
-    }
-    explicit operator bool() const { return m_entries != nullptr; }
-    const QVariantMap *operator->() const { return m_entries; }
-
-private:
-    Q_DISABLE_COPY_MOVE(GroupEntries)
-
-    QVariantMap m_converted;
-    const QVariantMap *m_entries;
-};
+    const bool converts
+            = QMetaType::canConvert(group.metaType(), QMetaType::fromType<QVariantMap>());
+    return converts ? group.toMap() : QVariantMap();
+}
 
 } // namespace
 
@@ -74,8 +61,9 @@ bool StaticMapReader::contains(const QString &group, const QString &key) const
     const auto found = m_values.constFind(group);
     if (found == m_values.cend())
         return false;
-    const GroupEntries entries(*found);
-    return entries && entries->contains(key);
+    if (const QVariantMap *entries = asMap(*found))
+        return entries->contains(key);
+    return toMap(*found).contains(key);
 }
 
 QVariant StaticMapReader::value(const QString &group, const QString &key) const
@@ -83,11 +71,8 @@ QVariant StaticMapReader::value(const QString &group, const QString &key) const
     const auto found = m_values.constFind(group);
     if (found == m_values.cend())
         return {};
-    const GroupEntries entries(*found);
-    if (!entries)
-        return {};
-    const auto entry = entries->constFind(key);
-    return entry != entries->cend() ? *entry : QVariant();
+    const QVariantMap *entries = asMap(*found);
+    return entries ? entries->value(key) : toMap(*found).value(key);
 }
 
 bool StaticMapReader::lookup(const LookupKey &key, QVariant *value) const
@@ -121,10 +106,9 @@ KeyList StaticMapReader::keys() const
     }
     result.reserve(count);
     for (auto group = m_values.cbegin(); group != m_values.cend(); ++group) {
-        const GroupEntries entries(*group);
-        if (!entries)
-            continue;
-        for (auto entry = entries->cbegin(); entry != entries->cend(); ++entry)
+        const QVariantMap *map = asMap(*group);
+        const QVariantMap entries = map ? *map : toMap(*group);
+        for (auto entry = entries.cbegin(); entry != entries.cend(); ++entry)
             result.emplaceBack(group.key(), entry.key());
     }
     return result;
