@@ -8,18 +8,17 @@
 
 namespace tamsel {
 
-void LookupKey::build() const
+// NOLINTNEXTLINE(*-member-init): m_short needs no other content than the text
+FullKey::FullKey(const QString &group, const QString &key) : m_size(group.size() + 1 + key.size())
 {
-    const qsizetype size = m_group.size() + 1 + m_key.size();
     char16_t *text = m_short.data();
-    if (static_cast<std::size_t>(size) > m_short.size()) {
-        m_long.reset(new char16_t[static_cast<std::size_t>(size)]);
+    if (static_cast<std::size_t>(m_size) > m_short.size()) {
+        m_long.reset(new char16_t[static_cast<std::size_t>(m_size)]);
         text = m_long.get();
     }
-    char16_t *const slash = std::copy_n(QStringView(m_group).utf16(), m_group.size(), text);
+    char16_t *const slash = std::copy_n(QStringView(group).utf16(), group.size(), text);
     *slash = u'/';
-    std::copy_n(QStringView(m_key).utf16(), m_key.size(), std::next(slash));
-    m_size = size;
+    std::copy_n(QStringView(key).utf16(), key.size(), std::next(slash));
 }
 
 } // namespace tamsel

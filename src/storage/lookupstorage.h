@@ -11,6 +11,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 
 namespace tamsel {
 
@@ -26,11 +27,27 @@ inline quintptr groupBit(const QString &group)
     return quintptr{1} << hash % (8 * sizeof(quintptr));
 }
 
+// "group/key", as the file layers need it. Allocates only if it is unusually long.
+class FullKey
+{
+public:
+    FullKey(const QString &group, const QString &key);
+
+    QStringView text() const { return {m_long ? m_long.get() : m_short.data(), m_size}; }
+
+private:
+    Q_DISABLE_COPY_MOVE(FullKey)
+
+    const qsizetype m_size;
+    // The text is in m_long if that is not null, otherwise in m_short.
+    std::unique_ptr<char16_t[]> m_long; // NOLINT(*-avoid-c-arrays)
+    std::array<char16_t, 128> m_short;
+};
+
 // The group and the key that a lookup is for. Borrows both.
 class LookupKey
 {
 public:
-    // NOLINTNEXTLINE(*-member-init): see m_short
     LookupKey(const QString &group, const QString &key)
         : m_group(group), m_key(key), m_groupBit(tamsel::groupBit(group))
     {
@@ -40,28 +57,21 @@ public:
     const QString &key() const { return m_key; }
     quintptr groupBit() const { return m_groupBit; }
 
-    // "group/key", as the file layers need it. Built when the first of them asks for it; allocates only
-    // if it is unusually long.
+    // Built when the first file layer asks for it: most reads do not need it.
     QStringView full() const
     {
-        if (m_size == 0)
-            build();
-        return {m_long ? m_long.get() : m_short.data(), m_size};
+        if (!m_full)
+            m_full.emplace(m_group, m_key);
+        return m_full->text();
     }
 
 private:
     Q_DISABLE_COPY_MOVE(LookupKey)
 
-    void build() const;
-
     const QString &m_group;
     const QString &m_key;
     const quintptr m_groupBit;
-    // The text is in m_long if that is not null, otherwise in m_short. The latter is not initialised:
-    // most reads do not need it.
-    mutable qsizetype m_size = 0; // until the text is built, which contains at least "/"
-    mutable std::unique_ptr<char16_t[]> m_long; // NOLINT(*-avoid-c-arrays)
-    mutable std::array<char16_t, 128> m_short;
+    mutable std::optional<FullKey> m_full;
 };
 
 // The base class of the library's own storages. It adds contains() and value() in one step. Between two

@@ -97,12 +97,12 @@ bool QtSettingsIniStorage::isAvailable() const
 
 bool QtSettingsIniStorage::contains(const QString &group, const QString &key) const
 {
-    return m_settings->contains(LookupKey(group, key).full());
+    return m_settings->contains(FullKey(group, key).text());
 }
 
 QVariant QtSettingsIniStorage::value(const QString &group, const QString &key) const
 {
-    return m_settings->value(LookupKey(group, key).full());
+    return m_settings->value(FullKey(group, key).text());
 }
 
 bool QtSettingsIniStorage::lookup(const LookupKey &key, QVariant *value) const
@@ -122,13 +122,13 @@ void QtSettingsIniStorage::setValue(const QString &group, const QString &key, co
                 value.toString(), group, key, m_settings->fileName()));
         return;
     }
-    const LookupKey wanted(group, key);
+    const FullKey fullKey(group, key);
     // The value() of this class would build the key once more; that of a derived class is called.
-    if ((typeid(*this) == typeid(QtSettingsIniStorage) ? m_settings->value(wanted.full())
+    if ((typeid(*this) == typeid(QtSettingsIniStorage) ? m_settings->value(fullKey.text())
                                                        : this->value(group, key))
         == value)
         return;
-    m_settings->setValue(wanted.full(), value);
+    m_settings->setValue(fullKey.text(), value);
     m_settings->requestFlush();
     notify(group, key, value);
 }
@@ -140,7 +140,7 @@ void QtSettingsIniStorage::remove(const QString &group, const QString &key)
                 u"unable to remove value %1/%2 from %3"_s.arg(group, key, m_settings->fileName()));
         return;
     }
-    m_settings->remove(LookupKey(group, key).full());
+    m_settings->remove(FullKey(group, key).text());
     m_settings->requestFlush();
     // Intentional: unlike in memory, removing an absent key is notified.
     notify(group, key, QVariant());
