@@ -108,6 +108,10 @@ void tst_LookupStorage::aLookupSaysWhetherAndWhat()
     QVERIFY(!storage->lookup({u"h"_s, u"text"_s}, &value));
     QVERIFY(!storage->lookup({QString(), QString()}, &value));
     QVERIFY(!storage->lookup({u""_s, u"text"_s}, &value));
+    const QString sameBit = u"bh"_s;
+    QCOMPARE(groupBit(sameBit), groupBit(u"g"_s));
+    QVERIFY(!storage->lookup({sameBit, u"text"_s}, &value));
+    QVERIFY(!storage->contains(sameBit, u"text"_s));
     QCOMPARE(describe(value), describe(5));
 }
 
