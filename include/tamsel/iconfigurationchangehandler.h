@@ -20,13 +20,14 @@ namespace tamsel {
  * \anchor unnotified
  * \par Changes that are not notified
  * - An invalid value is written, or is the only new value of a layer that is created or replaced.
- * - A layer is replaced, and its new value equals the old one but has another type, as 5 and "5".
+ * - A layer is replaced, and its new value equals the old one but has another type, such as 5 and
+ *   "5".
  * - A file layer reads its file again because another process changed it, or is replaced after
  *   that. ConfigurationManager::clearStorage() and then initStorage() do notify.
  * - A removal from a file layer also removes the settings below it, see
  *   ConfigurationManager::removeValue().
- * - Two keys address one entry of a file, as ("a", "b/c") and ("a/b", "c"): only the key that was
- *   used for the change is notified.
+ * - Two keys address one entry of a file, such as ("a", "b/c") and ("a/b", "c"): only the key that
+ *   was used for the change is notified.
  * - A file layer is created, replaced or cleared, and a full key in its file has several slashes or
  *   none. The key that is notified consists of the first and the last part: ("a", "c") for
  *   `a/b/c`, ("k", "k") for `k`.

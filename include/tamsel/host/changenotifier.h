@@ -38,7 +38,7 @@ struct Change
 };
 
 /*!
- * \brief A handle of what ChangeNotifier::subscribe() made.
+ * \brief A handle to what ChangeNotifier::subscribe() made.
  *
  * It may be copied, moved, and ignored: a subscription ends with its context, with its notifier, or
  * with drop(), not with the handle.
@@ -46,14 +46,14 @@ struct Change
  * \par Ownership
  * Owns nothing. A handle may outlive the subscription, its context and its notifier.
  * \par Threads
- * drop() may be called from any thread. One handle is not to be assigned by two threads at once.
+ * drop() may be called from any thread. Two threads must not assign to one handle at once.
  * \par Failure
  * There is none.
  */
 class TAMSEL_HOST_EXPORT Subscription
 {
 public:
-    /*! \brief A handle of no subscription. */
+    /*! \brief A handle to no subscription. */
     Subscription() noexcept;
     /*! \cond */
     Subscription(const Subscription &other) noexcept;
@@ -67,8 +67,8 @@ public:
     /*!
      * \brief Ends the subscription; nothing happens if it has ended.
      *
-     * On the thread of the context, the function is not called any more; a call that runs goes on to
-     * its end. On another thread, one more call may be under way.
+     * If drop() runs on the thread of the context, the function is not called again; a running call
+     * continues to its end. If it runs on another thread, one more call may be under way.
      */
     void drop();
 
@@ -99,38 +99,40 @@ private:
  *
  * The function gets the effective value at the time of the call, as ConfigurationManager::value()
  * returns it. A value that a removal uncovers has its own type. The last call always has the last
- * value. Changes that follow each other while an event waits, or inside a function, may be one call.
+ * value. Several changes made while an event is pending, or inside a function, may result in one
+ * call.
  *
- * A function for one setting is not called if the value is equal to the one it got last, or to the
- * one at the time of the subscription. Equal means of the same type and equal as QVariant compares
- * them; a value of a custom type without comparison equals none. A new origin alone calls
- * nothing. Subscribe first, then read the setting. Functions for a group or for everything are called
- * for every notification; \ref unnotified "some" come without a change.
+ * A function for one setting is not called if the value is equal to the one it got last or, before
+ * the first call, to the one at the time of the subscription. Equal means of the same type and
+ * equal as QVariant compares them; a value of a custom type without comparison equals none. A new
+ * origin alone calls nothing. Subscribe first, then read the setting. Functions for a group or for
+ * everything are called for every notification; \ref unnotified "some" come without a change.
  *
- * What the manager does not notify no subscriber sees: an invalid value that is written, a file that
- * another program changed, and the other \ref unnotified "exceptions".
+ * No subscriber sees what the manager does not notify: an invalid value that is written, a file
+ * that another program changed, and the other \ref unnotified "exceptions".
  *
  * Functions are called in this order: those for the setting, for its group, for everything; each
  * kind in the order of subscription.
  *
  * \par Ownership
- * The manager is borrowed and outlives the notifier. A context is borrowed: the subscription ends
- * with it. The function is destroyed some time after the subscription has ended.
+ * The manager is borrowed and must outlive the notifier. A context is borrowed: the subscription
+ * ends with it. The function is destroyed some time after the subscription has ended.
  * \par Threads
  * subscribe(), subscribeGroup(), subscribeAll() and Subscription::drop() may be called from any
- * thread, in a function too. A context may be moved to another thread, and be destroyed on its own
- * at any time; not while subscribe() is called with it. If it has called QObject::disconnect() for all
- * its signals, destroy it while no other thread changes settings. No lock is held while a function
- * runs.
+ * thread, in a function too. A context may be moved to another thread. It may be destroyed on its
+ * own thread at any time, but not while subscribe() is called with it. If it has called
+ * QObject::disconnect() for all its signals, destroy it while no other thread changes settings. No
+ * lock is held while a function runs.
  * \par
- * Create, replace and clear layers on the thread that made the notifier, which finds out origins
+ * Create, replace and clear layers on the thread that made the notifier, which looks up origins
  * there. While several threads change one setting, the origin may be that of an earlier change.
  * \par
- * Make and destroy the notifier while no other thread uses the manager, as for every handler. When
- * the destructor returns, no function is called any more, except one that runs on another thread.
+ * Make and destroy the notifier while no other thread uses the manager, as for every handler. Once
+ * the destructor has returned, no function is called any more; one may still be running on another
+ * thread.
  * \par Failure
  * An exception that a function throws reaches the caller that made the change, or the event loop;
- * the functions after it are called for the next change.
+ * the functions after it are not called until the next change.
  */
 class TAMSEL_HOST_EXPORT ChangeNotifier
 {

@@ -36,7 +36,7 @@ class QtLoggerPrivate;
  * \endcode
  *
  * \par Ownership
- * The logger owns its category. A logger outlives each manager that uses it.
+ * The logger owns its category. A logger must outlive each manager that uses it.
  * \par Threads
  * Any thread may log. The message handler runs on the thread that logs.
  * \par Failure
@@ -51,14 +51,14 @@ public:
      * Loggers of one category share its rules.
      */
     explicit QtLogger(const char *category = "tamsel");
-    /*! \brief No manager uses the logger any more. */
+    /*! \brief No manager may use the logger any more. */
     ~QtLogger() override;
 
     /*! \brief Logs \a message as critical. */
     void error(const QString &message) override;
     /*! \brief Logs \a message as a warning. */
     void warning(const QString &message) override;
-    /*! \brief Logs \a message as an information. */
+    /*! \brief Logs \a message as an info message. */
     void info(const QString &message) override;
     /*! \brief Logs \a message for debugging. */
     void debug(const QString &message) override;

@@ -21,25 +21,25 @@ class RedactionPrivate;
  *
  * A pattern is matched with the whole text `group/key`, without regard to case: \c * is any text,
  * slashes included, \c ? is one character, \c [abc] is one of these. So `*pin*` matches
- * "parental/PIN" and also "ui/spinner": what is redacted without need can be asked for, what was
+ * "parental/PIN" and also "ui/spinner": what is redacted without need can be asked for; what was
  * shown cannot be taken back.
  *
  * A member of a map of any type is matched too, as `group/key/member`. The text of a value is not
- * looked at: a password inside a URL is not found.
+ * searched: a password inside a URL is not found.
  *
  * \par Ownership
  * A value; copies share their data.
  * \par Threads
- * Any thread may use a copy of its own. Several may call const functions of one object.
+ * Any thread may use a copy of its own. Several threads may call const functions of one object.
  * \par Failure
- * A pattern that cannot be understood, as `[a`, matches every setting.
+ * A pattern that cannot be understood, such as `[a`, matches every setting.
  */
 class TAMSEL_HOST_EXPORT Redaction
 {
 public:
-    /*! \brief Redacts by defaultPatterns(). */
+    /*! \brief Uses defaultPatterns(). */
     Redaction();
-    /*! \brief Redacts by \a patterns in place of the default ones; nothing if there are none. */
+    /*! \brief Uses \a patterns in place of the default ones; redacts nothing if there are none. */
     explicit Redaction(const QStringList &patterns);
     /*! \brief A copy that shares its data with \a other. */
     Redaction(const Redaction &other);
@@ -61,7 +61,7 @@ public:
      * \brief \a value without its secrets.
      *
      * It is placeholder() if matches(\a group, \a key), whatever \a value is. Otherwise members of
-     * maps whose names match are replaced, and all that is nested more than 500 levels deep.
+     * maps whose names match are replaced, and so is everything nested more than 500 levels deep.
      */
     [[nodiscard]] QVariant redacted(const QString &group, const QString &key,
                                     const QVariant &value) const;

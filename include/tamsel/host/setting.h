@@ -65,7 +65,7 @@ struct Conversion<T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<T
             return std::nullopt;
         return static_cast<T>(*number);
     }
-    // A file has short, long and char as @Variant, and these as numbers.
+    // QSettings writes short, long and char as @Variant, but these types as numbers.
     static QVariant written(T value)
     {
         if constexpr (sizeof(T) > sizeof(int))
@@ -153,11 +153,11 @@ template <typename T> struct SettingDefinition
 {
     QString group; //!< The group of the setting.
     QString key; //!< The key of the setting.
-    T defaultValue; //!< What a reader gets if no layer holds the setting or its value is no T.
+    T defaultValue; //!< What a reader gets if no layer holds the setting or its value is not a T.
 };
 
 /*!
- * \brief What a Setting of any type does; use Setting.
+ * \brief What settings of all types have in common; use Setting.
  *
  * The threads, ownership and failures are those of Setting.
  */
@@ -168,13 +168,13 @@ public:
     [[nodiscard]] QString group() const;
     /*! \brief The key of the setting. */
     [[nodiscard]] QString key() const;
-    /*! \brief Removes the setting from the layer \a layer; see ConfigurationManager::removeValue(). */
+    /*! \brief Removes the setting from \a layer; see ConfigurationManager::removeValue(). */
     void reset(SettingsType layer) const;
     /*!
      * \brief The layer of the effective value; none if no layer holds the setting.
      *
-     * The value need not be one of the type. Call it while no other thread replaces or clears a
-     * layer, as originOf().
+     * That value need not be of the setting's type. Call it while no other thread replaces or
+     * clears a layer, as originOf().
      */
     [[nodiscard]] std::optional<SettingsType> origin() const;
     /*!
@@ -225,13 +225,14 @@ private:
  * | \c bool                      | bool, 1, 0; "true", "false" in any case, "1", "0" | bool           |
  * | an integer type              | whole numbers in its range, or texts of them   | the same          |
  * | \c double                    | numbers, or texts of finite ones               | double            |
- * | QString                      | whatever has one text: not lists, not maps     | QString           |
+ * | QString                      | what converts to a text; no lists, no maps     | QString           |
  * | QStringList                  | QStringList, lists of QString; a QString is a list of one | QStringList |
- * | an enum with Q_ENUM or Q_ENUM_NS | a key, or the number of one, or texts of it | its key         |
+ * | an enum with Q_ENUM or Q_ENUM_NS | a key, or its number, also as a text        | its key         |
  * | a std::chrono duration       | as its representation: the number of its units | the same          |
  *
- * So "on", "off", "yes" and "no" are no bool. "7 " is 7; "7x" and "0x7" are no integer. A bool is no
- * number. An invalid value that a file holds is the empty QStringList, as QSettings writes it.
+ * So "on", "off", "yes" and "no" are not a bool. "7 " is 7; "7x" and "0x7" are not an integer. A
+ * bool is not a number. An invalid value in a file is read as the empty QStringList, because
+ * QSettings writes an empty list that way.
  *
  * Any other value gives the default, and a warning of the category "tamsel.host". There is one
  * warning for a value, however often and from however many objects it is read. The next one comes
@@ -241,7 +242,7 @@ private:
  * Nothing is cached: a read is one ConfigurationManager::value().
  *
  * \par Ownership
- * The notifier and its manager are borrowed and outlive the setting. Copies are independent.
+ * The notifier and its manager are borrowed and must outlive the setting. Copies are independent.
  * \par Threads
  * Any thread may read and write, as ConfigurationManager::value() and setValue(). Assigning to one
  * object is not synchronised.
@@ -271,7 +272,8 @@ public:
      * \brief Calls \a function on the thread of \a context when value() changes.
      *
      * As ChangeNotifier::subscribe(), but not if value() is what the function got last. The first
-     * call may have an unchanged value: if the default is written, or a number in place of its text.
+     * call may have an unchanged value: if the default is written, or a number in place of its
+     * text.
      */
     Subscription onChanged(QObject *context, std::function<void(const T &value)> function) const
     {

@@ -30,22 +30,22 @@ struct SettingChange
 {
     quint64 number = 0; //!< 1 for the first notification of the catalogue.
     QDateTime time; //!< By the clock of the system, in UTC.
-    SettingsType type = SettingsType::CommandLineArgs; //!< The layer that was notified.
+    SettingsType type = SettingsType::CommandLineArgs; //!< The layer of the notification.
     QString group; //!< The group of the setting.
     QString key; //!< The key of the setting.
-    QVariant value; //!< As notified: a lower layer's value is a text, invalid is a removal.
+    QVariant value; //!< As notified: an uncovered value is a text; a removal has an invalid value.
 };
 
 /*!
- * \brief Knows all settings there are, although the manager lists none, and their last changes.
+ * \brief Lists all settings, which the manager cannot do, and their last changes.
  *
  * Make it before the first layer: it remembers every group and key that it is notified of. A
- * setting that comes with a layer and is overridden at once was notified before, or is notified
- * with the layer. What it cannot know are the changes that IConfigurationChangeHandler lists as
- * \ref unnotified "not notified"; remember() takes keys from who knows better.
+ * setting that is overridden when its layer is created was notified before, or is notified with the
+ * layer. The catalogue cannot know the changes that IConfigurationChangeHandler lists as
+ * \ref unnotified "not notified"; a host that knows their keys can pass them to remember().
  *
- * It holds the last changes with their values: a large value lives on until as many changes came
- * after it. It keeps secrets as well; Snapshot takes them out.
+ * It holds the last changes with their values: a large value stays in memory until that many
+ * changes have followed it. It keeps secrets as well; Snapshot takes them out.
  *
  * \code
  * tamsel::ConfigurationManager settings(&logger);
@@ -54,10 +54,10 @@ struct SettingChange
  * \endcode
  *
  * \par Ownership
- * The manager is borrowed and outlives the catalogue.
+ * The manager is borrowed and must outlive the catalogue.
  * \par Threads
  * Every function may be called from any thread at any time. Construction and destruction append and
- * remove a handler: no other thread uses the manager then.
+ * remove a handler: no other thread may use the manager then.
  * \par Failure
  * None but exhausted memory.
  */
@@ -73,7 +73,7 @@ public:
     void onValueChanged(SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
 
-    /*! \brief Knows of \a group / \a key from now on. */
+    /*! \brief Lists \a group / \a key from now on. */
     void remember(const QString &group, const QString &key);
 
     /*!

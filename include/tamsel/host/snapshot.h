@@ -40,18 +40,18 @@ class SnapshotPrivate;
  * Who may read the file is the host's choice: a secret that no pattern matches is in it.
  *
  * Each setting is consistent by itself: its origin held the value that is shown, and no layer above
- * held the setting. Settings are looked up one after the other, so changes that come meanwhile may
- * be in some of them. A setting that changes all the time is marked with `"settled": false`: the
- * value was effective at one moment, origin and overridden layers may be of another.
+ * held the setting. Settings are looked up one after the other, so changes made meanwhile may show
+ * in only some of them. A setting that changes all the time is marked with `"settled": false`: the
+ * value was effective at one moment, but origin and overridden layers may be from another.
  *
- * Of the overridden layers, the values are not known: ConfigurationManager gives the effective
- * value only.
+ * The values of overridden layers are not known: ConfigurationManager returns only the effective
+ * value.
  *
  * \par Ownership
  * It owns what it shows. The manager and the catalogue are used by take() only.
  * \par Threads
  * take() may be called from any thread while others read and write settings. It names every layer:
- * no other thread creates, replaces or clears one meanwhile.
+ * no other thread may create, replace or clear one meanwhile.
  * \par Failure
  * write() says whether the device took everything.
  */
@@ -61,13 +61,13 @@ public:
     /*!
      * \brief The settings of \a manager that \a catalogue knows and a layer holds.
      *
-     * \a redaction takes secrets out of the values and out of the last changes. They are not in the
-     * snapshot either, only in the manager and in the catalogue.
+     * \a redaction takes secrets out of the values and out of the last changes. The snapshot does
+     * not hold the secrets at all; only the manager and the catalogue do.
      */
     [[nodiscard]] static Snapshot take(const ConfigurationManager &manager,
                                        const SettingsCatalogue &catalogue,
                                        const Redaction &redaction = Redaction());
-    /*! \brief Takes what \a other shows; \a other may only be destroyed or assigned to then. */
+    /*! \brief Takes what \a other shows; \a other may then only be destroyed or assigned to. */
     Snapshot(Snapshot &&other) noexcept;
     /*! \brief As the move constructor. */
     Snapshot &operator=(Snapshot &&other) noexcept;

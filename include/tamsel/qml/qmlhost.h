@@ -8,7 +8,7 @@
 
 /*!
  * \file
- * \brief What a host lends to the QML module \c Tamsel, beside the published manager.
+ * \brief What a host lends to the QML module \c Tamsel, besides the published manager.
  *
  * \def TAMSEL_QML_EXPORT
  * \brief Makes a name visible outside the library of the QML module.
@@ -31,12 +31,12 @@ class SettingsCatalogue;
 namespace tamsel::qml {
 
 /*!
- * \brief Lends \a notifier, or none if null, to the objects of the QML module that are made from now
- * on.
+ * \brief Lends \a notifier, or none if null, to the objects of the QML module that are made from
+ * now on.
  *
  * It is the notifier of the manager that is published with setQmlConfigManager(). Without one, the
- * first QML object makes its own and the last one destroys it: no other thread may use the manager
- * then.
+ * first QML object makes its own and the last one destroys it: while that happens, no other thread
+ * may use the manager.
  *
  * \par Ownership
  * Borrowed. It may be destroyed while QML objects use it: they warn, and change nothing any more.
@@ -48,14 +48,14 @@ namespace tamsel::qml {
 TAMSEL_QML_EXPORT void setQmlChangeNotifier(host::ChangeNotifier *notifier);
 
 /*!
- * \brief Lends \a catalogue, or none if null, to the models of the QML module that are made from now
- * on.
+ * \brief Lends \a catalogue, or none if null, to the models of the QML module that are made from
+ * now on.
  *
- * It is the catalogue of the published manager. Without one, a model shows only settings that change
- * while it lives.
+ * It is the catalogue of the published manager. Without one, a model shows only settings that
+ * change while it lives.
  *
  * \par Ownership
- * Borrowed: it outlives the engine, or is replaced with null before it is destroyed.
+ * Borrowed: it must outlive the engine, or be replaced with null before it is destroyed.
  * \par Threads
  * As setQmlChangeNotifier().
  * \par Failure
@@ -64,8 +64,8 @@ TAMSEL_QML_EXPORT void setQmlChangeNotifier(host::ChangeNotifier *notifier);
 TAMSEL_QML_EXPORT void setQmlSettingsCatalogue(host::SettingsCatalogue *catalogue);
 
 /*!
- * \brief Takes secrets out of the models that are made from now on by \a redaction, in place of the
- * default one.
+ * \brief Uses \a redaction, in place of the default one, to take secrets out of the models that are
+ * made from now on.
  *
  * \par Ownership
  * It is copied.

@@ -19,7 +19,7 @@ namespace tamsel::testing {
 /*!
  * \brief A manager as a host sets it up, with its files in a temporary directory.
  *
- * It has a logger and one handler, which write into one journal. The files go with the box.
+ * It has a logger and one handler, which write into one journal. Its files are removed with it.
  *
  * \code
  * tamsel::testing::Box box; // all eight layers, empty
@@ -86,7 +86,7 @@ public:
      * \brief Clears a file layer and creates it again, as after a restart of the process.
      *
      * QSettings remembers the contents of a file by its path, so the file moves to a new directory.
-     * It exists: a value was written to the layer before.
+     * The file must exist: write a value to the layer first.
      */
     void reread(SettingsType type)
     {
@@ -98,7 +98,7 @@ public:
         manager.initStorage(type);
     }
 
-    /*! \brief Layers that are created from now on have their files in \a place, which is new. */
+    /*! \brief Puts the files of layers created from now on into the new directory \a place. */
     void moveTo(const QString &place)
     {
         m_place = place;
@@ -117,7 +117,7 @@ public:
         return folder.filePath(m_place + QLatin1StringView("/assets/"));
     }
 
-    /*! \brief Returns the file that a layer has, if it is created now; \a type is a file layer. */
+    /*! \brief Returns the file that the file layer \a type has if it is created now. */
     QString filePath(SettingsType type) const
     {
         switch (type) {

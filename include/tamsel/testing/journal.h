@@ -16,12 +16,12 @@
 namespace tamsel::testing {
 
 /*!
- * \brief What the recorders of one test wrote down, one line each, in the order in which it happened.
+ * \brief What the recorders of one test wrote down, line by line, in the order of events.
  *
- * A logger and handlers that share a journal can be compared at once: texts, counts and total order.
+ * If a logger and handlers share a journal, one comparison checks texts, counts and total order.
  *
  * \par Ownership
- * Recorders borrow a journal that they are given. It outlives them.
+ * Recorders borrow the journal that they are given. It must outlive them.
  * \par Threads
  * Safe to use from several threads.
  * \par Failure
@@ -49,7 +49,7 @@ private:
     QMutex m_mutex;
 };
 
-/*! \brief Returns a value with its type, as a journal shows it: "int(5)", "QString(en)", "invalid". */
+/*! \brief Returns a value with its type, as in a journal: "int(5)", "QString(en)", "invalid". */
 inline QString describe(const QVariant &value)
 {
     if (!value.isValid())

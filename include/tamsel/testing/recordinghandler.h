@@ -21,7 +21,7 @@ namespace tamsel::testing {
  * \par Ownership
  * The manager borrows the handler, and the handler the journal, if it is given one.
  * \par Threads
- * Several threads may notify it. #reaction is set before the first notification.
+ * Several threads may notify it. Set #reaction before the first notification.
  * \par Failure
  * What #reaction throws reaches the thread of the change.
  */
@@ -57,7 +57,7 @@ public:
     /*!
      * \brief Called on the thread of the change, after the line is written.
      *
-     * It may delete the handler, and itself with it: it uses nothing that it captured after that.
+     * It may delete the handler, and itself with it; after that it must not use what it captured.
      */
     Reaction reaction;
 

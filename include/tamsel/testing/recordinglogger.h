@@ -19,7 +19,7 @@ namespace tamsel::testing {
  * \par Ownership
  * The manager borrows the logger, and the logger the journal, if it is given one.
  * \par Threads
- * Several threads may log. #reaction is set before the first message.
+ * Several threads may log. Set #reaction before the first message.
  * \par Failure
  * What #reaction throws reaches the thread that logs.
  */
