@@ -3,7 +3,7 @@
 
 import QtQuick
 
-// What can have the focus, and shows it.
+// An item that can have the focus, and shows it.
 FocusScope {
     id: card
 

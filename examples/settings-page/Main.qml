@@ -20,7 +20,7 @@ Window {
         anchors.fill: parent
         focus: true
         initialItem: userPage
-        // A page is there at once: boxes are slow.
+        // Pages change without an animation: boxes are slow.
         pushEnter: null
         pushExit: null
         popEnter: null

@@ -14,7 +14,7 @@ Card {
     // The choices, {value, label}; none for a number from 0 to 100.
     property var options: []
     readonly property bool isRange: options.length === 0
-    // A layer above the user's decides.
+    // A layer above the user's is the origin.
     readonly property bool isLocked: Theme.isAbove(setting.origin, setting.layer)
     // The user's layer holds a value, overridden or not.
     readonly property bool isOwn: setting.origin === setting.layer || setting.overridden

@@ -69,7 +69,7 @@ QtObject {
         Tamsel.SystemProperties, Tamsel.CommandLineArgs, Tamsel.CustomConfPersistent, Tamsel.SelviDb,
         Tamsel.RavonaConfDefault]
 
-    // Whether `layer` is overridden if it holds a value whose origin is `origin`.
+    // Whether `origin` is a layer above `layer`; false if it is -1, no layer.
     function isAbove(origin: int, layer: int): bool {
         return origin >= 0 && precedence.indexOf(origin) < precedence.indexOf(layer)
     }

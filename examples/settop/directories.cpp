@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Whether the argument behind option is its value.
+// Whether the argument after option is its value.
 bool takesNextArgument(const QString &option)
 {
     if (option.startsWith("--"_L1))

@@ -7,8 +7,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-// Those of arguments, the name of the program first, that are neither an option nor the value of
-// one. tamsel::commandLineArgs::parse() ignores them and has to have accepted the line before.
+// The arguments, after the name of the program, that are neither an option nor the value of one.
+// tamsel::commandLineArgs::parse() ignores them, and must have accepted the command line before.
 QStringList positionalArguments(const QStringList &arguments);
 
 // The directory as a text that file names can be appended to: the library adds no "/".

@@ -37,8 +37,9 @@ int fail(const QString &reason)
 
 void createLayers(tamsel::ConfigurationManager &settings, const QVariantMap &commandLine)
 {
-    // Intentional: the layers that may hold the log level come first, so that it filters the messages
-    // about the others. Else a host creates its layers from the highest precedence to the lowest.
+    // Intentional: the layers that may hold the log level come first, so that it filters the
+    // messages about the others. Otherwise a host creates its layers from the highest precedence to
+    // the lowest.
     settings.initStorage(SettingsType::CommandLineArgs, commandLine);
     settings.initStorage(SettingsType::CustomConfPersistent);
     settings.initStorage(SettingsType::SelviDb);
@@ -54,7 +55,7 @@ void createLayers(tamsel::ConfigurationManager &settings, const QVariantMap &com
     setRuntimeValues(settings);
 }
 
-// A file that is missing or damaged is no error to the library: its layer holds less.
+// A missing or damaged file is not an error to the library: its layer holds less.
 void warnAboutFiles(const tamsel::ConfigurationManager &settings, const QString &defaults,
                     SettopLogger &logger)
 {
@@ -67,8 +68,8 @@ void warnAboutFiles(const tamsel::ConfigurationManager &settings, const QString 
     }
 }
 
-// With SETTOP_SNAPSHOT, settop runs on as a real host does: until it is asked to end, it writes a
-// snapshot for each SIGUSR1.
+// With SETTOP_SNAPSHOT, settop keeps running, as a real host does. It writes a snapshot for each
+// SIGUSR1 until it is asked to end.
 class Stay
 {
 public:

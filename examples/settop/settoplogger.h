@@ -26,15 +26,16 @@ enum Level : int {
 // Writes messages to standard error, a line each: "[info] text". Those that are less severe than
 // the level in the settings are left out; as long as that is unset, Info is the last one shown.
 //
-// The level is read again for every message, so a change of the setting counts at once. Reading
-// settings from inside a log call is safe: a read logs nothing, and the library holds no lock while
-// it logs.
+// The level is read again for every message, so a change of the setting takes effect at once.
+// Reading settings from inside a log call is safe: a read logs nothing, and the library holds no
+// lock while it logs.
 //
 // Messages may come from any thread.
 class SettopLogger final : public tamsel::ILogger
 {
 public:
-    // Reads the level from settings, borrowed, from now on. For start-up: not synchronised.
+    // Reads the level from settings, which are borrowed, from now on. Not synchronised: call it
+    // during start-up.
     void takeLevelFrom(tamsel::ConfigurationManager *settings);
 
     void error(const QString &message) override;

@@ -10,9 +10,9 @@
 #include <array>
 #include <functional>
 
-// Calls a function in the event loop for each signal of the system that arrives: SIGUSR1, SIGTERM and
-// SIGINT. Inside of a signal handler next to nothing is allowed; it only sends the number through a
-// pair of sockets. There is one at most.
+// Calls a function in the event loop for each signal of the system that arrives: SIGUSR1, SIGTERM
+// and SIGINT. Next to nothing is allowed in a signal handler, so it only sends the number through a
+// pair of sockets. There is at most one watcher.
 class SignalWatcher
 {
 public:
@@ -39,7 +39,8 @@ class SettingsCatalogue;
 } // namespace tamsel
 
 // Writes what the process holds into a file, for tamsel-inspect --snapshot. Whoever reads the file
-// meanwhile sees the last one or this one. Returns what is wrong if it could not be written.
+// meanwhile sees the previous snapshot or this one. Returns what is wrong if it could not be
+// written.
 QString writeSnapshot(const tamsel::ConfigurationManager &settings,
                       const tamsel::host::SettingsCatalogue &catalogue, const QString &assets,
                       const QString &fileName);
