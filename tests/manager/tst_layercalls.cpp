@@ -158,6 +158,15 @@ public:
     const std::function<void()> *m_onCopy = nullptr;
 };
 
+// For Copied: writes down that it is copied.
+std::function<void()> recordCopies(TestHost &host)
+{
+    return [&host] {
+        host.journal.add(isLocked(&privateOf(host.manager).mutex) ? u"copied, locked"_s
+                                                                  : u"copied"_s);
+    };
+}
+
 } // namespace
 
 Q_DECLARE_TYPEINFO(Copied, Q_RELOCATABLE_TYPE);
@@ -181,6 +190,8 @@ private Q_SLOTS:
     void everyLayerFindsItsPlaceAmongAnyOthers();
     void callsGrowWithTheNumberOfKeys();
     void theDefaultIsCopiedBeforeTheLockIsTaken();
+    void aRemovalFindsTheUncoveredValueInOneStep();
+    void aValueThatIsGoneByNowIsCopiedBeforeItIsLogged();
     void aReadReleasesTheLockWhenALayerThrows();
     void whatDoesNotReadLayersTakesNoLock_data();
     void whatDoesNotReadLayersTakesNoLock();
@@ -599,10 +610,7 @@ void tst_LayerCalls::theDefaultIsCopiedBeforeTheLockIsTaken()
 {
     TestHost host;
     addLayer(&host, Rdm, u"Rdm"_s, {{u"k"_s, 1}});
-    const std::function<void()> onCopy = [&host] {
-        host.journal.add(isLocked(&privateOf(host.manager).mutex) ? u"copied, locked"_s
-                                                                  : u"copied"_s);
-    };
+    const std::function<void()> onCopy = recordCopies(host);
     Copied copied;
     copied.m_onCopy = &onCopy;
     const QVariant defaultValue = QVariant::fromValue(copied);
@@ -612,6 +620,39 @@ void tst_LayerCalls::theDefaultIsCopiedBeforeTheLockIsTaken()
         copied
         Rdm: contains g/k, locked
         Rdm: value g/k, locked )");
+}
+
+void tst_LayerCalls::aRemovalFindsTheUncoveredValueInOneStep()
+{
+    TestHost host;
+    host.manager.initStorage(Runtime);
+    host.manager.initStorage(SystemProperties);
+    const std::function<void()> onCopy = recordCopies(host);
+    Copied copied;
+    copied.m_onCopy = &onCopy;
+    host.manager.setValue(u"g"_s, u"k"_s, QVariant::fromValue(copied), SystemProperties);
+    host.manager.setValue(u"g"_s, u"k"_s, 1, Runtime);
+    host.journal.take();
+    host.manager.removeValue(u"g"_s, u"k"_s, Runtime);
+    COMPARE_JOURNAL(host.journal, uR"(
+        copied, locked
+        debug: Top value changed SystemProperties: g/k = ''
+        handler: SystemProperties g/k = QString() )");
+}
+
+void tst_LayerCalls::aValueThatIsGoneByNowIsCopiedBeforeItIsLogged()
+{
+    TestHost host;
+    const auto runtime = addLayer(&host, Runtime, u"Runtime"_s);
+    QVariant variable = 1;
+    host.logger.reaction = [&variable](const QString &) { variable = u"reused"_s; };
+    host.journal.take();
+    runtime->notify(u"g"_s, u"gone"_s, variable);
+    COMPARE_JOURNAL(host.journal, uR"(
+        Runtime: contains g/gone, locked
+        debug: Parameter removed from all storages: g:gone
+        handler: Runtime g/gone = int(1) )");
+    QCOMPARE(variable, QVariant(u"reused"_s));
 }
 
 void tst_LayerCalls::aReadReleasesTheLockWhenALayerThrows()
