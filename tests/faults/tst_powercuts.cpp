@@ -251,10 +251,6 @@ void tst_PowerCuts::theFileIsTheOldOrTheNewOne()
         if (i % step != 0 && state.value(fileName) == before.value(fileName))
             continue;
         Host host(state);
-        QCOMPARE(sweep(host.path()).end, u"exit 0"_s);
-        FolderState swept = host.state();
-        swept.remove(fileName);
-        QVERIFY(swept.isEmpty());
         host.start();
         QVERIFY(host.manager.storageAvailable(layer));
         const QByteArray contents = host.contents();
@@ -262,6 +258,12 @@ void tst_PowerCuts::theFileIsTheOldOrTheNewOne()
                  qPrintable(u"%1: %2"_s.arg(QString::number(i), QString::fromUtf8(contents))));
         ++(contents == newContents ? newFiles : oldFiles);
 
+        host.manager.clearStorage(layer);
+        QCOMPARE(sweep(host.path()).end, u"exit 0"_s);
+        FolderState swept = host.state();
+        swept.remove(fileName);
+        QVERIFY(swept.isEmpty());
+        host.start();
         host.change();
         host.manager.clearStorage(layer);
         const FolderState written{{fileName, newContents}};
