@@ -57,8 +57,8 @@ class ILogger;
  * event loop is to write the file. This holds for a handler too, which runs on the thread that made
  * the change.
  * \par
- * Set the paths and append and remove handlers while no other thread uses the manager. Destruction
- * must not overlap any other call.
+ * Set the paths while no other thread uses the manager, and append and remove handlers while no
+ * other thread makes a change. Destruction must not overlap any other call.
  * \par Failure
  * No function throws an exception of its own or returns an error. If a call names a layer that does
  * not exist, it does nothing or returns \c false. A refused write or removal sends one message to

@@ -24,6 +24,8 @@ namespace tamsel {
  *   "5".
  * - A file layer reads its file again because another process changed it, or is replaced after
  *   that. ConfigurationManager::clearStorage() and then initStorage() do notify.
+ * - The file of a layer is changed through another QSettings of this process, or another manager:
+ *   all of them share its content.
  * - A removal from a file layer also removes the settings below it, see
  *   ConfigurationManager::removeValue().
  * - Two keys address one entry of a file, such as ("a", "b/c") and ("a/b", "c"): only the key that

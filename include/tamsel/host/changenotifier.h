@@ -127,7 +127,7 @@ private:
  * Create, replace and clear layers on the thread that made the notifier, which looks up origins
  * there. While several threads change one setting, the origin may be that of an earlier change.
  * \par
- * Make and destroy the notifier while no other thread uses the manager, as for every handler. Once
+ * Make and destroy the notifier while no other thread makes a change, as for every handler. Once
  * the destructor has returned, no function is called any more; one may still be running on another
  * thread.
  * \par Failure

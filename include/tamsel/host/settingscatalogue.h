@@ -57,7 +57,7 @@ struct SettingChange
  * The manager is borrowed and must outlive the catalogue.
  * \par Threads
  * Every function may be called from any thread at any time. Construction and destruction append and
- * remove a handler: no other thread may use the manager then.
+ * remove a handler: no other thread may make a change then.
  * \par Failure
  * None but exhausted memory.
  */
