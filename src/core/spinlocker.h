@@ -37,7 +37,7 @@ private:
         mutex->lock();
     }
 
-    static constexpr int longestPause = 16;
+    static constexpr int longestPause = 64;
 
     QMutex *const m_mutex;
 };
