@@ -37,7 +37,7 @@ private:
         mutex->lock();
     }
 
-    static constexpr int longestPause = 64;
+    static constexpr int longestPause = 64; // with longer ones, two readers do not read more
 
     QMutex *const m_mutex;
 };
