@@ -2,10 +2,11 @@
 // SPDX-License-Identifier: MIT
 
 // One handler finds the subscriptions of a changed setting by hash. It marks each with the setting
-// before it calls any. So if a function makes another change, each subscription gets it once.
+// before it calls any. So if a function changes the setting again, each subscription gets the new
+// value once.
 //
 // Locks, none of which is held while a function runs or values are compared:
-//   SubscriptionRecord::m_mutex   one subscription; its context, while connected, lives while it is held
+//   SubscriptionRecord::m_mutex   one subscription; while held, a connected context stays alive
 //   Subscriptions::m_mutex        the lists; may be taken while the one above is held, not vice versa
 //   Subscriptions::m_readLock     keeps the manager alive while a delivery reads from it
 
@@ -42,7 +43,7 @@ namespace {
 
 using Origin = std::optional<SettingsType>;
 
-// What a subscription is for; group and key as far as the scope has them.
+// What a subscription is for; group and key are empty where the scope needs none.
 enum class Scope { Setting, Group, All };
 struct Target
 {
@@ -59,8 +60,8 @@ struct TargetHash
     std::size_t operator()(const Target &target) const { return KeyHash()(target.key); }
 };
 
-// Posting an event, and the first step of what it calls. The thread sanitizer does not see the lock of
-// Qt's event queue, so it takes what was written before an event was posted for a race.
+// Held while an event is posted, and again when it arrives. The thread sanitizer does not see the
+// lock of Qt's event queue: it would report what was written before the event was posted as a race.
 #if defined(__SANITIZE_THREAD__)
 QBasicMutex handovers; // NOLINT(*-non-const-global-variables)
 class Handover
@@ -130,14 +131,14 @@ private:
     QPointer<QObject> m_context;
     QMetaObject::Connection m_destroyed;
     std::map<Key, Pending> m_pending;
-    std::optional<QVariant> m_last; // the value that the function got, of one setting only
+    std::optional<QVariant> m_last; // the value that the function got; for one setting only
 };
 
 using Record = std::shared_ptr<SubscriptionRecord>;
 // Replaced, never changed: a notification goes on with the list that it has found.
 using Records = std::shared_ptr<const std::vector<Record>>;
 
-// The subscriptions of a notifier, and what deliveries on other threads read from.
+// The subscriptions of a notifier, and the manager that their deliveries read from.
 class Subscriptions
 {
 public:
@@ -155,7 +156,7 @@ public:
 private:
     Q_DISABLE_COPY_MOVE(Subscriptions)
 
-    // Intentional: the layers are named on the thread that creates and clears them, and no other.
+    // Intentional: layers are named only on the thread that creates and clears them.
     bool mayNameLayers() const { return QThread::currentThreadId() == m_thread; }
 
     const Qt::HANDLE m_thread = QThread::currentThreadId();
@@ -183,14 +184,14 @@ void SubscriptionRecord::start()
     subscriptions->add(shared_from_this());
     if (m_target.scope != Scope::Setting)
         return;
-    // Read after it was added, or a change in between would be lost.
+    // Read after the record is added: otherwise a change in between would be lost.
     QVariant value = subscriptions->value(m_target.key);
     const QMutexLocker locker(&m_mutex);
     if (!m_last)
         m_last = std::move(value);
 }
 
-// What a notification does first.
+// The first step of a notification.
 void SubscriptionRecord::mark(const Key &key, Origin origin)
 {
     const QMutexLocker locker(&m_mutex);
@@ -198,7 +199,7 @@ void SubscriptionRecord::mark(const Key &key, Origin origin)
         m_pending[key].origin = origin;
 }
 
-// What a notification does then, unless somebody has delivered the mark.
+// The second step of a notification. Does nothing if the mark has been delivered already.
 void SubscriptionRecord::dispatch(const Key &key)
 {
     {
@@ -228,7 +229,7 @@ void SubscriptionRecord::dispatch(const Key &key)
     deliver(key);
 }
 
-// Runs on the thread of the context, so that nothing ends the context meanwhile.
+// Runs on the thread of the context, so that the context is not destroyed meanwhile.
 void SubscriptionRecord::deliver(const Key &key)
 {
     const auto subscriptions = m_subscriptions.lock();
@@ -243,7 +244,7 @@ void SubscriptionRecord::deliver(const Key &key)
         change.origin = pending->second.origin;
         m_pending.erase(pending);
     }
-    // A change from here on is a mark of its own.
+    // A change from here on sets a new mark.
     if (subscriptions->read(&change) && (m_target.scope != Scope::Setting || isNew(change.value)))
         m_function(change);
 }
@@ -266,7 +267,7 @@ void SubscriptionRecord::end()
         subscriptions->remove(shared_from_this());
 }
 
-// Whether the subscription had not ended before.
+// Returns false if the subscription had ended already.
 bool SubscriptionRecord::detach()
 {
     QMetaObject::Connection destroyed;
@@ -310,7 +311,7 @@ void Subscriptions::remove(const Record &record)
                      fewer->end());
         records = std::move(fewer);
     } catch (const std::bad_alloc &) {
-        // It stays in the list, and is skipped: the context may be in its destructor.
+        // Not rethrown: the context may be in its destructor. The record stays, and is skipped.
     }
 }
 
@@ -352,7 +353,7 @@ std::array<Records, 3> Subscriptions::find(const Key &key) const
 bool Subscriptions::findOrigin(SettingsType type, const Key &key, const QVariant &value,
                                Origin *origin) const
 {
-    // Called by the manager, which lives; on a thread that may create layers or only write to them.
+    // The manager calls this, so it is alive. The thread may create layers or only write to them.
     if (mayNameLayers()) {
         *origin = originOf(*m_settings, key.first, key.second);
         return true;
@@ -361,14 +362,16 @@ bool Subscriptions::findOrigin(SettingsType type, const Key &key, const QVariant
         origin->reset();
         return true;
     }
-    // An uncovered value is notified as text. What has no text and no comparison passes.
+    // An uncovered value is notified as text. Two values that have neither text nor comparison
+    // count as equal.
     const QVariant effective = m_settings->value(key.first, key.second);
     *origin = type;
     return value.isValid()
             && (areSame(effective, value) || effective.toString() == value.toString());
 }
 
-// The rest of a change whose origin is that of the notification. False if the notifier is gone.
+// Reads the value of a change and, where layers may be named, its origin. False if the notifier is
+// gone.
 bool Subscriptions::read(Change *change) const
 {
     const std::shared_lock locker(m_readLock);
@@ -473,7 +476,7 @@ ConfigurationManager *ChangeNotifier::settings() const noexcept
     return d->settings;
 }
 
-// Shared by the Settings, which warn once for all of them.
+// Shared by all Settings, so that together they warn only once.
 std::shared_ptr<RejectedValues> ChangeNotifier::rejectedValues() const
 {
     return d->rejected;

@@ -25,7 +25,7 @@ std::optional<QVariant> heldValue(const ConfigurationManager &settings, const QS
                                   const QString &key)
 {
     QVariant value;
-    const QVariant none = QVariant::fromValue<void *>(&value); // what no layer holds
+    const QVariant none = QVariant::fromValue<void *>(&value); // a value that no layer holds
     value = settings.value(group, key, none);
     const bool isHeld = value.metaType() != none.metaType() || value != none;
     return isHeld ? std::optional(std::move(value)) : std::nullopt;

@@ -25,8 +25,8 @@ QtLogger::QtLogger(const char *category) : d(std::make_unique<QtLoggerPrivate>(c
 
 QtLogger::~QtLogger() = default;
 
-// A stream, not a format: a percent sign in a message is no directive. Not qCCritical(): a macro without
-// its last argument is not C++17, and the place in the source would be the same for every message.
+// A stream, so that a percent sign in a message is not read as a format. Not qCCritical(): a macro
+// without its last argument is not C++17, and every message would have the same source location.
 void QtLogger::error(const QString &message)
 {
     QMessageLogger().critical(d->category).nospace().noquote() << message;

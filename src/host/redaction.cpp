@@ -24,7 +24,7 @@ namespace tamsel::host {
 
 namespace {
 
-// Wildcards stop at a "/" as in file names; here they do not, so there is none.
+// Qt's wildcards do not match a "/". Here they do, so another character replaces it.
 QString matchable(QString text)
 {
     return text.replace(u'/', QChar(1));
@@ -54,7 +54,7 @@ public:
     QStringList patterns;
     std::vector<QStringMatcher> words;
     bool matchesAll = false; // a pattern cannot be understood
-    QRegularExpression others; // the patterns that are no words
+    QRegularExpression others; // the patterns that have no word
 };
 
 RedactionPrivate::RedactionPrivate(const QStringList &all) : patterns(all)
@@ -87,12 +87,12 @@ bool RedactionPrivate::matches(const QString &path) const
         return true;
     if (others.pattern().isEmpty())
         return false;
-    // A search that is given up, or a text that is no Unicode, may match.
+    // If the search is given up or the text is not valid Unicode, assume a match.
     const auto match = others.match(matchable(path));
     return match.hasMatch() || !match.isValid();
 }
 
-// NOLINTBEGIN(misc-no-recursion): no deeper than what is shown of a value
+// NOLINTBEGIN(misc-no-recursion): it ends at deepestShown
 QVariant RedactionPrivate::withoutSecrets(const QString &path, const QVariant &value,
                                           int depth) const
 {

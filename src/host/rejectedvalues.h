@@ -15,13 +15,13 @@
 
 namespace tamsel::host {
 
-// The last value of each setting that was not of the type it was read as. Any thread may ask.
+// For each setting, the last value that was not of the type it was read as. Thread-safe.
 class RejectedValues
 {
 public:
     RejectedValues() = default;
 
-    // Whether the value of the setting is another one than the last time.
+    // Whether the value differs from the last one of this setting.
     bool isNew(const QString &group, const QString &key, const QVariant &value)
     {
         QVariant last = value;
@@ -32,7 +32,7 @@ public:
                 return true;
             last.swap(entry->second);
         }
-        // What is not a number is not equal to itself, nor is a type without comparison.
+        // A NaN is not equal to itself, nor is a value of a type without comparison.
         return last.metaType() != value.metaType()
                 || (last != value && jsonOf(last) != jsonOf(value));
     }

@@ -39,7 +39,7 @@ Kind kindOf(const QVariant &value)
     case QMetaType::Long:
     case QMetaType::LongLong:
         return Kind::Signed;
-    case QMetaType::Char: // with or without a sign, it fits either
+    case QMetaType::Char: // whether it has a sign depends on the platform
         return std::numeric_limits<char>::is_signed ? Kind::Signed : Kind::Unsigned;
     case QMetaType::UChar:
     case QMetaType::UShort:
@@ -58,7 +58,7 @@ Kind kindOf(const QVariant &value)
     }
 }
 
-// A whole number that is not less than `first` and less than `end`, which a double holds exactly.
+// `value` if it is a whole number from `first` to below `end`; a double holds both exactly.
 template <typename Integer>
 std::optional<Integer> wholeNumber(double value, double first, double end)
 {
@@ -154,7 +154,7 @@ std::optional<double> detail::toDouble(const QVariant &value)
 
 std::optional<QString> detail::toText(const QVariant &value)
 {
-    // Intentional: a list of one is no text, though QVariant converts it.
+    // Intentional: a list of one is not a text, though QVariant converts it.
     const int type = value.typeId();
     QVariant text = value;
     const bool ok = type != QMetaType::QStringList && type != QMetaType::QVariantList
@@ -194,7 +194,7 @@ std::optional<int> detail::toEnumerator(const QVariant &value, const QMetaEnum &
     return std::nullopt;
 }
 
-// Its key, or its number if it has none.
+// The key of the enumerator, or its number if it has none.
 QVariant detail::fromEnumerator(int value, const QMetaEnum &enumeration)
 {
     for (int i = 0; i < enumeration.keyCount(); ++i) {
@@ -243,7 +243,7 @@ bool SettingBase::isOverridden(SettingsType layer) const
     return from && *from != layer && m_notifier->settings()->contains(m_group, m_key, layer);
 }
 
-// The effective value, as far as a layer holds one. It may be invalid.
+// The effective value, which may be invalid; none if no layer holds the setting.
 std::optional<QVariant> SettingBase::stored() const
 {
     return heldValue(*m_notifier->settings(), m_group, m_key);
@@ -254,7 +254,8 @@ void SettingBase::store(const QVariant &value, SettingsType layer) const
     m_notifier->settings()->setValue(m_group, m_key, value, layer);
 }
 
-// Warns of a value that is not of the type with the name, unless it is the one that was warned of last.
+// Warns of a value that is not of the type that `name` describes, unless it is the value that was
+// warned of last.
 void SettingBase::reject(const QVariant &value, QString (*name)()) const
 {
     if (!m_rejected->isNew(m_group, m_key, value))

@@ -18,7 +18,7 @@ namespace tamsel::host {
 
 namespace {
 
-// Those that end a line, move the cursor, turn the direction of what follows or are no characters.
+// Characters that end a line, move the cursor or change the direction of the text; lone surrogates.
 bool isUnprintable(char32_t character)
 {
     if (character >= U' ' && character <= U'~') // by far the most
@@ -40,7 +40,7 @@ bool isNotAscii(char32_t character)
     return character >= 0x80;
 }
 
-// Of the units of one character: "\u202e", of two units two such.
+// The escape of a character, such as "\u202e": one for each of its UTF-16 units.
 QString escapeOf(QStringView units)
 {
     switch (units.front().unicode()) {
@@ -61,12 +61,12 @@ QString escapeOf(QStringView units)
 
 template <typename Predicate> QString withEscapes(const QString &text, Predicate isEscaped)
 {
-    // A call for each character would cost most of the time.
+    // Calling isEscaped() for each character would take most of the time.
     const auto isSpecial = [&](QChar unit) {
         const bool isPlain = unit.unicode() >= 0x20 && unit.unicode() < 0x7f;
         return !isPlain && isEscaped(char32_t(unit.unicode()));
     };
-    // Outside of the basic plane every unit is a surrogate, which is escaped by itself.
+    // Outside the basic plane every unit is a surrogate, for which isEscaped() is true.
     // Intentional, here and below: count_if(), as any_of() is unrolled: some 150 bytes more on MIPS32.
     if (std::count_if(text.cbegin(), text.cend(), isSpecial) == 0)
         return text;
@@ -86,12 +86,12 @@ template <typename Predicate> QString withEscapes(const QString &text, Predicate
     return result;
 }
 
-// As for qDebug(): good for every type there is.
+// The text that qDebug() prints; it exists for every type.
 QString debugText(const QVariant &value)
 {
     QString result;
     QDebug(&result).nospace() << qSetRealNumberPrecision(17) << value;
-    // "QVariant(QSize, QSize(4, 3))": the type is said elsewhere.
+    // Only "QSize(4, 3)" of "QVariant(QSize, QSize(4, 3))": the type is shown elsewhere.
     const QString frame = u"QVariant(%1, "_s.arg(QString::fromLatin1(value.typeName()));
     if (result.startsWith(frame) && result.endsWith(u')'))
         result = result.sliced(frame.size()).chopped(1);

@@ -16,14 +16,14 @@
 
 namespace tamsel::host {
 
-// Lists and maps inside of lists and maps, of which more are not shown: each level takes stack.
+// How many levels of nested lists and maps are shown: each level takes stack.
 constexpr int deepestShown = 500;
 
 // The name of a layer, as the library's log messages show it too.
 QString layerName(SettingsType layer);
 
-// A value in JSON: integers with all their digits, bytes as bytesText() has them. What JSON does not
-// know becomes a text, an invalid value null.
+// A value in JSON: integers with all their digits, bytes as bytesText() has them. What JSON cannot
+// represent becomes a text, an invalid value null.
 QString jsonOf(const QVariant &value);
 
 // A text in JSON. Characters that cannot be seen are escaped.
@@ -32,13 +32,13 @@ QString jsonOf(const QString &text);
 QString jsonOrNull(const QString &text);
 
 // The text on a single line and unable to steer a terminal: control characters are escaped, and so
-// are those that turn the direction of what follows or cannot be seen.
+// are those that change the direction of the text or cannot be seen.
 QString escaped(const QString &text);
 
 // The text with all that is not ASCII escaped.
 QString asciiOnly(const QString &text);
 
-// Bytes that are no printable ASCII as "\xff", a backslash as two.
+// Bytes other than printable ASCII as "\xff", a backslash as two.
 QString bytesText(const QByteArray &bytes);
 
 // A value of any type as a text.
@@ -47,7 +47,7 @@ QString plainText(const QVariant &value);
 // What is shown of a value.
 struct ShownValue
 {
-    // The secrets in a value are not kept at all, but whether there was something to keep.
+    // A secret is not kept at all, only whether it was empty.
     enum class Redacted { No, Empty, NotEmpty };
 
     QVariant value;
@@ -55,7 +55,7 @@ struct ShownValue
     Redacted redacted = Redacted::No;
 };
 
-// What is shown of a value if the setting is no secret, and if it is one.
+// What is shown of a value if the setting is not a secret, and if it is one.
 ShownValue shownValue(const QVariant &value);
 ShownValue redactedValue(const QVariant &value);
 
@@ -69,7 +69,7 @@ public:
     {
     }
 
-    JsonObject &add(QLatin1StringView name, const QString &json); // what is in JSON already
+    JsonObject &add(QLatin1StringView name, const QString &json); // `json` is JSON already
     JsonObject &addText(QLatin1StringView name, const QString &text);
     JsonObject &addTextOrNull(QLatin1StringView name, const QString &text);
     JsonObject &addNumber(QLatin1StringView name, quint64 number);

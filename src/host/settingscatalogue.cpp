@@ -62,7 +62,7 @@ void SettingsCatalogue::onValueChanged(SettingsType type, const QString &group, 
     else if (d->changesKept > 0)
         // What was here before is destroyed with `change`, when the lock is free.
         std::swap(d->ring[static_cast<std::size_t>(d->changeCount % d->changesKept)], change);
-    ++d->changeCount; // only counted once it is in the ring: that may run out of memory
+    ++d->changeCount; // only once it is in the ring: push_back() may run out of memory
 }
 
 void SettingsCatalogue::remember(const QString &group, const QString &key)

@@ -68,7 +68,7 @@ QString programName()
     return name.isEmpty() ? QString::fromLocal8Bit(program_invocation_short_name) : name;
 }
 
-// The same value for a reader. What is not a number is not equal to itself, and some types of hosts
+// Whether a reader would see the same value. A NaN is not equal to itself, and some types of hosts
 // cannot be compared.
 bool isSame(const QVariant &a, const QVariant &b)
 {
@@ -163,7 +163,7 @@ void SnapshotPrivate::addSetting(const ConfigurationManager &manager,
     HeldSetting setting;
     setting.group = group;
     setting.key = key;
-    const QVariant none = QVariant::fromValue<void *>(&setting); // what no layer holds
+    const QVariant none = QVariant::fromValue<void *>(&setting); // a value that no layer holds
     QVariant value;
     for (int attempt = 1; attempt <= mostAttempts && !setting.isSettled; ++attempt) {
         if (attempt > attemptsAtOnce)

@@ -31,7 +31,7 @@ struct Shared
     host::SettingsCatalogue *catalogue = nullptr; // by the host; guarded by mutex
     host::Redaction redaction; // by the host; guarded by mutex
     std::weak_ptr<Notifier> own; // the module's, if the host lends none; guarded by mutex
-    ConfigurationManager *ownManager = nullptr; // that of `own`, maybe dead; guarded by mutex
+    ConfigurationManager *ownManager = nullptr; // of `own`; may be destroyed; guarded by mutex
     std::atomic<bool> warned = false; // that no manager is published
 };
 
@@ -65,7 +65,7 @@ Notifier::Notifier(host::ChangeNotifier *notifier) : m_notifier(notifier)
 {
     auto life = std::make_shared<int>();
     m_life = life; // cppcheck-suppress useInitializationList
-    // The setting does not matter: the function goes with the notifier.
+    // Any setting will do: the function is destroyed with the notifier.
     notifier->subscribe({}, {}, &m_context, [life](const host::Change &) {});
 }
 
@@ -84,7 +84,7 @@ Notifier::~Notifier()
         delete m_notifier;
         return;
     }
-    // Intentional: it is left behind, as its manager may be dead. It would remove itself from it.
+    // Intentional: never deleted. Its destructor would call the manager, which may be destroyed.
     static QMutex mutex;
     // NOLINTNEXTLINE(*-non-const-global-variables,bugprone-unhandled-exception-at-new)
     static auto *const leftBehind = new QList<host::ChangeNotifier *>;

@@ -50,12 +50,12 @@ private:
 
     host::ChangeNotifier *m_notifier = nullptr;
     bool m_isOwn = false;
-    QObject m_context; // of a subscription whose function holds the life
+    QObject m_context; // of a subscription whose function owns what m_life points to
     std::weak_ptr<int> m_life;
 };
 
 // Joins the QML objects of one thread to the manager that was published when the first of them was
-// completed. They share it; it goes with the last of them.
+// completed. They share it; the last of them destroys it.
 //
 // There is one subscription for each group in use, and not one for each object: a notification costs
 // the same however many objects there are. A subscription to one setting would not do, as it is not
@@ -63,12 +63,12 @@ private:
 class Dispatcher final : public QObject
 {
 public:
-    // The one of the current thread; null if no manager is published, which is a warning of `asker`.
+    // The dispatcher of this thread; null, with a warning of `asker`, if no manager is published.
     static std::shared_ptr<Dispatcher> current(const QObject *asker);
     ~Dispatcher() override;
 
-    // The manager. Null if it may be dead: it is not published any more, or its notifier was
-    // destroyed. The first time is a warning of `asker`.
+    // The manager. Null if it may be destroyed: it is not published any more, or its notifier was
+    // destroyed. The first time, `asker` warns.
     ConfigurationManager *manager(const QObject *asker);
     // Use it after manager() only.
     host::ChangeNotifier &notifier() const { return m_notifier->get(); }

@@ -14,7 +14,7 @@ namespace tamsel::qml {
 Q_NAMESPACE
 QML_NAMED_ELEMENT(Tamsel)
 
-// SettingsType once more: the QML tools know the types of this module's own headers only.
+// SettingsType again: the QML tools know the types of this module's own headers only.
 enum class Layer {
     CommandLineArgs = static_cast<int>(SettingsType::CommandLineArgs),
     CustomConfPersistent = static_cast<int>(SettingsType::CustomConfPersistent),

@@ -105,7 +105,7 @@ void QmlSetting::attach()
 {
     if (!m_complete)
         return;
-    const std::shared_ptr<Dispatcher> kept = m_dispatcher; // if this is its only object, it stays
+    const std::shared_ptr<Dispatcher> kept = m_dispatcher; // otherwise detach() may destroy it
     detach();
     m_refused = false;
     if (!m_key.value().isEmpty()) {
@@ -131,7 +131,7 @@ ConfigurationManager *QmlSetting::manager() const
     return m_dispatcher ? m_dispatcher->manager(this) : nullptr;
 }
 
-// The value in the type of the default, where it converts.
+// The value, converted to the type of the default if possible.
 QVariant QmlSetting::inTypeOfDefault(const QVariant &value) const
 {
     const QMetaType type = unwrapped(m_defaultValue).metaType();
@@ -148,7 +148,7 @@ void QmlSetting::refresh()
     bool overridden = false;
     bool writable = false;
     if (const ConfigurationManager *settings = manager()) {
-        // A queued notification follows a change on another thread that comes between these lines.
+        // If another thread makes a change between these lines, a queued notification follows.
         value = inTypeOfDefault(settings->value(m_group, m_key, value));
         const std::optional<SettingsType> layer = host::originOf(*settings, m_group, m_key);
         origin = layer ? static_cast<int>(*layer) : -1;
@@ -167,7 +167,7 @@ void QmlSetting::refresh()
     m_overridden = overridden;
     m_writable = writable;
 
-    // All of it is up to date when the first of these is called. They may destroy the object.
+    // All fields are up to date before the first signal. A signal may destroy the object.
     const QPointer<QmlSetting> alive = this;
     if (hasOriginChanged) {
         m_boundOrigin.notify();
@@ -218,7 +218,7 @@ void QmlSetting::setValue(const QVariant &value)
     if (!alive)
         return;
 
-    // The core says nothing, so the setting is read back. What an overridden layer holds cannot be read.
+    // The core returns no result, so the setting is read back. An overridden value cannot be read.
     const bool isHeld = settings->contains(group, key, layer);
     const bool isOrigin = host::originOf(*settings, group, key) == layer;
     const QVariant after = settings->value(group, key);
@@ -256,7 +256,7 @@ void QmlSetting::reset()
         refuse(isReadOnly(layer) ? u"the layer is read-only"_s : u"the layer refused it"_s);
 }
 
-// Says once that a write or a reset came to nothing.
+// Warns once that a write or a reset had no effect.
 void QmlSetting::refuse(const QString &reason)
 {
     if (std::exchange(m_refused, true))

@@ -101,7 +101,7 @@ private:
     QVariant inTypeOfDefault(const QVariant &value) const;
     void refuse(const QString &reason);
 
-    // The core's words for m_layer.
+    // m_layer in the core's type.
     SettingsType type() const { return static_cast<SettingsType>(m_layer.value()); }
 
     Q_OBJECT_BINDABLE_PROPERTY(QmlSetting, QString, m_group, &QmlSetting::onGroupChanged)
@@ -121,7 +121,7 @@ private:
     bool m_writable = false;
 
     bool m_complete = false;
-    bool m_refused = false; // and said so
+    bool m_refused = false; // and a warning says so
     QVariant m_early; // written before the component was complete
     QString m_attachedGroup; // what m_dispatcher knows this object by
     QString m_attachedKey;

@@ -39,7 +39,7 @@ QVariantList overriddenLayers(const ConfigurationManager &settings, SettingsType
     return layers;
 }
 
-// As tamsel-inspect and snapshots have it.
+// By the same rules as in tamsel-inspect and snapshots.
 bool isEmpty(const QVariant &value)
 {
     switch (value.typeId()) {

@@ -69,7 +69,7 @@ private:
     void showFiltered();
 
     QString m_filter;
-    host::Redaction m_matcher; // by m_filter, with the rules for patterns
+    host::Redaction m_matcher; // made from m_filter; used for its pattern rules
     host::Redaction m_redaction;
     Keys m_known; // what a layer holds, in ascending order
     Keys m_rows; // those that the filter lets pass

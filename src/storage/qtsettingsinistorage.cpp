@@ -123,7 +123,7 @@ void QtSettingsIniStorage::setValue(const QString &group, const QString &key, co
         return;
     }
     const FullKey fullKey(group, key);
-    // The value() of this class would build the key once more; that of a derived class is called.
+    // value() of this class would build the key again, so only that of a derived class is called.
     if ((typeid(*this) == typeid(QtSettingsIniStorage) ? m_settings->value(fullKey.text())
                                                        : this->value(group, key))
         == value)
