@@ -48,8 +48,8 @@ namespace tamsel::commandLineArgs {
  * message and exit code 1. A number that is not a decimal 32-bit integer ends it with a fatal log
  * message and an abort. `--help` and `--version` print their text and end it with exit code 0.
  * \par
- * All but the abort call \c exit(). It does not destroy a manager that is a local variable, so its
- * changed files are not written.
+ * Except for the abort, the process ends through \c exit(). That does not destroy a manager that is
+ * a local variable, so its changed files are not written.
  */
 [[nodiscard]] TAMSEL_EXPORT QVariantMap parse();
 

@@ -191,7 +191,7 @@ private:
 };
 
 /*!
- * \brief The manager that the host published for its user interface; null before.
+ * \brief The manager that the host published for its user interface; null if there is none.
  *
  * The pointer is not owned, not synchronised, and not cleared when the manager is destroyed:
  * publish null before that.

@@ -37,7 +37,8 @@ namespace tamsel {
  * \par Notifications without a change
  * - A layer is replaced, and at least two of its keys are new, changed or overridden: the
  *   overridden ones are notified too.
- * - The keys of the last point above, which the layer does not hold.
+ * - A key is notified by its first and last part, as in the last point of the first list: the layer
+ *   does not hold that key.
  *
  * The same interface connects a layer to its manager. AbstractStorage::notify() calls it for every
  * change of that layer. The manager then notifies the registered handlers if an effective value or

@@ -21,7 +21,7 @@
 // NOLINTBEGIN(cppcoreguidelines-macro-usage): for the preprocessor
 /*! \brief From 1.0 on, rises with every release that breaks users' sources. */
 #define TAMSEL_VERSION_MAJOR 0
-/*! \brief Rises with every release that adds something, or before 1.0 breaks users' sources. */
+/*! \brief Rises with every release that adds something or, before 1.0, breaks users' sources. */
 #define TAMSEL_VERSION_MINOR 2
 /*! \brief Rises with every release that only fixes. */
 #define TAMSEL_VERSION_PATCH 0

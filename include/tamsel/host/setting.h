@@ -65,7 +65,7 @@ struct Conversion<T, std::enable_if_t<std::is_integral_v<T> && !std::is_same_v<T
             return std::nullopt;
         return static_cast<T>(*number);
     }
-    // QSettings writes short, long and char as @Variant, but these types as numbers.
+    // QSettings writes short, long and char as @Variant, but the types below as numbers.
     static QVariant written(T value)
     {
         if constexpr (sizeof(T) > sizeof(int))

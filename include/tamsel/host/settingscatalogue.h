@@ -44,8 +44,8 @@ struct SettingChange
  * layer. The catalogue cannot know the changes that IConfigurationChangeHandler lists as
  * \ref unnotified "not notified"; a host that knows their keys can pass them to remember().
  *
- * It holds the last changes with their values: a large value stays in memory until that many
- * changes have followed it. It keeps secrets as well; Snapshot takes them out.
+ * It holds the last changes with their values: a large value stays in memory as long as its change
+ * is one of them. It keeps secrets as well; Snapshot takes them out.
  *
  * \code
  * tamsel::ConfigurationManager settings(&logger);
