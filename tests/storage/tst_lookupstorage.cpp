@@ -37,6 +37,7 @@ private Q_SLOTS:
     void initTestCase();
     void aLookupSaysWhetherAndWhat_data();
     void aLookupSaysWhetherAndWhat();
+    void everyGroupHasABit();
     void aFileCannotHoldWhatIsNotHeld();
     void aKeyOfAnyLengthIsFound_data();
     void aKeyOfAnyLengthIsFound();
@@ -113,6 +114,17 @@ void tst_LookupStorage::aLookupSaysWhetherAndWhat()
     QVERIFY(!storage->lookup({sameBit, u"text"_s}, &value));
     QVERIFY(!storage->contains(sameBit, u"text"_s));
     QCOMPARE(describe(value), describe(5));
+}
+
+void tst_LookupStorage::everyGroupHasABit()
+{
+    quintptr bits = 0;
+    for (int i = 0; i < 64; ++i) { // consecutive letters have different bits
+        const quintptr bit = groupBit(QString(QChar(u'0' + i)));
+        QVERIFY(bit != 0);
+        bits |= bit;
+    }
+    QCOMPARE(bits, ~quintptr(0));
 }
 
 void tst_LookupStorage::aFileCannotHoldWhatIsNotHeld()
