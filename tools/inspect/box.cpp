@@ -17,7 +17,7 @@ using tamsel::SettingsType;
 
 namespace {
 
-// Whether hosts write the layer value by value; it cannot be given a map.
+// Whether hosts write the layer value by value, because initStorage() ignores its map.
 bool isWritten(SettingsType layer)
 {
     return layer == SettingsType::Runtime || layer == SettingsType::SystemProperties;
@@ -27,12 +27,12 @@ void checkDirectory(const QString &directory)
 {
     if (!QFileInfo(directory).isDir())
         throw UserError(u"there is no directory %1"_s.arg(directory));
-    // Where it must not be entered, its files look as if they were missing.
+    // Without permission to enter it, its files would look as if they were missing.
     if (!QFileInfo(directory).isExecutable())
         throw UserError(u"cannot enter %1: permission denied"_s.arg(directory));
 }
 
-// What no layer can hold.
+// The type of a value that no layer can hold.
 struct NotHeld
 {
 };
@@ -103,7 +103,7 @@ Box::Box(const Options &options, const QString &storage, const HostValues &hostV
                   [&](SettingsType layer) { addLayer(layer, storage, options.assets); });
 }
 
-// As std::pair has it, with one comparison of the groups.
+// The order of std::pair, but the groups are compared only once.
 bool Box::isBefore(const Key &key, const Key &other)
 {
     const int groups = key.first.compare(other.first);
@@ -160,24 +160,24 @@ Box::Keys Box::addFileLayer(tamsel::ConfigurationManager &settings, SettingsType
 {
     const QString fileName = m_files.value(layer);
     const QFileInfo info(fileName);
-    // A box that was never used has neither of its own files, but the defaults are always shipped.
+    // A box that was never used has only the shipped defaults, so its other files may be missing.
     if (layer == SettingsType::RavonaConfDefault && !info.exists() && !info.isSymLink())
         throw UserError(u"there is no file %1"_s.arg(fileName));
     m_iniFiles.push_back(std::make_unique<IniFile>(fileName));
-    settings.initStorage(layer); // shares what was loaded
+    settings.initStorage(layer); // shares the contents that IniFile has loaded
     Keys keys = keysIn(*m_iniFiles.back(), layer);
     keys.insert(keys.end(), m_hostKeys.cbegin(), m_hostKeys.cend());
     sort(&keys);
     return keys;
 }
 
-// Looks at the names in the file itself: the layer lists an entry by the first and the last part of
-// its name, and reads it by the texts before and after the first "/".
+// Looks at the entries of the file itself: the layer lists an entry by the first and the last part
+// of its full key, but reads it by the texts before and after the first "/".
 Box::Keys Box::keysIn(const IniFile &file, SettingsType layer)
 {
     Keys result;
     result.reserve(static_cast<std::size_t>(file.entries().size()));
-    QString group; // shared by entries that follow each other
+    QString group; // shared by consecutive entries
     for (const QString &entry : file.entries()) {
         const qsizetype first = entry.indexOf(u'/');
         const qsizetype last = entry.lastIndexOf(u'/');
@@ -203,7 +203,7 @@ Box::Keys Box::keysIn(const IniFile &file, SettingsType layer)
     return result;
 }
 
-// The layer is the only one, so it is the origin of everything that it holds.
+// The manager has no other layer, so this one is the origin of everything that it holds.
 void Box::takeValues(const tamsel::ConfigurationManager &settings, SettingsType layer,
                      const Keys &keys)
 {
@@ -214,7 +214,7 @@ void Box::takeValues(const tamsel::ConfigurationManager &settings, SettingsType 
         if (value.metaType() != notHeld.metaType())
             m_held.push_back({key, layer, value});
     }
-    // Those of one key stay in the order of the layers.
+    // Values of one key stay in the order of the layers.
     std::inplace_merge(
             m_held.begin(), m_held.begin() + before, m_held.end(),
             [](const Held &held, const Held &other) { return isBefore(held.key, other.key); });
@@ -225,7 +225,7 @@ bool Box::isLookedAt(SettingsType layer) const
     return m_onlyLayer.value_or(layer) == layer;
 }
 
-// The layers that hold the key are those from begin to end.
+// The values of the key are those from begin to end.
 Setting Box::settingOf(const Key &key, HeldIterator begin, HeldIterator end) const
 {
     Setting result{{key.first, key.second}, std::nullopt, {}};
@@ -290,7 +290,7 @@ void Box::visit(const std::function<void(const Setting &)> &visitor) const
         visitOne(unreadable->first, m_held.cend(), m_held.cend());
 }
 
-// A setting is a secret under each of its names.
+// A setting is a secret if its key matches, or the key that its entry is read by.
 bool Box::isSecret(const Key &key, const QString &entry) const
 {
     if (m_redaction.matches(key.first, key.second))
@@ -300,12 +300,12 @@ bool Box::isSecret(const Key &key, const QString &entry) const
     return !entry.isEmpty() && m_redaction.matches(group, entry.mid(slash + 1));
 }
 
-// What may be shown of a value.
+// The value as it may be shown.
 Value Box::valueOf(bool isSecret, const Key &key, const QVariant &value) const
 {
     if (isSecret)
         return {value, true, tamsel::host::Redaction::placeholder()};
-    if (value.typeId() == QMetaType::QString) // by far the most; texts are not searched
+    if (value.typeId() == QMetaType::QString) // by far the most common type; texts are not searched
         return {value, false, value};
     return {value, false, m_redaction.redacted(key.first, key.second, value)};
 }

@@ -55,14 +55,14 @@ public:
     QString fileOf(tamsel::SettingsType layer) const override { return m_files.value(layer); }
     std::optional<bool> fileExists(tamsel::SettingsType layer) const override;
     QString placeText(tamsel::SettingsType layer, const QString &file) const override;
-    // What is wrong with the files, although programs read them.
+    // Faults in files that programs read nevertheless.
     QStringList warnings() const override;
 
 private:
     using Key = std::pair<QString, QString>; // group and key
     using Keys = std::vector<Key>;
 
-    // What a layer holds.
+    // A value in a layer.
     struct Held
     {
         Key key;
@@ -71,7 +71,7 @@ private:
     };
     using HeldIterator = std::vector<Held>::const_iterator;
 
-    // The tool says itself what there is to say.
+    // The tool prints its own messages.
     class NoLogger final : public tamsel::ILogger
     {
         void error(const QString &) override { }
@@ -100,7 +100,7 @@ private:
     const tamsel::host::Redaction m_redaction;
     const HostValues &m_hostValues;
     std::vector<std::unique_ptr<IniFile>> m_iniFiles;
-    Keys m_hostKeys; // of options and maps; a file may hold them under another name
+    Keys m_hostKeys; // keys from options and maps; a file may hold them under another full key
     QHash<tamsel::SettingsType, QString> m_files;
     std::vector<Held> m_held; // by key, lowest layer first
     std::map<Key, QList<LayerValue>> m_unreadable; // lowest layer first

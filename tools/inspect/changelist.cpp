@@ -26,8 +26,8 @@ Row rowOf(const RecordedChange &change)
              valueTextOf(change), change.value.value.type(), layerName(change.value.layer)}};
 }
 
-// The time of day; the date and what is the same in every row stand below the table, an unusual type
-// below its row.
+// Rows show the time of day only. The date and all that is the same in every row are below the
+// table; an unusual type is below its row.
 Table narrowTable(const Table &table)
 {
     Table result = table;

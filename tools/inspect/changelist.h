@@ -9,7 +9,7 @@
 class SnapshotFile;
 class TablePrinter;
 
-// Prints the last changes that the options ask for, the oldest first. Returns whether there is one.
+// Prints the last changes that the options ask for, oldest first. Returns whether there is one.
 bool printChanges(const SnapshotFile &snapshot, const Options &options, TablePrinter &printer);
 
 #endif // CHANGELIST_H

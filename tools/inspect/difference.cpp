@@ -41,7 +41,7 @@ bool isVisible(const Change &change)
 {
     if (!change.before || !change.after)
         return change.before.has_value() != change.after.has_value();
-    // Another origin of the same value is no change for a reader.
+    // The same value from another origin is not a change for a reader.
     return !change.before->value.isSameAs(change.after->value);
 }
 
@@ -61,7 +61,7 @@ Changes changesBetween(const Source &before, const Source &after, const Options 
     return result;
 }
 
-// One side of a change, as it is shown: different values look different, if only by a nested type.
+// One side of a change as it is shown. Different values look different, if only by a nested type.
 struct Side
 {
     QString value;
@@ -79,7 +79,7 @@ Side sideOf(const std::optional<LayerValue> &side, const std::optional<LayerValu
     return {value.text(), looksSame ? value.wholeType() : value.type(), layerName(side->layer)};
 }
 
-// A value, and its type if the other side's value reads the same.
+// A value, with its type if the other side's value looks the same.
 QString textOf(const Side &side, const Side &other)
 {
     return side.value == other.value ? u"%1 (%2)"_s.arg(side.value, side.type) : side.value;

@@ -13,15 +13,15 @@ using tamsel::SettingsType;
 
 namespace {
 
-// What one layer says to the lookup.
+// The lookup in one layer.
 struct Step
 {
     SettingsType layer;
     std::optional<LayerValue> layerValue;
     QString state;
     QString file; // of the layer; empty if it has none
-    std::optional<bool> fileExists; // none if that is not known
-    QString place; // where the value comes from, or where it would
+    std::optional<bool> fileExists; // none if unknown
+    QString place; // where the value comes from, or would come from
 };
 
 QString placeOf(const Source &source, const Step &step)
@@ -108,7 +108,7 @@ QString originText(const Source &source, const LayerValue &layerValue)
                             source.placeText(layerValue.layer, layerValue.file));
 }
 
-// What becomes of an entry that is listed as the setting, and is none.
+// Says how an entry is read that the layer lists as the setting, but reads under another key.
 QString entryText(const Source &source, const LayerValue &layerValue)
 {
     const QString listed = u"%1 lists the entry %2 as this setting, but it "_s.arg(

@@ -14,7 +14,7 @@ using tamsel::host::plainText;
 
 namespace {
 
-// Unambiguous: what looks like an escape in the result is one.
+// Unambiguous: everything in the result that looks like an escape is one.
 QString quoted(const QString &text)
 {
     const auto isSpecial = [](QChar c) { return c == u'\\' || c == u'\''; };
@@ -46,7 +46,7 @@ bool isAscii(const QString &text)
     return std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() < 0x80; });
 }
 
-// Letters of some scripts take two columns, accents of their own none.
+// Letters of some scripts take two columns, combining accents none.
 int columnsOf(char32_t character)
 {
     const int width = wcwidth(static_cast<wchar_t>(character));
@@ -144,7 +144,7 @@ QStringList wrapped(const QString &text, qsizetype columns)
     QStringList result;
     QString line;
     qsizetype used = 0;
-    qsizetype blank = 0; // the size of the line up to the last blank, with it
+    qsizetype blank = 0; // the size of the line up to and including the last blank
     const QList<uint> characters = text.toUcs4();
     for (const char32_t character : characters) {
         const int width = columnsOf(character);

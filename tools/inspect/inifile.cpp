@@ -26,20 +26,20 @@ namespace {
 
 constexpr qsizetype warningsShown = 10; // of one file
 
-// Lists and maps inside of lists and maps. QSettings reads, copies and deletes them recursively: at
-// some 20 000 levels a program with a stack of 8 MB ends, and printing them needs stack too.
+// Levels of lists and maps inside lists and maps. QSettings reads, copies and deletes them
+// recursively: some 20 000 levels overflow a stack of 8 MB. Printing them needs stack too.
 constexpr int deepestNesting = 500;
 
-// A level takes at least this many bytes of the file: the type of a value inside of a value.
+// A level takes at least this many bytes of the file: the type of a value inside a value.
 constexpr qsizetype bytesPerLevel = 4;
 
-// What is nested begins with "@Variant(", of which each character may be an escape.
+// A nested value begins with "@Variant(", and each of these characters may be escaped.
 bool mayBeNested(QByteArrayView line)
 {
     return line.contains('@') || line.contains('\\');
 }
 
-// Twice what Qt 6.4 to 6.11 need to read a level, divided by its bytes.
+// Twice the stack that Qt 6.4 to 6.11 need to read a level, divided by bytesPerLevel.
 constexpr quint64 stackPerByte = 32 * sizeof(void *);
 constexpr quint64 leastStack = 1 << 20;
 
@@ -76,10 +76,10 @@ public:
     explicit LineReader(const QByteArray &contents) : m_contents(contents) { }
 
     bool readLine();
-    // Without blanks in front.
+    // Without leading blanks.
     QByteArrayView line() const { return QByteArrayView(m_contents).sliced(m_start, m_size); }
     bool hasEquals() const { return m_hasEquals; }
-    // Where the line starts, from 1; each line is asked for once, in their order.
+    // The number of the line, from 1.
     qsizetype number();
 
 private:
@@ -138,7 +138,7 @@ qsizetype LineReader::number()
     return m_number;
 }
 
-// NOLINTBEGIN(misc-no-recursion): there is stack for it where a file nests its values deep
+// NOLINTBEGIN(misc-no-recursion): loadOnOwnStack() provides the stack for deeply nested values
 int nestingOf(const QVariant &value)
 {
     int deepest = 0;
@@ -170,9 +170,9 @@ struct Loading
 {
     QString fileName;
     std::unique_ptr<QSettings> settings;
-    bool mayBeDeep; // whether there is a line that can hold so much
+    bool mayBeDeep; // whether a line is long enough for values nested too deep
     QStringList entries = {};
-    QString deepKey = {}; // the first that is nested too deep; empty if none is
+    QString deepKey = {}; // the first entry nested too deep; empty if there is none
     int deepest = 0;
 };
 
@@ -184,7 +184,7 @@ void *load(void *argument)
     if (!loading->mayBeDeep)
         return nullptr;
     for (const QString &key : std::as_const(loading->entries)) {
-        // QSettings finds an entry without a name by another one.
+        // QSettings finds an entry with an empty full key as "/".
         loading->deepest = nestingOf(loading->settings->value(key.isEmpty() ? u"/"_s : key));
         if (loading->deepest > deepestNesting) {
             loading->deepKey = key;
@@ -194,7 +194,7 @@ void *load(void *argument)
     return nullptr;
 }
 
-// On a stack that suffices for what a line of the size longest can hold at worst.
+// Loads on a stack that suffices for the deepest values that a line of `longest` bytes can hold.
 void loadOnOwnStack(Loading *loading, qsizetype longest)
 {
     pthread_attr_t attributes;
@@ -210,7 +210,8 @@ void loadOnOwnStack(Loading *loading, qsizetype longest)
     pthread_join(thread, nullptr);
 }
 
-// Intentional: they are never deleted. For what is nested deep that would take as much stack again.
+// Intentional: never deletes them. Deleting deeply nested values needs as much stack as loading
+// them.
 const QSettings *keep(std::unique_ptr<QSettings> settings)
 {
     // NOLINTNEXTLINE(*-non-const-global-variables)

@@ -14,16 +14,16 @@ class QSettings;
 class IniFile
 {
 public:
-    // Throws a UserError if the file cannot be read, or not without danger.
+    // Throws a UserError if the file cannot be read, or not safely.
     explicit IniFile(const QString &fileName);
 
-    // What it holds. Every layer on the same file shares it.
+    // The loaded contents. Every layer on the same file shares them.
     const QSettings &settings() const { return *m_settings; }
 
-    // The names of all entries, in their order.
+    // The full keys of all entries, in their order.
     const QStringList &entries() const { return m_entries; }
 
-    // The lines that QSettings skips or mistakes, each as a finished text.
+    // A message for each line that QSettings skips or misreads.
     const QStringList &warnings() const { return m_warnings; }
 
 private:

@@ -18,7 +18,7 @@ namespace {
 
 QByteArray jsonContents(const QString &fileName)
 {
-    // Qt opens a directory where it is asked to read only, and finds nothing in it.
+    // Qt opens a directory for reading without an error, and reads nothing from it.
     if (QFileInfo(fileName).isDir())
         throw UserError(u"cannot read %1: it is a directory"_s.arg(fileName));
     QFile file(fileName);

@@ -9,7 +9,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-// What the JSON file fileName holds; "-" is standard input. Throws a UserError.
+// The contents of the JSON file fileName; "-" is standard input. Throws a UserError.
 QJsonDocument readJson(const QString &fileName);
 
 // The settings map, group to QVariantMap, that the JSON file fileName holds. Throws a UserError.

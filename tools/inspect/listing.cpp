@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto usualType = "QString"_L1; // of the values in a file; not shown
 
-// "RavonaConfDefault 'ru'"; with the name of its entry where no reader of the setting gets it.
+// "RavonaConfDefault 'ru'"; with the full key of its entry if readers of the setting do not get it.
 QString layerValueText(const LayerValue &layerValue)
 {
     QString layer = layerName(layerValue.layer);
@@ -45,8 +45,8 @@ Row rowOf(const Setting &setting)
              overridden}};
 }
 
-// Overridden values and unusual types are notes below their row; what is the same in every row is the
-// remark below the table.
+// Overridden values and unusual types are notes below their row. Columns that are the same in every
+// row are in the remark below the table.
 Table narrowListing(const Table &table)
 {
     Table result = table;
@@ -100,7 +100,7 @@ QString jsonOfSetting(const Setting &setting)
             .finished();
 }
 
-// A setting a line: there may be many, and no more than one is kept in memory.
+// Prints one setting per line, and keeps only one in memory: there may be many.
 bool printJson(const Source &source, const Options &options, TablePrinter &printer)
 {
     const QString first = u"\n"_s;

@@ -18,7 +18,7 @@ bool printSettings(const Source &source, const Options &options, TablePrinter &p
 // is one.
 bool printValue(const Source &source, const Options &options, TablePrinter &printer);
 
-// What a layer holds, in JSON.
+// A layer's value in JSON.
 QString jsonOf(const LayerValue &layerValue);
 
 #endif // LISTING_H

@@ -31,7 +31,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// As grep and diff have them. What is worse is greater.
+// The exit codes of grep and diff. A worse outcome has a greater code.
 constexpr int exitFound = 0;
 constexpr int exitNotFound = 1;
 constexpr int exitDifferent = 1;
@@ -42,7 +42,7 @@ void complain(const QString &text)
     QTextStream(stderr) << "tamsel-inspect: " << escaped(text) << '\n';
 }
 
-// Qt warns of locales and of values that it cannot read. The tool says itself what there is to say.
+// Qt warns of locales and of values that it cannot read. The tool prints its own messages.
 void dropWarnings(QtMsgType type, const QMessageLogContext &context, const QString &text)
 {
     Q_UNUSED(context)
@@ -50,7 +50,7 @@ void dropWarnings(QtMsgType type, const QMessageLogContext &context, const QStri
         complain(text);
 }
 
-// Before there is a QCoreApplication, which changes the locale to one with UTF-8.
+// Call it before QCoreApplication is created, which may change the locale to a UTF-8 one.
 bool isLocaleAscii()
 {
     // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
@@ -67,7 +67,7 @@ QList<SettingName> namesIn(const QList<const Source *> &sources)
     return result;
 }
 
-// What was printed, and what is to be said about it on standard error.
+// The exit code, and the messages for standard error.
 struct Outcome
 {
     int code = exitFound;
@@ -105,7 +105,7 @@ void checkFiles(const QList<const Source *> &sources, Outcome *outcome)
     }
 }
 
-// What the other side of a comparison is.
+// The other side of a comparison.
 std::unique_ptr<const Source> otherSource(const Options &options, const HostValues &hostValues)
 {
     if (!options.otherSnapshot.isEmpty())
@@ -200,7 +200,7 @@ int main(int argc, char **argv)
     qInstallMessageHandler(dropWarnings);
     const bool ascii = isLocaleAscii();
     const QCoreApplication application(argc, argv);
-    // Not every version of Qt does so in such a locale; the widths of letters depend on it.
+    // Not every version of Qt has changed to UTF-8 now. The widths of letters depend on it.
     if (ascii)
         static_cast<void>(std::setlocale(LC_CTYPE, "C.UTF-8")); // NOLINT(concurrency-mt-unsafe)
     try {

@@ -38,7 +38,7 @@ SettingsType layerOf(const QString &name, const QString &option)
     return static_cast<SettingsType>(number);
 }
 
-// What may be shown of a wrong argument of --set: any part of it may hold a secret.
+// A wrong argument of --set as it may be shown: any part of it may be a secret.
 QString shownAssignment(const QString &text, const tamsel::host::Redaction &redaction)
 {
     const qsizetype equals = text.indexOf(u'=');
@@ -63,7 +63,7 @@ Assignment assignmentOf(const QString &text, const tamsel::host::Redaction &reda
     return {layer, *name, text.mid(equals + 1)};
 }
 
-// The library appends the names of the files as they are.
+// Returns the directory with a "/" at the end: the library appends file names without one.
 QString directoryOf(const QCommandLineParser &parser, const QString &option,
                     const char *variable = "")
 {
@@ -95,29 +95,29 @@ std::optional<SettingName> settingOf(const QCommandLineParser &parser, const QSt
     return name;
 }
 
-// An empty pattern matches nothing; it is how nothing is redacted.
+// An empty pattern matches nothing: it turns redaction off.
 tamsel::host::Redaction redactionOf(const QCommandLineParser &parser)
 {
     if (!parser.isSet(u"redact"_s))
         return {};
     const QStringList patterns = parser.values(u"redact"_s);
     for (const QString &text : patterns)
-        Pattern{text}; // throws if it is none
+        Pattern{text}; // throws if it is not a pattern
     return tamsel::host::Redaction(patterns);
 }
 
-// What the other side of --diff is: the directory of a box, or a snapshot.
+// Reads the other side of --diff: the directory of a box, or a snapshot.
 void readOther(const QCommandLineParser &parser, Options &options)
 {
     const QString other = parser.value(u"diff"_s);
     const QFileInfo info(other);
-    if (other == "-"_L1 || (info.exists() && !info.isDir())) // a pipe, too
+    if (other == "-"_L1 || (info.exists() && !info.isDir())) // or a pipe
         options.otherSnapshot = other;
     else
         options.otherStorage = directoryOf(parser, u"diff"_s);
 }
 
-// Options that do not go together, so that none is ignored.
+// Refuses options that do not go together, so that none is ignored.
 void checkModes(const QCommandLineParser &parser, const Options &options)
 {
     const auto isSet = [&parser](const QString &option) { return parser.isSet(option); };
@@ -195,7 +195,7 @@ void describe(QCommandLineParser &parser)
     parser.addVersionOption();
 }
 
-// Otherwise only one of the two would take effect.
+// Refuses a repeated option: only one of the two would take effect.
 void checkRepetitions(const QCommandLineParser &parser)
 {
     for (const QString &option :

@@ -38,7 +38,7 @@ struct Options
     QString rdmFile; // "-" is standard input
     QString featureKeysFile;
     QList<Assignment> assignments;
-    std::optional<tamsel::SettingsType> layer; // the only one that is looked at
+    std::optional<tamsel::SettingsType> layer; // the only one to look at
     std::optional<SettingName> explained;
     std::optional<SettingName> wanted; // --get
     QList<Pattern> patterns;
@@ -48,18 +48,18 @@ struct Options
     bool json = false;
     bool wide = false;
     bool colour = true;
-    QString answer; // the text that --help or --version asks for; nothing else is done then
+    QString answer; // the text of --help or --version; if there is one, it is all that is printed
 
-    // Whether one of the patterns matches, or there is none at all.
+    // Whether one of the patterns matches, or there are no patterns.
     bool wants(const SettingName &name) const;
     bool wants(const Setting &setting) const;
-    // Whether two are compared.
+    // Whether two boxes or snapshots are compared.
     bool isDifference() const;
-    // Whether files of a box are looked at, and not a snapshot alone.
+    // Whether a box's files are read, not just snapshots.
     bool needsFiles() const;
 };
 
-// Reads arguments, the program's name first. Throws a UserError.
+// Parses arguments, of which the first is the program's name. Throws a UserError.
 Options parseOptions(const QStringList &arguments);
 
 #endif // OPTIONS_H

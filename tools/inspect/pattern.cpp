@@ -11,8 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The text that patterns are matched with. Wildcards stop at a "/" as in file names; here they do
-// not, so there is none.
+// Qt's wildcards do not match a "/". Here they do, so another character replaces it.
 QString matchable(QString text)
 {
     return text.replace(u'/', QChar(1));

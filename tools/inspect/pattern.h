@@ -10,7 +10,7 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QString>
 
-// What settings are chosen by.
+// Selects settings by group/key, with wildcards.
 class Pattern
 {
 public:
@@ -21,7 +21,7 @@ public:
     bool matches(const SettingName &name) const;
     bool matchesAny(const QList<SettingName> &names) const;
 
-    // Another pattern, which matches one of the names; empty if none comes near.
+    // A similar pattern that matches one of the names; empty if there is none.
     QString alternative(const QList<SettingName> &names) const;
 
 private:

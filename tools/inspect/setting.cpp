@@ -46,7 +46,7 @@ QString Value::text() const
         return u"(unknown)"_s;
     if (m_shown.redacted != Redacted::No)
         return m_shown.redacted == Redacted::Empty ? u"(redacted, empty)"_s : u"(redacted)"_s;
-    // Of a type that JSON does not have, a snapshot holds a text.
+    // A snapshot holds a text for a value whose type JSON does not have.
     if (isFromSnapshot() && value().typeId() == QMetaType::QString && m_shown.type != "QString") {
         if (m_shown.type == "QByteArray")
             return u'\'' + escaped(value().toString()).replace(u'\'', R"(\')"_L1) + u'\'';
@@ -78,7 +78,8 @@ bool Value::isSameAs(const Value &other) const
         return isEmpty(*this) == isEmpty(other);
     }
     if (isFromSnapshot() || other.isFromSnapshot()) {
-        // As shown: a snapshot has no secrets inside of maps either. A file holds texts.
+        // Compared as they are shown: in a snapshot, secrets in maps are redacted too. A file holds
+        // texts.
         const QVariant &mine = value();
         const QVariant &others = other.value();
         // In a file, an empty list is an invalid value.
@@ -90,7 +91,7 @@ bool Value::isSameAs(const Value &other) const
                 || (mine.isValid() && others.isValid()
                     && tamsel::host::plainText(mine) == tamsel::host::plainText(others));
     }
-    // What is not a number is not equal to itself.
+    // A NaN is not equal to itself, so compare what is shown too.
     return *m_raw == *other.m_raw
             || (jsonOf(*m_raw) == jsonOf(*other.m_raw)
                 && wholeTypeText(*m_raw) == wholeTypeText(*other.m_raw));

@@ -18,7 +18,7 @@ namespace tamsel::host {
 class Redaction;
 }
 
-// A group and a key, given and shown with a "/" between them.
+// A group and a key, shown with a "/" between them.
 struct SettingName
 {
     QString group;
@@ -33,34 +33,34 @@ class Value
 public:
     using Redacted = tamsel::host::ShownValue::Redacted;
 
-    // An invalid value of a file.
+    // An invalid value from a file.
     Value() = default;
-    // One from a file or the command line.
+    // A value from a file or the command line.
     Value(const QVariant &value, bool isSecret, const QVariant &shown);
-    // One from a snapshot, as it is shown there.
+    // A value from a snapshot, as it is shown there.
     explicit Value(const tamsel::host::ShownValue &shown);
-    // Of a layer that a snapshot only names.
+    // The value of a layer that a snapshot only names.
     static Value unknown();
 
     bool isKnown() const { return m_isKnown; }
     const tamsel::host::ShownValue &shown() const { return m_shown; }
     const QVariant &value() const { return m_shown.value; }
 
-    // For people to read, see format.h.
+    // For people to read; see format.h.
     QString text() const;
     QString type() const;
-    // With the types of what lists and maps hold.
+    // With the types of the values in lists and maps.
     QString wholeType() const;
 
-    // The same for a reader, secrets included. Of a secret in a snapshot, no more is known than whether
-    // it is empty.
+    // Whether readers get the same value, secrets included. A secret from a snapshot is compared
+    // only by whether it is empty.
     bool isSameAs(const Value &other) const;
 
 private:
     bool isFromSnapshot() const { return !m_raw; }
 
     tamsel::host::ShownValue m_shown;
-    std::optional<QVariant> m_raw = QVariant(); // of a file: never shown
+    std::optional<QVariant> m_raw = QVariant(); // not set for a snapshot; never shown
     bool m_isKnown = true;
 };
 
@@ -74,11 +74,11 @@ struct LayerValue
     // empty for all others.
     QString entry;
 
-    // Whether the entry cannot be read by any name: QSettings skips empty parts of a full key.
+    // Whether no key reads the entry, because QSettings skips empty parts of a full key.
     bool isLost() const;
 };
 
-// A setting, where its effective value comes from, and everything that readers do not see of it.
+// A setting, its origin, and the values that readers do not get.
 struct Setting
 {
     SettingName name;

@@ -18,9 +18,9 @@ using tamsel::host::ShownValue;
 
 namespace {
 
-constexpr int schema = 1; // of src/host/snapshot.cpp
+constexpr int schema = 1; // the one that src/host/snapshot.cpp writes
 
-// Thrown where it is met; the constructor says of which file and member.
+// Callers catch it to add the member and the file.
 UserError missing(QLatin1StringView name, QLatin1StringView what)
 {
     return UserError(u"'%1' is not %2"_s.arg(name, what));
@@ -120,7 +120,7 @@ Value SnapshotFile::valueIn(const QJsonObject &object, const SettingName &name) 
 {
     const QVariant value = object.value("value"_L1).toVariant();
     ShownValue shown{value, textOrNullIn(object, "type"_L1).toUtf8(), ShownValue::Redacted::No};
-    // No type, but a value of JSON's: an invalid value is null.
+    // Without a type the value is invalid; JSON has null for it.
     if (shown.type.isEmpty())
         shown.value = {};
     else if (shown.type == "QStringList")

@@ -24,11 +24,11 @@ struct RecordedChange
     LayerValue value;
 };
 
-// What tamsel::host::Snapshot has written.
+// A snapshot that tamsel::host::Snapshot has written.
 class SnapshotFile final : public Source
 {
 public:
-    // Throws a UserError if the file is none. "-" is standard input.
+    // Throws a UserError if the file is not a snapshot. "-" is standard input.
     SnapshotFile(const QString &fileName, const tamsel::host::Redaction &redaction);
 
     void visit(const std::function<void(const Setting &)> &visitor) const override;
@@ -39,7 +39,7 @@ public:
     QStringList warnings() const override { return m_warnings; }
 
     QString remark() const override { return m_remark; }
-    // The oldest first.
+    // Oldest first.
     const std::vector<RecordedChange> &changes() const { return m_changes; }
 
 private:

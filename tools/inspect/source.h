@@ -18,19 +18,19 @@ public:
     Source() = default;
     virtual ~Source() = default;
 
-    // Visits all settings that some layer holds or lists, by group and key.
+    // Visits all settings that some layer holds or lists, sorted by group and key.
     virtual void visit(const std::function<void(const Setting &)> &visitor) const = 0;
-    // What is known of one setting, which may be nothing.
+    // One setting; without an origin if nothing is known of it.
     virtual Setting setting(const SettingName &name) const = 0;
     // The file of the layer; empty if it has none.
     virtual QString fileOf(tamsel::SettingsType layer) const = 0;
-    // Whether there is such a file; none if that is not known.
+    // Whether that file exists; none if unknown.
     virtual std::optional<bool> fileExists(tamsel::SettingsType layer) const = 0;
-    // Where a value of the layer is, in words: its file, or what stands in place of one.
+    // Where a value of the layer comes from, for people to read: its file, or "--set" or the like.
     virtual QString placeText(tamsel::SettingsType layer, const QString &file) const = 0;
-    // What else there is to say below a table; may be empty.
+    // A remark for below the table; may be empty.
     virtual QString remark() const { return {}; }
-    // What is wrong with it.
+    // A message for each fault of the source.
     virtual QStringList warnings() const = 0;
 
 private:

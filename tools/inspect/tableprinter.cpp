@@ -21,19 +21,19 @@ using Widths = QList<qsizetype>;
 
 constexpr qsizetype usualWidth = 80; // of a terminal whose size is unknown
 constexpr qsizetype unlimited = std::numeric_limits<qsizetype>::max();
-constexpr qsizetype longestPadding = 60; // one long value shall not make every line long
+constexpr qsizetype longestPadding = 60; // so that one long value does not make every line long
 constexpr qsizetype roomForValues = 30;
 constexpr qsizetype gap = 2; // between two columns without frames
 constexpr qsizetype indent = 4; // of a note
-constexpr qsizetype narrow = 8; // of a column, where others can still give way
-constexpr qsizetype narrowest = 3; // a narrower column says nothing
+constexpr qsizetype narrow = 8; // a column's least width while others can still shrink
+constexpr qsizetype narrowest = 3; // a narrower column would be unreadable
 
 bool isDumb()
 {
     return qEnvironmentVariableIsEmpty("TERM") || qgetenv("TERM") == "dumb";
 }
 
-// COLUMNS is exported by those who want another width.
+// Users may set COLUMNS to another width.
 qsizetype terminalWidth()
 {
     if (const int columns = qEnvironmentVariableIntValue("COLUMNS"); columns > 0)
@@ -44,7 +44,7 @@ qsizetype terminalWidth()
     return size.ws_col;
 }
 
-// Of each column, the width of its longest text.
+// The width of the longest text in each column.
 Widths naturalWidths(const Table &table)
 {
     Widths widths(table.rows.first().cells.size());
@@ -55,13 +55,13 @@ Widths naturalWidths(const Table &table)
     return widths;
 }
 
-// With its frame: "| a | b |".
+// The width of a table with its frame: "| a | b |".
 qsizetype framedWidth(const Widths &widths)
 {
     return std::accumulate(widths.cbegin(), widths.cend(), 3 * widths.size() + 1);
 }
 
-// Takes from the widest of the columns until the table fits or all of them are down to the least.
+// Shrinks the widest of the columns until the table fits or all of them are at the least width.
 void shrink(Widths &widths, const QList<qsizetype> &columns, qsizetype available, qsizetype least)
 {
     const auto narrower
@@ -71,7 +71,7 @@ void shrink(Widths &widths, const QList<qsizetype> &columns, qsizetype available
         const qsizetype widest = *std::max_element(columns.cbegin(), columns.cend(), narrower);
         if (widths.at(widest) <= least)
             return;
-        // A single column is done in one step: a value may have millions of characters.
+        // Shrinks a single column in one step: a value may have millions of characters.
         const qsizetype step
                 = columns.size() > 1 ? 1 : std::min(surplus, widths.at(widest) - least);
         widths[widest] -= step;
@@ -127,7 +127,7 @@ void TablePrinter::printText(const QString &text)
 void TablePrinter::printBytes(const QByteArray &bytes)
 {
     m_out.flush();
-    // Many bytes are not buffered, so an error is seen here or not at all.
+    // A large block is not buffered, so an error is reported only here.
     if (m_file.write(bytes) != bytes.size())
         throw lostOutput();
 }
@@ -180,7 +180,7 @@ void TablePrinter::printFramed(const Table &table)
     std::iota(others.begin(), others.end(), 0);
     const QList<qsizetype> all = others;
     others.removeAt(table.valueColumn);
-    // Notes take the whole width of a table; a narrow one grows for them.
+    // A note takes the whole width of the table. If the table is too narrow for it, it grows.
     for (const Row &row : std::as_const(asShown.rows)) {
         if (!row.note.isEmpty()) {
             const qsizetype wanted = 4 + indent + columnsOf(shown(row.note));

@@ -19,10 +19,10 @@ struct Row
 {
     QStringList cells;
     Style style = Style::Plain;
-    QString note = {}; // a line of its own below, if not empty
+    QString note = {}; // printed on a line below, if not empty
 };
 
-// Of a cell without a text.
+// The text of a cell that has nothing to show.
 inline QString emptyCell()
 {
     return QStringLiteral("-");
@@ -32,22 +32,22 @@ inline QString emptyCell()
 struct Table
 {
     QList<Row> rows;
-    qsizetype valueColumn = 0; // the last to be narrowed
-    QString remark = {}; // a line below the table, if not empty
+    qsizetype valueColumn = 0; // keeps more room than the others
+    QString remark = {}; // printed below the table, if not empty
 
     // Moves columns that have the same text in every row into the remark.
     void leaveOutRepetitions(const QStringList &headings);
 };
 
-// Standard output. On a terminal, tables are framed, coloured and fitted to its width; elsewhere they
-// are plain lines. Nothing is cut off.
+// Prints to standard output. On a terminal, tables are framed, coloured and fitted to its width;
+// elsewhere they are plain lines. Nothing is truncated.
 class TablePrinter
 {
 public:
     enum Option {
         Plain = 0,
         Colour = 1, // unless the environment asks for none
-        Wide = 2, // as if the terminal had no end
+        Wide = 2, // as if the terminal had no limit to its width
         Ascii = 4, // on a terminal that cannot show more
     };
     Q_DECLARE_FLAGS(Options, Option)
@@ -56,12 +56,12 @@ public:
 
     bool isTerminal() const { return m_isTerminal; }
 
-    // The text as it is, with its own ends of lines.
+    // Prints the text as it is, with its own line ends.
     void printText(const QString &text);
     void printBytes(const QByteArray &bytes);
     void printLine(const QString &text, Style style = Style::Plain);
-    // The first of the tables that fits into the terminal, or else the last one with its cells on
-    // several lines. Without a terminal, the first one.
+    // Prints the first of the tables that fits the terminal, or else the last one, with its cells
+    // on several lines. Without a terminal, prints the first one.
     void printTable(const QList<Table> &tables);
     // Throws a UserError if not everything could be written.
     void finish();

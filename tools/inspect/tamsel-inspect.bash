@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 # shellcheck shell=bash
-# Completion of bash for tamsel-inspect.
+# Bash completion for tamsel-inspect.
 
 _tamsel_inspect()
 {

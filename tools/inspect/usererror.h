@@ -8,7 +8,7 @@
 
 #include <utility>
 
-// What keeps the tool from showing the truth; main() prints it.
+// An error for the user; main() prints it.
 class UserError
 {
 public:
