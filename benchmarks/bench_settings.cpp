@@ -19,7 +19,7 @@ using namespace tamsel::bench;
 
 namespace {
 
-// Creates an operation when it is first run, and keeps it: filling the layers takes long.
+// Creates an operation when it is first run, and keeps it, because filling the layers is slow.
 class KeptOperation
 {
 public:
@@ -42,7 +42,7 @@ public:
             prepareAndRun(state);
         else
             runOnly(state);
-        // The counters of all threads are added up.
+        // The counters of all threads are added up, so only one thread sets them.
         if (state.thread_index() > 0)
             return;
         state.counters["size"] = m_operation->size();

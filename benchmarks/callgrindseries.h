@@ -22,9 +22,9 @@ public:
     void debug(const QString &) override { }
 };
 
-// Counts two series of calls, of which the second is twice as long: their difference does not include
-// one-time costs. The calls get the numbers from 1 on; the last one is returned. qmlcosts.py reads what is
-// printed, and Callgrind's output.
+// Counts two series of calls. The second is twice as long, so their difference does not include
+// one-time costs. The calls get the numbers from 1 on; returns the last one. qmlcosts.py
+// reads the printed line and Callgrind's output.
 inline int countSeries(const QByteArray &name, int warmUp, const std::function<void(int)> &run)
 {
     constexpr int runs = 100;

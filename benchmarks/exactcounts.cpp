@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Counts what does not vary between runs: the allocations of an operation and, under Callgrind, its
-// instructions. usage() says how.
+// Counts the figures that do not vary between runs: the allocations of an operation and, under
+// Callgrind, its instructions. See usage().
 
 #include "heapcounter.h"
 #include "operations.h"

@@ -27,7 +27,7 @@ def change(old, new):
 
 
 def compare(baseline, figures):
-    """What has risen by more than the tolerance, and what has fallen so; a missing figure has risen."""
+    """What has risen and what has fallen by more than the tolerance; a missing figure has risen."""
     risen, fallen = [], []
     for operation, old in baseline.items():
         for kind, before in old.items():

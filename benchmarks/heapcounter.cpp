@@ -8,7 +8,8 @@
 
 namespace tamsel {
 
-// Not atomic, and not one HeapCounts, which would be counted up in more instructions: these are counted.
+// Neither atomic nor one HeapCounts: the counting itself adds to the counted instructions, and
+// these take the fewest.
 static qint64 allocations = 0;
 static qint64 bytes = 0;
 

@@ -9,8 +9,8 @@
 namespace tamsel::bench {
 
 // How often the process has called malloc(), calloc(), realloc() and similar functions so far, in any
-// library, and how many bytes it has asked for. The operators new call malloc(). For programs with one
-// thread.
+// library, and how many bytes it has requested. The operators new call malloc(). Only for programs
+// with one thread.
 struct HeapCounts
 {
     qint64 allocations;

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// What a notification costs in the companion library, in instructions under Callgrind; hostcosts.py runs
-// it.
+// Measures what a notification costs in the companion library, in instructions under Callgrind.
+// hostcosts.py runs it.
 
 #include "callgrindseries.h"
 
@@ -35,7 +35,7 @@ struct Host
     tamsel::ConfigurationManager settings{&logger};
 };
 
-// A write without a handler, and with a catalogue that knows so many settings.
+// Counts a write, without a handler or with a catalogue that knows `known` settings.
 void countCatalogue(std::optional<int> known)
 {
     Host host;
@@ -53,8 +53,8 @@ void countCatalogue(std::optional<int> known)
         qFatal("catalogue: wrong count");
 }
 
-// One of so many subscriptions is for the setting that is written; of the others, half are for settings
-// of its group.
+// Counts a write to a setting that one of the subscriptions is for. Half of the others are for
+// settings of the same group.
 void countSubscriptions(int subscriptions)
 {
     Host host;

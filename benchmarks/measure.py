@@ -10,10 +10,11 @@
      "times":    {"R1": {"tamsel": 95.1, ...}, ...},
      "threads":  {"R4-top": {"tamsel": {"1": 10200000, "2": 8300000}, ...}, ...}}
 
-Operations that have a size are named with it, as in "L1/1000". Instructions and times (in nanoseconds)
-are those of one read, write or setting. Allocations too, except for operations with a size, where they are
-those of the whole operation. These also have "bytes": what one setting allocates. "threads" has the reads per second of all threads together, by the number of
-threads. Times and reads per second are medians of the repetitions.
+The name of an operation with a size contains the size, as in "L1/1000". Instructions and times (in
+nanoseconds) are those of one read, write or setting. So are allocations, except for operations with
+a size: there they are those of the whole operation, and "bytes" has what one setting allocates.
+"threads" has the reads per second of all threads together, by the number of threads. Times and reads
+per second are medians of the repetitions.
 """
 
 import argparse
@@ -43,7 +44,7 @@ def operation_name(operation, size):
 
 
 def runs_for(operation, size):
-    """More if a run is short. Runs on large layers vary little."""
+    """The number of runs: fewer on large layers, where runs vary little."""
     if operation.startswith(("L", "I")):
         return 2 if int(size) <= 1000 else 1
     return 4

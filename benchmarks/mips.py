@@ -19,7 +19,7 @@ import report
 OPERATIONS = ["R1", "R2", "R3", "W1", "W1-int", "W2"]
 FLOORS = {"R2": "bareqsettings", "R3": "bareqsettings"}
 RUNS = 20
-# exactcounts itself does RUNS runs, and then twice as many.
+# exactcounts itself does RUNS runs, and then 2 * RUNS.
 SERIES = 3
 
 

@@ -26,7 +26,7 @@ public:
 
     int size() const override { return static_cast<int>(m_targets.size()); }
 
-    void run() override // in several threads at once, for R4
+    void run() override // on several threads at once, for R4
     {
         if (system().readAll() != m_found)
             m_failures.ref();
@@ -87,7 +87,7 @@ private:
     qint64 m_notificationsBefore = 0;
 };
 
-// The operations on the layer Rdm, and how often the handler has to be notified.
+// The operations on the layer Rdm. Checks how often the handler is notified.
 class LayerOperation : public Operation
 {
 public:

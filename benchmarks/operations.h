@@ -24,7 +24,7 @@ public:
     virtual void prepare();
     // Measured.
     virtual void run() = 0;
-    // Called after any number of runs: whether their results are right.
+    // Whether the results of all runs so far are right; may be called after any number of runs.
     virtual bool isCorrect() const = 0;
 
 protected:
@@ -52,7 +52,7 @@ struct OperationInfo
 // L1 Rdm is created, L2 replaced with one value in a hundred changed, L3 cleared
 // I1, I1-silent a file becomes the layer RavonaConfDefault, the only one, with and without a handler
 //
-// Otherwise one handler is always registered. For all operations but these, all eight layers exist.
+// Except in I1-silent one handler is registered. Except in I1 and I1-silent all eight layers exist.
 const std::vector<OperationInfo> &operations();
 
 bool offers(const SystemInfo &system, const OperationInfo &operation);

@@ -6,7 +6,8 @@
 //     c++ -shared -fPIC -O2 -o qemucounter.so qemucounter.cpp
 //     qemu-mipsel -plugin qemucounter.so PROGRAM
 //
-// Declares what it needs of qemu-plugin.h, which Debian 12 packages nowhere: version 1 of the interface.
+// Declares what it needs of qemu-plugin.h, version 1 of the interface: no package of Debian 12 has
+// it.
 
 #include <cinttypes>
 #include <cstddef>

@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// What the QML module costs: instructions under Callgrind, and the heap of an object. qmlcosts.py runs it.
+// Measures what the QML module costs: instructions under Callgrind, and the heap of an object.
+// qmlcosts.py runs it.
 
 #include "callgrindseries.h"
 
@@ -68,7 +69,7 @@ void prepare(QQmlComponent *component, const QByteArray &text)
     component->setData(text, QUrl(u"costs.qml"_s));
 }
 
-// An expression that reads the value of a setting, and one that reads a property of a plain object.
+// Counts an expression that reads a setting's value, and one that reads a plain object's property.
 void countReads()
 {
     Host host;
@@ -89,7 +90,7 @@ void countReads()
     }
 }
 
-// One setting, with a binding to it, is written in C++. Objects of `others` other settings exist: half of
+// Counts a write in C++ to a setting with a binding. `others` other settings have objects: half of
 // them in its group, half in groups of their own.
 void countChange(int others)
 {
@@ -118,7 +119,7 @@ QtObject {
     });
 }
 
-// The heap that an object of the component keeps.
+// Prints the heap that an object of the component keeps.
 void weigh(const char *name, Host *host, const QByteArray &text, const char *property)
 {
     constexpr int count = 1000;

@@ -18,7 +18,7 @@ import measure
 import report
 
 LIMIT = 1.2
-# Without it, the cost of an expression depends on how often it ran before.
+# Without the interpreter, the cost of an expression depends on how often it ran before.
 ENVIRONMENT = {**measure.ENVIRONMENT, "QV4_FORCE_INTERPRETER": "1"}
 
 
@@ -36,7 +36,7 @@ def run(program):
     series = re.findall(r"^series (\S+) (\d+)$", result.stdout, re.MULTILINE)
     instructions = {name: (twice - once) / int(runs) for (name, runs), once, twice in
                     zip(series, parts[::2], parts[1::2], strict=True)}
-    # Without Callgrind, which is not to have a part in it.
+    # Without Callgrind, which might affect the heap.
     plain = subprocess.run([program], check=True, capture_output=True, text=True, env=ENVIRONMENT)
     heap = {name: int(size) for name, size in
             re.findall(r"^heap (\S+) (\d+)$", plain.stdout, re.MULTILINE)}

@@ -51,7 +51,7 @@ def is_of_layers(operation):
 
 
 def number(value):
-    """Rounded to the three or four digits that are significant."""
+    """The value with three or four significant digits."""
     if value is None:
         return "–"
     if value >= 100 or value == int(value):
@@ -83,7 +83,7 @@ class Run:
 
     def comparison(self, rows, value=lambda cell: cell, note=lambda cell: ""):
         """A row for each operation that peers offer too, with the figures of the library, the floor and the
-        peers. All but the first have the ratio of ours to theirs. A note follows the figure."""
+        peers. All but the first include the ratio of ours to theirs. A note follows the figure."""
         head = ["", "libtamsel", "floor", *(self.systems[name]["title"] for name in self.others())]
         lines = []
         for operation in in_order(rows):

@@ -71,7 +71,7 @@ BareMap::BareMap()
         m_values[group].insert(key, text);
 }
 
-// R1: one mutex and one two-level lookup.
+// R1: locks the mutex, looks up the group and the key.
 QVariant BareMap::value(const QString &group, const QString &key) const
 {
     const QMutexLocker locker(&m_mutex);
@@ -79,7 +79,7 @@ QVariant BareMap::value(const QString &group, const QString &key) const
     return entries != m_values.cend() ? entries->value(key) : QVariant();
 }
 
-// W2: the same with one comparison of variants; W1: and with an assignment.
+// W2: the same, and compares two variants; W1: assigns one too.
 bool BareMap::store(const QString &group, const QString &key, const QVariant &value)
 {
     const QMutexLocker locker(&m_mutex);
@@ -122,7 +122,7 @@ void BareMap::registerLayer(const QVariantMap &map)
         m_handler->onValueChanged(SettingsType::Rdm, group, key, valueIn(map, group, key));
 }
 
-// L2: the same with a lookup in both maps; the handler is notified of values that differ.
+// L2: the same, but looks up each value in both maps, and notifies the handler if they differ.
 void BareMap::replaceLayer(const QVariantMap &map, const QVariantMap &previous)
 {
     for (const auto &[group, key] : keysOf(map)) {

@@ -10,9 +10,10 @@ namespace tamsel::bench {
 
 namespace {
 
-// The least that settings in files can cost: the calls of QSettings that three file layers need, with
-// full keys built in advance. QSettings reads a section when it is first needed. Until its keys have been
-// listed, it looks for such sections in each call; the library has listed them.
+// The least that settings in files can cost: the calls of QSettings that three file layers need,
+// with full keys built in advance. QSettings parses a section when it is first needed. It looks for
+// unparsed sections in each call until its keys are listed, so they are listed here, as the library
+// does.
 class BareQSettings final : public System
 {
 public:
@@ -79,7 +80,7 @@ QVariant BareQSettings::value(const QString &fullKey) const
     return {};
 }
 
-// W3: writable, different, written, and the effective value.
+// W3: checks that the file is writable and the value differs, writes it, looks up the key.
 bool BareQSettings::store(const QString &fullKey, const QVariant &value)
 {
     if (!m_custom.isWritable() || m_custom.value(fullKey) == value)

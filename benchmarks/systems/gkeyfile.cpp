@@ -42,7 +42,7 @@ bool holds(GKeyFile *file, const char *group, const char *key, const std::string
     return held && text == held.get();
 }
 
-bool holds(GKeyFile *file, const char *group, const char *key, int number) // not 0
+bool holds(GKeyFile *file, const char *group, const char *key, int number) // number: not 0
 {
     return g_key_file_get_integer(file, group, key, nullptr) == number;
 }

@@ -103,7 +103,7 @@ int Layered::readAll() const
     return found;
 }
 
-// It would notify an equal value too.
+// Compares first, because Poco would notify an equal value too.
 void Layered::writeAll(SettingsType type, int choice)
 {
     AbstractConfiguration &layer = *m_layers[static_cast<std::size_t>(priorityOf(type))];

@@ -42,7 +42,7 @@ public:
 
     // I1: loads the file of RavonaConfDefault in the folder `prefix`.
     virtual void load(const QString &prefix);
-    // I1-silent: leaves the next load() without a handler; not measured.
+    // I1-silent: makes the next load() run without a handler; not measured.
     virtual void removeHandler();
     // How many settings load() found; not measured.
     virtual int loadedSettings() const;

@@ -38,7 +38,7 @@ private:
     ConfigurationManager m_manager{&m_logger};
     std::unique_ptr<ConfigurationManager> m_loader; // has no layer before load()
     int m_loadedSettings = 0;
-    bool m_isSilent = false; // nothing is notified by load()
+    bool m_isSilent = false; // load() has no handler
     Settings m_targets;
     const QVariant m_default;
     const QVariantList m_written = writtenValues();
