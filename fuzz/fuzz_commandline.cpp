@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // The input is the argument vector, one argument per line. The parser may end the process, so it runs in
-// a child. The child must end in one of the documented ways.
+// a child process, which must end in one of the documented ways.
 
 #include <tamsel/commandlineargs.h>
 
@@ -60,7 +60,7 @@ bool hasDocumentedShape(const QVariantMap &groups)
     const int null = open("/dev/null", O_WRONLY);
     dup2(null, STDOUT_FILENO);
     dup2(null, STDERR_FILENO);
-    // The child may exit and abort, as documented; libFuzzer must not take either for a finding.
+    // The parser may exit and abort, as documented; libFuzzer must not report either as a finding.
     on_exit([](int code, void *) { _exit(code); }, nullptr);
     signal(SIGABRT, SIG_DFL);
 
@@ -75,7 +75,7 @@ bool hasDocumentedShape(const QVariantMap &groups)
 
 } // namespace
 
-// The sanitizers' default exit code, 1, would look like a documented end.
+// The sanitizers' default exit code, 1, would look like a documented one.
 extern "C" const char *__asan_default_options() // NOLINT(bugprone-reserved-identifier)
 {
     return "exitcode=99";

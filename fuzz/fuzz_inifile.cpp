@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // The input is the file of each file layer. The layer is listed, read, written, replaced, cleared and
-// read back from the disk. Nothing may crash, and written values have to be read back.
+// read back from the disk. Nothing may crash, and written values must be read back.
 
 #include <tamsel/abstractstorage.h>
 #include <tamsel/configurationmanager.h>
@@ -78,7 +78,7 @@ void exercise(SettingsType type, const QString &prefix, const QString &fileName,
     manager.clearStorage(type);
     require(!manager.contains(u"fuzz"_s, u"written"_s), "a cleared layer holds nothing");
     if (available) {
-        // Under another name, so that QSettings parses the file and does not use its cache.
+        // Copied to another name, so that QSettings parses the file and does not use its cache.
         QFile::remove(prefix + u"copy"_s + fileName);
         require(QFile::copy(prefix + fileName, prefix + u"copy"_s + fileName), "the file is there");
         manager.setPersistentStoragePath(prefix + u"copy"_s);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// The input is a sequence of operations. Manager and model have to give the same results.
+// The input is a sequence of operations. The manager and a model must give the same results.
 
 #include "driver.h"
 #include "operation.h"

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Shipped defaults are read from one file; the user's own settings are written to another.
+// Shipped defaults are read from one file; the user's settings are written to another.
 
 #include "printing.h"
 

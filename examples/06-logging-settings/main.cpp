@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// The settings of the group "Logging", with their types. The host's own log levels come from its
+// The settings of the group "Logging", with their types. The host's log levels come from its
 // logging library; only their numbers matter.
 
 namespace logging {

@@ -24,7 +24,7 @@ public:
     void onValueChanged(tamsel::SettingsType type, const QString &group, const QString &key,
                         const QVariant &value) override;
 
-    // How many changes there were so far.
+    // How many changes were printed so far.
     int count() const { return m_count; }
 
 private:

@@ -47,7 +47,8 @@ QString prepareStorage(const QString &directory)
 {
     if (!QDir().mkpath(directory))
         return u"cannot create the storage directory '%1'"_s.arg(directory);
-    // A file says more than the directory's mode: the file system may be read-only or full.
+    // Creates a file, because the directory's mode does not tell whether the file system is
+    // read-only or full.
     QTemporaryFile probe(asPrefix(directory) + "probe.XXXXXX"_L1);
     if (!probe.open())
         return u"cannot write to the storage directory '%1': %2"_s.arg(directory,

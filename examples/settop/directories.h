@@ -14,8 +14,8 @@ QStringList positionalArguments(const QStringList &arguments);
 // The directory as a text that file names can be appended to: the library adds no "/".
 QString asPrefix(const QString &directory);
 
-// Creates the directory if it is missing. Returns what is wrong if files cannot be made there, an
-// empty text otherwise.
+// Creates the directory if it is missing. Returns an error message if no file can be created there,
+// else an empty text.
 QString prepareStorage(const QString &directory);
 
 #endif // DIRECTORIES_H

@@ -14,7 +14,7 @@ QString layerName(tamsel::SettingsType layer)
 
 QString valueText(const QVariant &value)
 {
-    // An INI file holds a list where somebody wrote commas without quotes.
+    // QSettings reads a text with unquoted commas as a list.
     if (value.typeId() == QMetaType::QStringList)
         return value.toStringList().join(", "_L1);
     return value.toString();

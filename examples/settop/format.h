@@ -9,7 +9,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-// The name of a layer, as the library's log messages show it too.
+// The name of a layer, the same as in the library's log messages.
 QString layerName(tamsel::SettingsType layer);
 
 // A value for people to read.

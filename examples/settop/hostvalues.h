@@ -15,17 +15,16 @@ namespace tamsel {
 class ConfigurationManager;
 }
 
-// What a real host gets from its operator, its licence and its machine.
+// The values that a real host gets from its operator, its licence and its machine.
 
-// The group and the key of each setting that this host knows. The manager lists none: a host asks for
-// the settings that it uses.
+// The group and the key of each setting that this host knows. A manager cannot list its settings.
 QList<std::pair<QString, QString>> hostSettings();
 
-// The map for Rdm: what the operator has set from afar.
+// The map for Rdm: the settings that the operator has set remotely.
 QVariantMap rdmValues();
 // The map for Rdm when the operator has changed its mind.
 QVariantMap changedRdmValues();
-// The map for FeatureKeys: what the customer has paid for.
+// The map for FeatureKeys: the features that the customer has paid for.
 QVariantMap featureKeys();
 
 // Fills SelviDb unless an earlier run did.

@@ -55,7 +55,7 @@ void createLayers(tamsel::ConfigurationManager &settings, const QVariantMap &com
     setRuntimeValues(settings);
 }
 
-// A missing or damaged file is not an error to the library: its layer holds less.
+// To the library a missing or damaged file is not an error: its layer holds fewer settings.
 void warnAboutFiles(const tamsel::ConfigurationManager &settings, const QString &defaults,
                     SettopLogger &logger)
 {
@@ -111,7 +111,7 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(u"settop"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(SETTOP_VERSION));
 
-    const QVariantMap commandLine = tamsel::commandLineArgs::parse(); // bad options end it here
+    const QVariantMap commandLine = tamsel::commandLineArgs::parse(); // exits if an option is bad
     const QStringList directories = positionalArguments(QCoreApplication::arguments());
     if (directories.size() > 2)
         return fail(u"too many arguments: at most STORAGE_DIR and ASSETS_DIR are expected"_s);

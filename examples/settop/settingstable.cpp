@@ -43,7 +43,7 @@ QList<QStringList> rowsOf(const tamsel::ConfigurationManager &settings)
     return rows;
 }
 
-// Of each column, the width of its longest text.
+// The width of the longest text in each column.
 QList<qsizetype> widthsOf(const QList<QStringList> &rows)
 {
     QList<qsizetype> widths(rows.first().size());

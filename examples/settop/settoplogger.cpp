@@ -48,8 +48,8 @@ void SettopLogger::log(logging::Level level, const QString &message) const
         return;
     const QString name = LogsConfigWrapper::stringLevelToIntLevel().key(level);
     const QByteArray line = QStringLiteral("[%1] %2\n").arg(name, message).toUtf8();
-    // A single call, during which stdio locks the stream: lines of several threads stay whole. There
-    // is nowhere to complain should it fail.
+    // Stdio locks the stream during this single call, so lines of several threads stay whole. A
+    // failure cannot be reported anywhere.
     static_cast<void>(
             std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stderr));
 }

@@ -12,7 +12,7 @@ class ConfigurationManager;
 }
 
 namespace logging {
-// The levels of this host. The library declares the type and knows the numbers only.
+// The levels of this host. The library only declares the type, and uses the numbers.
 enum Level : int {
     Critical = 0,
     Error = 1,
@@ -23,8 +23,8 @@ enum Level : int {
 };
 } // namespace logging
 
-// Writes messages to standard error, a line each: "[info] text". Those that are less severe than
-// the level in the settings are left out; as long as that is unset, Info is the last one shown.
+// Writes messages to standard error, a line each: "[info] text". Messages that are less severe than
+// the level in the settings are left out. The default level is Info.
 //
 // The level is read again for every message, so a change of the setting takes effect at once.
 // Reading settings from inside a log call is safe: a read logs nothing, and the library holds no
@@ -34,7 +34,7 @@ enum Level : int {
 class SettopLogger final : public tamsel::ILogger
 {
 public:
-    // Reads the level from settings, which are borrowed, from now on. Not synchronised: call it
+    // From now on reads the level from settings, which are borrowed. Not thread-safe: call it
     // during start-up.
     void takeLevelFrom(tamsel::ConfigurationManager *settings);
 

@@ -26,7 +26,7 @@ constexpr std::array watched{SIGUSR1, SIGTERM, SIGINT};
 // NOLINTNEXTLINE(*-non-const-global-variables): a signal handler gets no other argument than the signal
 std::array<int, 2> SignalWatcher::sockets{-1, -1};
 
-// The sockets exist before the notifier that is given one of them.
+// The sockets are created before the notifier that uses one of them.
 SignalWatcher::SignalWatcher(std::function<void(int number)> reaction)
     : m_reaction(std::move(reaction)),
       m_notifier((socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, sockets.data())
@@ -51,8 +51,8 @@ SignalWatcher::~SignalWatcher()
         close(socket);
 }
 
-// Runs in the signal handler. If the event loop is blocked for long and the sockets are full, the signal
-// is dropped: earlier ones are still pending.
+// Runs in the signal handler. If the event loop is blocked so long that the sockets are full, the
+// signal is dropped; earlier ones are still pending.
 void SignalWatcher::send(int number)
 {
     const int before = errno;

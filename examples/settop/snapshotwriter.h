@@ -38,9 +38,9 @@ class SettingsCatalogue;
 }
 } // namespace tamsel
 
-// Writes what the process holds into a file, for tamsel-inspect --snapshot. Whoever reads the file
-// meanwhile sees the previous snapshot or this one. Returns what is wrong if it could not be
-// written.
+// Writes the settings of this process to a file, for tamsel-inspect --snapshot. Readers of the file
+// always see the previous snapshot or this one, never a part. Returns an error message if the file
+// could not be written.
 QString writeSnapshot(const tamsel::ConfigurationManager &settings,
                       const tamsel::host::SettingsCatalogue &catalogue, const QString &assets,
                       const QString &fileName);

@@ -11,8 +11,8 @@ namespace tamsel {
 class ConfigurationManager;
 }
 
-// Changes settings so that each kind of notification is seen, and the changes
-// for which no handler is called. Leaves the user's language in custom.conf.
+// Makes every kind of change that is notified, and those for which no handler is called. Leaves the
+// user's language in custom.conf.
 void changeSettings(tamsel::ConfigurationManager &settings, const ChangePrinter &changes,
                     QTextStream &out);
 
