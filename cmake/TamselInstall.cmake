@@ -86,18 +86,19 @@ endif()
 
 if(TAMSEL_BUILD_QML)
     tamsel_install_library(tamselqml QmlRuntime QmlDevel)
-    # Where a Qt of the same prefix looks for modules.
+    # A Qt installed under the same prefix looks for modules here.
     set(tamsel_qml_dir ${CMAKE_INSTALL_LIBDIR}/qt6/qml/Tamsel)
     set(tamsel_qml_component QmlRuntime)
     if(BUILD_SHARED_LIBS)
         install(TARGETS tamselqmlplugin LIBRARY DESTINATION ${tamsel_qml_dir} COMPONENT QmlRuntime)
-        # The plugin finds the library from there.
+        # The path from the plugin's directory to the library's.
         if(NOT DEFINED CMAKE_INSTALL_RPATH)
             set_target_properties(tamselqmlplugin PROPERTIES INSTALL_RPATH "$ORIGIN/../../..")
             set_target_properties(tamselqml PROPERTIES INSTALL_RPATH "$ORIGIN")
         endif()
     else()
-        # The plugin and the objects that a program gets with the library. The module is for qmllint.
+        # A program links the plugin and the objects together with the library. qmllint reads the
+        # module.
         install(TARGETS tamselqmlplugin ${tamsel_qml_outputs}
             EXPORT tamselqmlTargets
             ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT QmlDevel
@@ -109,8 +110,8 @@ if(TAMSEL_BUILD_QML)
 endif()
 
 if(TAMSEL_BUILD_TOOLS)
-    # The tool finds the library relative to itself, and a Qt outside the system's directories where this
-    # build found it.
+    # The tool finds the library relative to itself. It finds a Qt outside the system's directories
+    # where this build found it.
     if(BUILD_SHARED_LIBS AND NOT DEFINED CMAKE_INSTALL_RPATH)
         cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
             BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}

@@ -1,15 +1,15 @@
 # SPDX-FileCopyrightText: 2026 The libtamsel developers
 # SPDX-License-Identifier: MIT
 
-# The option TAMSEL_BUILD_QML. Its default is on where Qt Quick is found and everything is built that
-# the module stands on; what is asked for and not there ends the configuration.
+# The option TAMSEL_BUILD_QML. Its default is ON if Qt Quick is found and everything that the module
+# needs is built. If it is set to ON and something is missing, the configuration fails.
 
 set(tamsel_quick_packages "qt6-declarative-dev, qml6-module-qtquick-controls, \
 qml6-module-qtquick-layouts, qml6-module-qtquick-templates, qml6-module-qtquick-window, \
 qml6-module-qtqml-workerscript and qml6-module-qttest")
 
-# tamsel_find_quick(<result>): whether the libraries are there and, for tests and example, the modules
-# that they import.
+# tamsel_find_quick(<result>): whether the libraries are found and, for tests and the example, the
+# QML modules that they import.
 macro(tamsel_find_quick result)
     find_package(Qt6 6.4 QUIET COMPONENTS Qml Quick QuickTest QuickControls2)
     set(${result} OFF)

@@ -24,7 +24,7 @@ function(tamsel_target target)
         -Wnon-virtual-dtor -Wzero-as-null-pointer-constant -Wdate-time
         $<$<CXX_COMPILER_ID:GNU>:-Wsuggest-override -Wduplicated-cond -Wlogical-op>
         $<$<CXX_COMPILER_ID:Clang>:-Winconsistent-missing-destructor-override>)
-    # Sanitizers resolve their symbols from the program: a library built with them has undefined ones.
+    # A library built with sanitizers has undefined symbols, which the program resolves.
     if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()

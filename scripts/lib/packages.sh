@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 
-# need PACKAGE...: installs the given Debian packages, if they are not installed yet.
+# need PACKAGE...: installs those of the given Debian packages that are not installed yet.
 need()
 {
     local missing=() package
@@ -26,7 +26,7 @@ need()
     echo "installing ${missing[*]}" >&2
     local install=("${root[@]}" env DEBIAN_FRONTEND=noninteractive
         apt-get install -qq --no-install-recommends "${missing[@]}")
-    # Fetching the package lists takes longest, so do it only if the present lists are of no use.
+    # Fetching the package lists takes longest, so do it only if the present ones do not suffice.
     if "${install[@]}" --download-only >/dev/null 2>&1; then
         "${install[@]}" >&2
     else
@@ -35,8 +35,8 @@ need()
     fi
 }
 
-# Prints the archive that this machine uses, but not a security archive: it has too few packages for a
-# root.
+# Prints the archive that this machine uses. A security archive is not printed: it has too few
+# packages for a root.
 debian_archive()
 {
     # shellcheck disable=SC2016 # the variables are apt's
