@@ -52,6 +52,7 @@ FocusScope {
         y: 50
         text: (page.typed !== "" ? "\u201c" + page.typed + "\u201d: " : "")
               + settings.count + (settings.count === 1 ? " setting" : " settings")
+        textFormat: Text.PlainText
         color: Theme.secondary
         font.pixelSize: Theme.label - 2
     }

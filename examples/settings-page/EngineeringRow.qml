@@ -28,7 +28,9 @@ Item {
         x: 16
         width: 350
         anchors.verticalCenter: parent.verticalCenter
-        text: row.group + "/" + row.key
+        text: Theme.valueText(row.group + "/" + row.key)
+        textFormat: Text.PlainText
+        maximumLineCount: 1
         elide: Text.ElideRight
         color: Theme.text
         font { pixelSize: Theme.small; weight: Font.DemiBold }
@@ -37,7 +39,9 @@ Item {
         x: 376
         width: 220
         anchors.verticalCenter: parent.verticalCenter
-        text: row.value === undefined ? "" : String(row.value)
+        text: Theme.valueText(row.value)
+        textFormat: Text.PlainText
+        maximumLineCount: 1
         elide: Text.ElideRight
         color: Theme.text
         font.pixelSize: Theme.small
@@ -47,6 +51,8 @@ Item {
         width: 110
         anchors.verticalCenter: parent.verticalCenter
         text: row.type
+        textFormat: Text.PlainText
+        maximumLineCount: 1
         elide: Text.ElideRight
         color: row.isFocused ? Theme.secondaryFocused : Theme.secondary
         font.pixelSize: Theme.small

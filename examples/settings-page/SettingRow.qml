@@ -18,13 +18,14 @@ Card {
     readonly property bool isLocked: Theme.isAbove(setting.origin, setting.layer)
     // The user's layer holds a value, overridden or not.
     readonly property bool isOwn: setting.origin === setting.layer || setting.overridden
-    readonly property string valueText: isRange ? setting.value + " %" : labelOf(setting.value)
+    readonly property string valueText: isRange ? Theme.valueText(setting.value) + " %"
+                                                : labelOf(setting.value)
 
     signal opened()
 
     function labelOf(value: var): string {
         const option = options.find(each => each.value === value)
-        return option ? option.label : String(value)
+        return option ? option.label : Theme.valueText(value)
     }
 
     function step(direction: int) {
@@ -77,7 +78,8 @@ Card {
             color: row.isFocused ? "#5c89f0" : Theme.line
 
             Rectangle {
-                width: parent.width * (row.isRange ? row.setting.value / 100 : 0)
+                // A file may hold any number, and any text.
+                width: parent.width * Math.max(0, Math.min(1, Number(row.setting.value) / 100 || 0))
                 height: parent.height
                 radius: 5
                 color: Theme.outline
@@ -92,9 +94,12 @@ Card {
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter
-            width: Math.max(implicitWidth, row.isRange ? 90 : 150)
+            width: Math.min(420, Math.max(implicitWidth, row.isRange ? 90 : 150))
             horizontalAlignment: row.isFocused && !row.isLocked ? Text.AlignHCenter : Text.AlignRight
             text: row.valueText
+            textFormat: Text.PlainText
+            maximumLineCount: 1
+            elide: Text.ElideRight
             color: row.textColor
             font { pixelSize: Theme.label; weight: Font.DemiBold }
         }

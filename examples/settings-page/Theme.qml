@@ -51,6 +51,33 @@ QtObject {
         return ""
     }
 
+    // A stored value on a single line: maps and lists as JSON, bytes that are no printable ASCII as "\xff".
+    function valueText(value: var): string {
+        if (value === undefined || value === null)
+            return ""
+        if (value instanceof ArrayBuffer)
+            return bytesText(value)
+        const plain = String(value)
+        // A list of texts is no Array of JavaScript's.
+        const isList = typeof value === "object" && value.length !== undefined
+        if (isList || plain === "[object Object]") {
+            return JSON.stringify(isList ? Array.from(value) : value,
+                                  (key, part) => part instanceof ArrayBuffer ? bytesText(part) : part)
+        }
+        return plain.replace(/[\x00-\x1f\x7f-\x9f\u2028\u2029]/g, character => escapes[character]
+            ?? "\\u" + character.charCodeAt(0).toString(16).padStart(4, "0"))
+    }
+    readonly property var escapes: ({"\n": "\\n", "\r": "\\r", "\t": "\\t"})
+
+    function bytesText(bytes: var): string {
+        return Array.from(new Uint8Array(bytes), code => {
+            if (code === 0x5c)
+                return "\\\\"
+            return code >= 0x20 && code <= 0x7e ? String.fromCharCode(code)
+                                                : "\\x" + code.toString(16).padStart(2, "0")
+        }).join("")
+    }
+
     function layerColor(layer: int): color {
         switch (layer) {
         case Tamsel.CommandLineArgs: return "#f7c948"

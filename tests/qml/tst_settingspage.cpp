@@ -6,7 +6,9 @@
 #include "settingsbox.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QSize>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QUrl>
 #include <QtQml/QQmlApplicationEngine>
 #include <QtQml/QQmlComponent>
 #include <QtQuick/QQuickItem>
@@ -31,12 +33,18 @@ private Q_SLOTS:
     void aChoiceIsTakenAndReset();
     void engineersSeeFilterAndGoBack();
     void lettersNarrowTheTableDown();
+    void storedTextsAreShownAsTheyAre();
+    void valuesOfEachTypeAreReadable_data();
+    void valuesOfEachTypeAreReadable();
     void theGuideShowsWhatWorks();
 
 private:
     void press(const QList<Qt::Key> &keys);
     QString focused() const;
+    void openEngineeringPage();
     QObject *find(const QString &name) const { return m_window->findChild<QObject *>(name); }
+    QList<QQuickItem *> textsWith(const QString &part) const;
+    QString shown(const QString &function, const QVariant &argument);
     QString value(const QString &group, const QString &key)
     {
         return m_box->settings().value(group, key).toString();
@@ -92,6 +100,40 @@ QString tst_SettingsPage::focused() const
     return item ? item->objectName() : QString();
 }
 
+void tst_SettingsPage::openEngineeringPage()
+{
+    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Return});
+    QCOMPARE(focused(), u"filters"_s);
+}
+
+// The items that show a text with this part in it.
+QList<QQuickItem *> tst_SettingsPage::textsWith(const QString &part) const
+{
+    QList<QQuickItem *> result;
+    QList<QQuickItem *> items{m_window->contentItem()};
+    while (!items.isEmpty()) {
+        QQuickItem *item = items.takeLast();
+        items += item->childItems();
+        if (item->isVisible() && item->inherits("QQuickText")
+            && item->property("text").toString().contains(part))
+            result += item;
+    }
+    return result;
+}
+
+// What a function of Theme returns.
+QString tst_SettingsPage::shown(const QString &function, const QVariant &argument)
+{
+    const QString text = u"import QtQml; import SettingsPage\n"_s
+            + u"QtObject { property var value; property string text: Theme.%1(value) }"_s.arg(
+                    function);
+    QQmlComponent component(&*m_engine);
+    component.setData(text.toUtf8(), QUrl(u"shown.qml"_s));
+    const std::unique_ptr<QObject> object(
+            component.createWithInitialProperties({{u"value"_s, argument}}));
+    return object ? object->property("text").toString() : component.errorString();
+}
+
 void tst_SettingsPage::rowsAreReachedAndChangedByArrows()
 {
     QCOMPARE(focused(), u"language"_s);
@@ -140,8 +182,7 @@ void tst_SettingsPage::aChoiceIsTakenAndReset()
 
 void tst_SettingsPage::engineersSeeFilterAndGoBack()
 {
-    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Return});
-    QCOMPARE(focused(), u"filters"_s);
+    openEngineeringPage();
     const QObject *table = find(u"table"_s);
     const int all = table->property("count").toInt();
     QVERIFY(all > 10);
@@ -158,13 +199,69 @@ void tst_SettingsPage::engineersSeeFilterAndGoBack()
 
 void tst_SettingsPage::lettersNarrowTheTableDown()
 {
-    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Return});
+    openEngineeringPage();
     const QObject *table = find(u"table"_s);
     const int all = table->property("count").toInt();
     press({Qt::Key_L, Qt::Key_A, Qt::Key_N, Qt::Key_G});
     QCOMPARE(table->property("count"), 1);
     press({Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace});
     QCOMPARE(table->property("count"), all);
+}
+
+// Files, an operator and profiles may hold anything.
+void tst_SettingsPage::storedTextsAreShownAsTheyAre()
+{
+    auto &settings = m_box->settings();
+    const QString stored = u"<b>x</b>\n<img src='file:///x.png'>"_s
+            + u"a text of a length that no row has room for "_s.repeated(4);
+    const QString shownText = uR"(<b>x</b>\n<img)"_s;
+    settings.setValue(u"ui"_s, u"lang"_s, stored, SettingsType::Runtime);
+    settings.setValue(u"player"_s, u"volume"_s, stored, SettingsType::Runtime);
+    settings.setValue(u"<b>group</b>"_s, u"<b>x</b>\n<img>"_s, stored, SettingsType::Runtime);
+
+    const auto check = [&](qsizetype expected) {
+        QTRY_COMPARE(textsWith(shownText).size(), expected); // a list lets rows go when it is drawn
+        for (const QQuickItem *text : textsWith(shownText)) {
+            QCOMPARE(text->property("textFormat").toInt(), int(Qt::PlainText));
+            QCOMPARE(text->property("lineCount"), 1);
+            QVERIFY(text->property("contentWidth").toReal() <= text->width());
+            QVERIFY(text->width() < 800);
+        }
+    };
+    check(2); // language and volume
+    openEngineeringPage();
+    press({Qt::Key_Asterisk, Qt::Key_X, Qt::Key_Asterisk});
+    check(2); // the key and the value of the last one
+}
+
+void tst_SettingsPage::valuesOfEachTypeAreReadable_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("text");
+    const QByteArray bytes("a\\\0\xff", 4);
+    QTest::newRow("none") << QVariant() << QString();
+    QTest::newRow("text") << QVariant(u"x\ty\n"_s) << uR"(x\ty\n)"_s;
+    QTest::newRow("number") << QVariant(2.5) << u"2.5"_s;
+    QTest::newRow("bool") << QVariant(false) << u"false"_s;
+    QTest::newRow("map") << QVariant(QVariantMap{{u"a"_s, 1}, {u"b"_s, QVariantList{true, u"c"_s}}})
+                         << uR"({"a":1,"b":[true,"c"]})"_s;
+    QTest::newRow("list") << QVariant(QVariantList{1, QVariantMap{{u"a"_s, u"\n"_s}}})
+                          << uR"([1,{"a":"\n"}])"_s;
+    QTest::newRow("empty list") << QVariant(QVariantList()) << u"[]"_s;
+    QTest::newRow("texts") << QVariant(QStringList{u"a"_s, u"b"_s}) << uR"(["a","b"])"_s;
+    QTest::newRow("texts in a map")
+            << QVariant(QVariantMap{{u"a"_s, QStringList{u"b"_s}}}) << uR"({"a":["b"]})"_s;
+    QTest::newRow("bytes") << QVariant(bytes) << uR"(a\\\x00\xff)"_s;
+    QTest::newRow("bytes in a map")
+            << QVariant(QVariantMap{{u"a"_s, bytes}}) << uR"({"a":"a\\\\\\x00\\xff"})"_s;
+    QTest::newRow("address") << QVariant(QUrl(u"http://x/"_s)) << u"http://x/"_s;
+    QTest::newRow("size") << QVariant(QSize(1, 2)) << u"QSize(1, 2)"_s;
+}
+
+void tst_SettingsPage::valuesOfEachTypeAreReadable()
+{
+    QFETCH(QVariant, value);
+    QTEST(shown(u"valueText"_s, value), "text");
 }
 
 // The block of QML in docs/qml.md.
