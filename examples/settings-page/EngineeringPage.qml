@@ -31,13 +31,26 @@ FocusScope {
         event.accepted = true
     }
 
+    // The next filter; a search ends.
+    function step(direction: int) {
+        typed = ""
+        chosen = Math.max(0, Math.min(filters.length - 1, chosen + direction))
+    }
+
     Keys.onEscapePressed: exited()
     Keys.onBackPressed: exited()
+    Keys.onLeftPressed: step(-1)
+    Keys.onRightPressed: step(1)
     Keys.onPressed: event => type(event)
 
     SettingsModel {
         id: settings
         filter: page.typed !== "" ? page.typed : page.filters[page.chosen].filter
+        // An empty table has no row that could show the focus, not even when this page is shown again.
+        onCountChanged: {
+            if (count === 0 && table.focus)
+                filterList.focus = true
+        }
     }
 
     Text {
@@ -66,15 +79,12 @@ FocusScope {
         height: 54
         orientation: ListView.Horizontal
         spacing: 12
-        opacity: page.typed === "" ? 1 : 0.5
+        opacity: page.typed === "" || activeFocus ? 1 : 0.5
         focus: true
         model: page.filters
+        keyNavigationEnabled: false // the page's keys do it, whatever has the focus
         currentIndex: page.chosen
-        onCurrentIndexChanged: {
-            page.chosen = currentIndex
-            page.typed = ""
-        }
-        KeyNavigation.down: table
+        KeyNavigation.down: settings.count > 0 ? table : null
         delegate: Card {
             id: chip
 

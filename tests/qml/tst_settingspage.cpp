@@ -33,6 +33,8 @@ private Q_SLOTS:
     void aChoiceIsTakenAndReset();
     void engineersSeeFilterAndGoBack();
     void lettersNarrowTheTableDown();
+    void theFocusLeavesAnEmptyTable();
+    void theTableIsFilteredByArrows();
     void storedTextsAreShownAsTheyAre();
     void valuesOfEachTypeAreReadable_data();
     void valuesOfEachTypeAreReadable();
@@ -83,9 +85,10 @@ void tst_SettingsPage::press(const QList<Qt::Key> &keys)
         QTest::keyClick(m_window, key);
         QQuickItem *item = m_window->activeFocusItem();
         QVERIFY(item);
-        if (item->inherits("QQuickListView"))
-            item = item->property("currentItem").value<QQuickItem *>();
-        QVERIFY(item);
+        if (item->inherits("QQuickListView")) {
+            const QQuickItem *list = item; // it follows its model when it is drawn
+            QTRY_VERIFY(item = list->property("currentItem").value<QQuickItem *>());
+        }
         QVERIFY2(item->property("isFocused").toBool(), qPrintable(item->objectName()));
         QVERIFY(item->isVisible());
     }
@@ -205,6 +208,49 @@ void tst_SettingsPage::lettersNarrowTheTableDown()
     press({Qt::Key_L, Qt::Key_A, Qt::Key_N, Qt::Key_G});
     QCOMPARE(table->property("count"), 1);
     press({Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace});
+    QCOMPARE(table->property("count"), all);
+}
+
+void tst_SettingsPage::theFocusLeavesAnEmptyTable()
+{
+    openEngineeringPage();
+    press({Qt::Key_Down});
+    QCOMPARE(focused(), u"table"_s);
+    press({Qt::Key_Z, Qt::Key_Z, Qt::Key_Z});
+    QCOMPARE(find(u"table"_s)->property("count"), 0);
+    QCOMPARE(focused(), u"filters"_s);
+    press({Qt::Key_Down});
+    QCOMPARE(focused(), u"filters"_s);
+    press({Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Down});
+    QCOMPARE(focused(), u"table"_s);
+
+    // It becomes empty while the other page is shown.
+    m_box->settings().setValue(u"q"_s, u"qqq"_s, 1, SettingsType::Runtime);
+    press({Qt::Key_Q, Qt::Key_Q, Qt::Key_Q});
+    QCOMPARE(focused(), u"table"_s);
+    press({Qt::Key_Back});
+    m_box->settings().removeValue(u"q"_s, u"qqq"_s, SettingsType::Runtime);
+    press({Qt::Key_Return});
+    QCOMPARE(focused(), u"filters"_s);
+}
+
+void tst_SettingsPage::theTableIsFilteredByArrows()
+{
+    openEngineeringPage();
+    const QObject *filters = find(u"filters"_s);
+    const QObject *table = find(u"table"_s);
+    const int all = table->property("count").toInt();
+    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Right, Qt::Key_Right});
+    QCOMPARE(focused(), u"table"_s);
+    QCOMPARE(filters->property("currentIndex"), 2);
+    QCOMPARE(table->property("count"), 2); // network/server, network/timeout
+    press({Qt::Key_Left, Qt::Key_Left, Qt::Key_Left});
+    QCOMPARE(filters->property("currentIndex"), 0);
+    QCOMPARE(table->property("count"), all);
+    // A search ends where the filters begin.
+    press({Qt::Key_L, Qt::Key_A, Qt::Key_N, Qt::Key_G});
+    QCOMPARE(table->property("count"), 1);
+    press({Qt::Key_Left});
     QCOMPARE(table->property("count"), all);
 }
 
