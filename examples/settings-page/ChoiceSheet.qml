@@ -71,7 +71,8 @@ FocusScope {
             Text {
                 visible: sheet.row !== null && sheet.row.isLocked
                 width: parent.width
-                text: "This value is fixed. Your own choice is kept, but it is not used."
+                text: "This value is fixed."
+                      + (sheet.row && sheet.row.isOwn ? " Your own choice is kept, but it is not used." : "")
                 wrapMode: Text.WordWrap
                 color: Theme.secondary
                 font.pixelSize: Theme.small

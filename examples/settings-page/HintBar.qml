@@ -7,7 +7,7 @@ import QtQuick
 Row {
     id: bar
 
-    required property var hints // {key, text}
+    required property var hints // {key, text}; without a text it is not shown
 
     spacing: 36
 
@@ -18,6 +18,7 @@ Row {
 
             required property var modelData
 
+            visible: modelData.text !== ""
             spacing: 12
 
             Rectangle {

@@ -21,11 +21,25 @@ Card {
     readonly property string valueText: isRange ? Theme.valueText(setting.value) + " %"
                                                 : labelOf(setting.value)
 
+    // What OK offers; nothing for a number that the viewer has not set.
+    readonly property string offer: {
+        if (isLocked)
+            return isOwn ? "Why, or reset" : "Why"
+        if (isRange)
+            return isOwn ? "Reset" : ""
+        return isOwn ? "Choose or reset" : "Choose"
+    }
+
     signal opened()
 
     function labelOf(value: var): string {
         const option = options.find(each => each.value === value)
         return option ? option.label : Theme.valueText(value)
+    }
+
+    function open() {
+        if (offer !== "")
+            opened()
     }
 
     function step(direction: int) {
@@ -45,9 +59,9 @@ Card {
     implicitHeight: 84
     Keys.onLeftPressed: step(-1)
     Keys.onRightPressed: step(1)
-    Keys.onReturnPressed: opened()
-    Keys.onEnterPressed: opened()
-    Keys.onSelectPressed: opened()
+    Keys.onReturnPressed: open()
+    Keys.onEnterPressed: open()
+    Keys.onSelectPressed: open()
 
     Column {
         anchors { left: parent.left; leftMargin: 28; verticalCenter: parent.verticalCenter }

@@ -26,6 +26,17 @@ FocusScope {
         {value: "tr", label: "Türkçe"},
     ]
 
+    // The row that the hints are for.
+    readonly property SettingRow currentRow: {
+        if (sheet.visible)
+            return sheet.row
+        for (const row of [languageRow, volumeRow, audioRow, subtitlesRow, themeRow]) {
+            if (row.activeFocus)
+                return row
+        }
+        return null
+    }
+
     Keys.onEscapePressed: exited()
     Keys.onBackPressed: exited()
 
@@ -141,8 +152,10 @@ FocusScope {
 
     HintBar {
         anchors { left: parent.left; leftMargin: 64; bottom: parent.bottom; bottomMargin: 22 }
-        hints: [{key: "\u25b2 \u25bc", text: "Move"}, {key: "\u25c0 \u25b6", text: "Change"},
-                {key: "OK", text: "Choose or reset"}, {key: "Back", text: "Leave"}]
+        hints: [{key: "\u25b2 \u25bc", text: "Move"},
+                {key: "\u25c0 \u25b6", text: page.currentRow && !page.currentRow.isLocked ? "Change" : ""},
+                {key: "OK", text: page.currentRow ? page.currentRow.offer : "Open"},
+                {key: "Back", text: "Leave"}]
     }
 
     ChoiceSheet {

@@ -3,6 +3,7 @@
 
 // The example's page, driven by the keys of a remote control alone.
 
+#include "../../examples/settop/hostvalues.h"
 #include "settingsbox.h"
 
 #include <QtCore/QFile>
@@ -31,6 +32,8 @@ private Q_SLOTS:
     void rowsAreReachedAndChangedByArrows();
     void aFixedSettingIsNotChanged();
     void aChoiceIsTakenAndReset();
+    void aRowWithNothingToChooseOpensNoSheet();
+    void aFixedRowSaysWhatBecameOfTheViewersChoice();
     void engineersSeeFilterAndGoBack();
     void lettersNarrowTheTableDown();
     void theFocusLeavesAnEmptyTable();
@@ -181,6 +184,36 @@ void tst_SettingsPage::aChoiceIsTakenAndReset()
     press({Qt::Key_Back});
     QVERIFY(!find(u"sheet"_s)->property("visible").toBool());
     QCOMPARE(focused(), u"language"_s);
+}
+
+// A number without a value of the viewer's own: OK has neither a choice nor a reset to offer.
+void tst_SettingsPage::aRowWithNothingToChooseOpensNoSheet()
+{
+    const QObject *sheet = find(u"sheet"_s);
+    press({Qt::Key_Down, Qt::Key_Return});
+    QCOMPARE(focused(), u"volume"_s);
+    QVERIFY(!sheet->property("visible").toBool());
+    QVERIFY(textsWith(u"Reset"_s).isEmpty()); // nor does the bar below
+    press({Qt::Key_Right});
+    QCOMPARE(textsWith(u"Reset"_s).size(), 1);
+    press({Qt::Key_Return});
+    QVERIFY(sheet->property("visible").toBool());
+    press({Qt::Key_Return});
+    QVERIFY(!m_box->settings().contains(u"player"_s, u"volume"_s));
+}
+
+void tst_SettingsPage::aFixedRowSaysWhatBecameOfTheViewersChoice()
+{
+    const QString kept = u"Your own choice is kept"_s;
+    press({Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Return});
+    QCOMPARE(textsWith(u"This value is fixed."_s).size(), 1);
+    QCOMPARE(textsWith(kept).size(), 0);
+    press({Qt::Key_Return}); // Close
+    m_box->settings().clearStorage(SettingsType::Rdm);
+    press({Qt::Key_Right});
+    m_box->settings().initStorage(SettingsType::Rdm, rdmValues());
+    press({Qt::Key_Return});
+    QCOMPARE(textsWith(kept).size(), 1);
 }
 
 void tst_SettingsPage::engineersSeeFilterAndGoBack()
