@@ -32,8 +32,8 @@ QString describe(const Change &change)
                                        change.origin ? nameOf(*change.origin) : u"none"_s);
 }
 
-// A manager with Runtime, Rdm, SystemProperties and CustomConfPersistent, and a notifier. Its
-// subscriptions write down what they get.
+// A manager with Runtime, Rdm, SystemProperties and CustomConfPersistent, and a notifier. Functions
+// from recorder() record the changes that they get.
 class Host : public TestHost
 {
 public:
@@ -46,7 +46,7 @@ public:
         manager.removeConfigurationHandler(&handler);
     }
 
-    // A function that writes "name: g/k = int(5) from Runtime".
+    // A function that records "name: g/k = int(5) from Runtime".
     ChangeNotifier::Function recorder(const QString &name = u"got"_s)
     {
         return [this, name](const Change &change) {
@@ -65,7 +65,7 @@ public:
     }
     QStringList take() { return std::exchange(changes, {}); }
 
-    QStringList changes; // of one thread at a time
+    QStringList changes; // used by one thread at a time
     std::optional<ChangeNotifier> notifier{&manager};
     QObject context;
 };
@@ -188,7 +188,7 @@ void tst_ChangeNotifier::notifiesOfEverything()
                           u"got: /b = invalid from none"_s, u"got: g/a = invalid from none"_s}));
 }
 
-// Not the text that handlers get of a value that a removal uncovers.
+// If a removal uncovers a value, handlers get it as text, but readers and subscribers do not.
 void tst_ChangeNotifier::valueIsTheReaders()
 {
     Host host;
@@ -208,11 +208,11 @@ void tst_ChangeNotifier::equalValueIsNotNotified()
     host.notifier->subscribeAll(&host.context, host.recorder(u"all"_s));
     host.set(5, SettingsType::SystemProperties);
     host.take();
-    host.set(5); // the origin alone
+    host.set(5); // changes only the origin
     QCOMPARE(host.take(), QStringList(u"all: g/k = int(5) from Runtime"_s));
     host.set(6, SettingsType::SystemProperties);
     host.set(5.0, SettingsType::SystemProperties);
-    host.remove(); // of another type
+    host.remove(); // uncovers a value of another type
     QCOMPARE(host.take(),
              QStringList({u"got: g/k = double(5) from SystemProperties"_s,
                           u"all: g/k = double(5) from SystemProperties"_s}));
@@ -232,7 +232,8 @@ void tst_ChangeNotifier::valueAtTheSubscriptionCounts()
                      {u"got: g/k = int(6) from Runtime"_s, u"got: g/k = int(5) from Runtime"_s}));
 }
 
-// Handlers are notified of the overridden values of the replaced layer.
+// Handlers are notified of the overridden values of a replaced layer; a setting's subscribers are
+// not.
 void tst_ChangeNotifier::overriddenReplacementIsNotNotified()
 {
     Host host;
@@ -276,10 +277,10 @@ void tst_ChangeNotifier::otherThreadsGetEvents()
     QCOMPARE(thread, worker.thread());
     QCOMPARE(host.take(), QStringList(u"g/k = int(5) from Runtime"_s));
 
-    // And the other way.
+    // In the other direction.
     host.notifier->subscribe(u"g"_s, u"k"_s, &host.context, host.recorder());
     worker.run([&] { host.set(6); });
-    QCOMPARE(host.take(), QStringList(u"g/k = int(6) from Runtime"_s)); // on the worker, directly
+    QCOMPARE(host.take(), QStringList(u"g/k = int(6) from Runtime"_s)); // direct, on the worker
     QCoreApplication::processEvents();
     QCOMPARE(host.take(), QStringList(u"got: g/k = int(6) from Runtime"_s));
 }
@@ -302,7 +303,7 @@ void tst_ChangeNotifier::waitingEventsBecomeOne()
              QStringList({u"all: g/first = int(1) from Runtime"_s,
                           u"one: g/k = QString(last) from SystemProperties"_s,
                           u"all: g/k = QString(last) from SystemProperties"_s}));
-    // An event that another one has made superfluous calls nothing, and the next change posts again.
+    // An event that a direct call has made superfluous calls nothing. The next change posts again.
     worker.run([&] { host.set(1); });
     host.set(2);
     QCoreApplication::processEvents();
@@ -330,7 +331,7 @@ void tst_ChangeNotifier::waitingValueMayBeEqualAgain()
     QCOMPARE(host.take(), QStringList());
 }
 
-// They cannot name the layers, which another thread may replace.
+// Other threads cannot name the layers, which may be replaced meanwhile.
 void tst_ChangeNotifier::changesOfOtherThreadsHaveAnOrigin()
 {
     Worker worker;
@@ -352,7 +353,7 @@ void tst_ChangeNotifier::changesOfOtherThreadsHaveAnOrigin()
         expected << "got: g/k = "_L1 + change << "all: g/k = "_L1 + change;
     QCOMPARE(host.take(), expected);
 
-    // An event whose setting is gone when it is delivered.
+    // The setting is gone when the event is delivered.
     Worker other;
     worker.run([&] {
         other.run([&] {
@@ -375,7 +376,7 @@ void tst_ChangeNotifier::contextMayMove()
         host.changes.append(describe(change));
     });
     worker.run([&] { host.set(5); });
-    context->moveToThread(worker.thread()); // and with it the event
+    context->moveToThread(worker.thread()); // moves the event too
     worker.run([] {});
     QCOMPARE(thread, worker.thread());
     QCOMPARE(host.take(), QStringList(u"g/k = int(5) from Runtime"_s));
@@ -505,7 +506,7 @@ void tst_ChangeNotifier::functionMayDestroyContexts()
     QCOMPARE(host.take(), QStringList(u"got: g/k = int(6) from Runtime"_s));
 }
 
-// disconnect() ends the connections that announce the end of the object, too.
+// disconnect() also removes the connections to destroyed().
 void tst_ChangeNotifier::aContextMayDieWithoutItsSignal()
 {
     Host host;
@@ -522,7 +523,7 @@ void tst_ChangeNotifier::aContextMayDieWithoutItsSignal()
     QCOMPARE(host.take(), QStringList(u"got: g/k = int(6) from Runtime"_s));
 }
 
-// A change inside a function reaches the others once.
+// The other functions are called only once for a change made in a function.
 void tst_ChangeNotifier::functionMayChangeSettings()
 {
     Host host;

@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Random operations on a manager; after each one, what subscribers got last is compared with what a
-// reader gets. One sequence for twenty of TAMSEL_MODEL_SEQUENCES.
+// Random operations on a manager. After each one, the last value that each subscriber got is
+// compared with the value that a reader gets. Runs one sequence for twenty of
+// TAMSEL_MODEL_SEQUENCES.
 
 #include "testhost.h"
 
@@ -30,7 +31,7 @@ namespace {
 
 const QStringList groups{u"a"_s, u"b"_s};
 const QStringList keys{u"x"_s, u"y"_s};
-// Of several types; none equals another of another type, which a layer would not write.
+// Values of several types. None equals one of another type: a layer would not write that.
 const QVariantList values{2,
                           3,
                           u"text"_s,
@@ -38,10 +39,10 @@ const QVariantList values{2,
                           0.5,
                           QStringList({u"p"_s, u"q"_s}),
                           QVariant::fromValue(nullptr)}; // null in JSON
-// A file that is read again has texts, and would be equal to what it had before.
+// Texts only: a file that is read again has texts, which would equal what it had before.
 const QVariantList fileValues{u"one"_s, u"two"_s};
 
-// What one subscriber of a setting knows.
+// The last change that one subscriber of a setting got.
 struct Subscriber
 {
     QString group;
@@ -58,8 +59,8 @@ bool areSame(const QVariant &left, const QVariant &right)
     return left.metaType() == right.metaType() && left == right;
 }
 
-// A manager whose layers come and go, with subscribers that come and go. Each operation is made of
-// numbers that `pick` gives, below its argument.
+// A manager whose layers and subscribers come and go. Operations are made from the numbers that
+// `pick` returns, which are below its argument.
 class Run
 {
 public:
@@ -130,7 +131,7 @@ public:
         }
     }
 
-    // What is wrong, or an empty text.
+    // An error message, or an empty text.
     QString difference() const
     {
         for (const auto &subscriber : subscribers) {
@@ -170,7 +171,7 @@ void tst_ChangeNotifierModel::lastValueIsTheReaders()
 {
     bool ok = false;
     const int asked = qEnvironmentVariableIntValue("TAMSEL_MODEL_SEQUENCES", &ok);
-    // What comes later wins.
+    // RC_PARAMS from the environment comes last and takes precedence.
     const QByteArray parameters = "max_success=" + QByteArray::number(ok ? asked / 20 : 100) + ' '
             + qgetenv("RC_PARAMS");
     qputenv("RC_PARAMS", parameters);

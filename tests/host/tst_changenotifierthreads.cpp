@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Writers, subscribers and dying contexts on several threads at once. What can be seen from outside is
-// compared; whether it was more than luck is for the sanitizers to say.
+// Writers, subscribers and dying contexts on several threads at once. The tests compare the
+// results; the sanitizers find races that leave the results right by luck.
 
 #include "testhost.h"
 #include "threads.h"
@@ -59,7 +59,7 @@ void write(ConfigurationManager &manager, int seed)
     }
 }
 
-// Runs what waits for objects of this thread.
+// Delivers the events posted to objects of this thread.
 void processEvents()
 {
     QEventLoop().processEvents();
@@ -79,7 +79,8 @@ private Q_SLOTS:
     void notifierDiesBeforeEventsArrive();
 };
 
-// Writers on some threads, subscribers on others, whose last value is that of a reader.
+// Writers on some threads, subscribers on others. The last value of each subscriber is the
+// reader's.
 void tst_ChangeNotifierThreads::lastValueArrives()
 {
     const Watchdog watchdog;
@@ -97,7 +98,7 @@ void tst_ChangeNotifierThreads::lastValueArrives()
         threads.emplace_back([&] {
             QObject context;
             QThread *const thread = QThread::currentThread();
-            QHash<QString, QVariant> atStart; // or later: it may be the value of the first call
+            QHash<QString, QVariant> atStart; // or later: may be the first call's value
             QHash<QString, QVariant> last;
             QHash<QString, Change> lastOfAll;
             for (int key = 0; key < 3; ++key) {
@@ -169,7 +170,7 @@ void tst_ChangeNotifierThreads::contextsDieAtAnyTime()
     QCOMPARE(late, 0);
 }
 
-// Not on the thread of the context: a call may be under way, but none begins later.
+// Subscriptions are dropped on other threads than the context's. No call begins after that.
 void tst_ChangeNotifierThreads::othersDropAtAnyTime()
 {
     const Watchdog watchdog;
@@ -182,7 +183,7 @@ void tst_ChangeNotifierThreads::othersDropAtAnyTime()
             --writing;
         });
     }
-    QObject context; // of this thread, which runs no event loop until the others are done
+    QObject context; // on this thread, which runs no event loop until the others are done
     std::atomic<int> calls = 0;
     for (int i = 0; i < subscribers; ++i) {
         threads.emplace_back([&] {
@@ -200,7 +201,8 @@ void tst_ChangeNotifierThreads::othersDropAtAnyTime()
     QCOMPARE(calls, 0);
 }
 
-// On the thread that made the notifier, while others write to their layer and have subscribers.
+// This thread, which made the notifier, replaces a layer. Others write to another one and
+// subscribe.
 void tst_ChangeNotifierThreads::layersAreReplacedMeanwhile()
 {
     const Watchdog watchdog;
@@ -252,7 +254,7 @@ void tst_ChangeNotifierThreads::notifierDiesBeforeEventsArrive()
                     = host.notifier->subscribe(u"g"_s, u"0"_s, &context, [](const Change &) {});
             ready.release();
             while (!destroyed)
-                processEvents(); // with and without a notifier
+                processEvents(); // before and after the notifier is destroyed
             subscription.drop();
         });
         ready.acquire();

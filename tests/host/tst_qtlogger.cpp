@@ -55,14 +55,14 @@ QStringList lines()
     return result;
 }
 
-// The texts that a handler of messages could take for something else.
+// Texts that could be taken for formats, escapes and the like.
 const QStringList awkwardTexts{u"50 % of %1 and %s%n"_s,
                                u"\"quoted\" 'and' \\escaped\\n"_s,
                                u" spaces around  "_s,
                                u"two\nlines\n"_s,
                                u""_s,
                                u"Schl\u00fcssel \U0001F511"_s,
-                               QString(QChar(0xd800)), // half of a pair
+                               QString(QChar(0xd800)), // half of a surrogate pair
                                u"before\0after"_s,
                                QString(100'000, u'x')};
 
@@ -133,7 +133,7 @@ void tst_QtLogger::categoryHasAName()
     {
         const QByteArray name = "box.settings";
         logger.emplace(name.constData());
-    } // the name is copied
+    } // the logger has copied the name
     logger->info(u"text"_s);
     QCOMPARE(lines(), QStringList(u"box.settings info: text"_s));
 }

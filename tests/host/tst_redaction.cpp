@@ -145,7 +145,7 @@ void tst_Redaction::membersOfMapsAreRedacted()
 
     QVariant shown = Redaction().redacted(u"net"_s, u"account"_s, value);
     QCOMPARE(shown.toJsonValue(), redacted.toJsonValue());
-    // A member is addressed by its place.
+    // A member is addressed by its path.
     shown = Redaction({u"net/account/pin"_s, u"net/account/a/pin"_s})
                     .redacted(u"net"_s, u"account"_s, value);
     QCOMPARE(shown.toJsonValue(), redacted.toJsonValue());

@@ -98,7 +98,7 @@ private Q_SLOTS:
     void copiesAreIndependent();
 
 private:
-    // Compares what the value becomes as a setting of type T.
+    // Compares the stored value, read as a setting of type T, with the expected one.
     template <typename T> static void compare(const QVariant &stored, const QVariant &expected);
     template <typename T> static void roundTrip(const QVariant &value, const QByteArray &line);
 
@@ -122,7 +122,7 @@ void tst_Setting::cleanup()
 template <typename T> void tst_Setting::compare(const QVariant &stored, const QVariant &expected)
 {
     const T given = expected.value<T>();
-    // Two defaults, so that neither is mistaken for the value.
+    // Two defaults, so that at least one differs from the value.
     const auto defaults = [&]() -> std::array<T, 2> {
         if constexpr (std::is_same_v<T, bool>)
             return {false, true};
@@ -358,7 +358,7 @@ void tst_Setting::numberWithoutAKeyIsWritten()
     QCOMPARE(setting.value(), Theme::Dark);
 }
 
-// QSettings writes it as an invalid value.
+// QSettings writes an empty list as an invalid value.
 void tst_Setting::emptyListComesBackFromAFile()
 {
     Host host;
@@ -430,7 +430,7 @@ void tst_Setting::warnsOncePerValue()
                            "the default is used"_s);
     host.set(u"loud"_s);
     for (int i = 0; i < 3; ++i)
-        QCOMPARE(host.setting(5).value(), 5); // from several objects
+        QCOMPARE(host.setting(5).value(), 5); // each time a new object
     QCOMPARE(takeWarnings(), loud);
     host.set(u"7"_s);
     QCOMPARE(host.setting(5).value(), 7);
@@ -440,11 +440,11 @@ void tst_Setting::warnsOncePerValue()
     host.set(u"louder"_s);
     QCOMPARE(host.setting(5).value(), 5);
     QCOMPARE(takeWarnings().size(), 1);
-    host.set("louder"_ba); // of another type
+    host.set("louder"_ba); // the same text as another type
     host.set(u"loud"_s);
     QCOMPARE(host.setting(5).value(), 5);
     QCOMPARE(takeWarnings(), loud);
-    // Of a value that is not equal to itself.
+    // A value that is not equal to itself.
     host.set(std::numeric_limits<double>::quiet_NaN());
     for (int i = 0; i < 3; ++i)
         QCOMPARE(host.setting(5).value(), 5);
@@ -452,7 +452,7 @@ void tst_Setting::warnsOncePerValue()
     host.set(u"loud"_s);
     QCOMPARE(host.setting(5).value(), 5);
     QCOMPARE(takeWarnings(), loud);
-    // Of another setting, and of another notifier.
+    // Another setting, and another notifier.
     host.manager.setValue(u"g"_s, u"other"_s, u"loud"_s, SettingsType::Runtime);
     QCOMPARE(host.setting(5, u"other"_s).value(), 5);
     QCOMPARE(takeWarnings().size(), 1);
@@ -477,7 +477,7 @@ void tst_Setting::warningsNameTheType()
     Host host;
     int values = 0;
     const auto warned = [&](const auto &setting) {
-        host.set(QVariantMap{{u"a"_s, ++values}}); // no value of any type
+        host.set(QVariantMap{{u"a"_s, ++values}}); // a value that no type of setting accepts
         [[maybe_unused]] const auto value = setting.value();
         return takeWarnings().value(0).section(u" is not "_s, 1).section(u", the default"_s, 0, 0);
     };
@@ -521,14 +521,14 @@ void tst_Setting::equalValueOfTheTypeIsNotNotified()
     host.set(u"6"_s);
     host.set(7);
     QCOMPARE(got, QList<int>({6, 7}));
-    // Intentional: the first call has the value, even if it is that of before.
+    // Intentional: the function is called for the first change even if the value is the same.
     host.setting(0, u"other"_s).onChanged(&host.context, [&](int value) { got.append(value); });
     host.manager.setValue(u"g"_s, u"other"_s, 0, SettingsType::Runtime);
     host.manager.setValue(u"g"_s, u"other"_s, u"0"_s, SettingsType::Runtime);
     QCOMPARE(got, QList<int>({6, 7, 0}));
 }
 
-// The other thread delivers a removal when the next value is written, but not yet notified.
+// The other thread delivers a removal after the next value is written, but before it is notified.
 void tst_Setting::functionGetsAValueThatIsNotYetNotified()
 {
     Host host;
@@ -539,7 +539,7 @@ void tst_Setting::functionGetsAValueThatIsNotYetNotified()
     int got = 0;
     host.setting(20).onChanged(&context, [&got](int value) { got = value; });
     host.manager.removeValue(u"g"_s, u"k"_s, SettingsType::Runtime);
-    // This handler is before the notifier.
+    // This handler is called before the notifier's.
     host.handler.reaction = [&](SettingsType, const QString &, const QString &, const QVariant &) {
         thread.start();
         QMetaObject::invokeMethod(

@@ -34,7 +34,7 @@ QStringList textsOf(const QList<SettingChange> &changes)
     return result;
 }
 
-// Counts its objects.
+// Counts its instances.
 struct Counted
 {
     Counted() { ++count; }
@@ -69,7 +69,7 @@ void tst_SettingsCatalogue::everySettingOfEveryLayerIsKnown()
     TestHost host;
     const SettingsCatalogue catalogue(&host.manager);
     Keys expected{{u"g"_s, u"shared"_s}};
-    // The highest layer first: all others bring the shared setting overridden.
+    // Highest layer first: in all others the shared setting is overridden from the start.
     for (const SettingsType type : tamsel::storagePriority) {
         const QString key = QLatin1StringView(tamsel::tests::keyOf(type));
         host.init(type, {{u"shared"_s, u"x"_s}, {key, u"own"_s}});
@@ -224,7 +224,7 @@ void tst_SettingsCatalogue::anyThreadMayAskWhileOthersWrite()
     for (int i = 0; i < settings; ++i)
         sum += catalogue.changeCount(u"g"_s, QString::number(i));
     QCOMPARE(sum, catalogue.changeCount());
-    QCOMPARE(sum, quint64(writers) * changes); // no value was there before
+    QCOMPARE(sum, quint64(writers) * changes); // every write was a change
     QCOMPARE(catalogue.lastChanges().constLast().number, sum);
 }
 

@@ -58,7 +58,7 @@ QJsonArray settingsOf(const TestHost &host, const SettingsCatalogue &catalogue,
             .toArray();
 }
 
-// A device that is full after so many bytes.
+// A device that is full after a number of bytes.
 class FullDevice : public QIODevice
 {
 public:
@@ -78,7 +78,7 @@ private:
     qint64 m_room;
 };
 
-// A group whose entries are others with every lookup: the hook is asked for them.
+// A group that calls the hook for its entries with every lookup, so that they can change.
 struct LivingGroup
 {
     static inline std::function<QVariantMap()> entries;
@@ -127,7 +127,7 @@ void tst_Snapshot::initTestCase()
             [](const LivingGroup &) { return LivingGroup::entries(); })));
 }
 
-// Of every two layers, there are settings that both hold.
+// For every two layers there is a setting that both hold.
 void tst_Snapshot::itShowsWhatEachLayerHolds()
 {
     TestHost host;
@@ -408,7 +408,7 @@ void tst_Snapshot::aDeviceThatIsFullIsReported()
     FullDevice device(size);
     QVERIFY(snapshot.write(&device));
 
-    // A file has a buffer.
+    // QFile buffers: the error appears only when it is flushed.
     QFile full(u"/dev/full"_s);
     QVERIFY(full.open(QIODevice::WriteOnly));
     QVERIFY(!snapshot.write(&full));
@@ -419,14 +419,14 @@ void tst_Snapshot::aChangeInBetweenIsLookedUpAgain_data()
     QTest::addColumn<int>("lookups");
     QTest::addColumn<bool>("changesOrigin");
 
-    // Up to where in the lookups of one setting the change comes, and several times over.
+    // The setting changes up to this lookup: enough for several attempts.
     for (int lookups = 1; lookups < 40; ++lookups) {
         QTest::addRow("value, %d", lookups) << lookups << false;
         QTest::addRow("origin, %d", lookups) << lookups << true;
     }
 }
 
-// Another thread changes the setting with every lookup, until it stops.
+// As if another thread changed the setting with every lookup, and then stopped.
 void tst_Snapshot::aChangeInBetweenIsLookedUpAgain()
 {
     QFETCH(const int, lookups);
@@ -465,7 +465,7 @@ void tst_Snapshot::aSettingThatGoesInBetweenIsLeftOut_data()
         QTest::addRow("%d", lookups) << lookups;
 }
 
-// Another thread removes it from the only layer while it is looked up.
+// As if another thread removed the setting from its only layer during the lookups.
 void tst_Snapshot::aSettingThatGoesInBetweenIsLeftOut()
 {
     QFETCH(const int, lookups);
@@ -481,7 +481,7 @@ void tst_Snapshot::aSettingThatGoesInBetweenIsLeftOut()
     catalogue.remember(u"g"_s, u"k"_s);
     left = lookups;
     const bool isShown = !settingsOf(host, catalogue).isEmpty();
-    QCOMPARE(isShown, left >= 0); // in none of the lookups it was gone
+    QCOMPARE(isShown, left >= 0); // it was held in every lookup
 }
 
 void tst_Snapshot::whatIsGoneEachTimeItIsReadIsNotShown()
@@ -518,7 +518,7 @@ void tst_Snapshot::whatChangesAllTheTimeIsMarked()
     QVERIFY(settings.at(0)[u"value"].toInt() > 0);
 }
 
-// The values say which layer they are of.
+// The values name their layer.
 void tst_Snapshot::withFourWritersEveryValueIsThatOfItsOrigin()
 {
     constexpr int writers = 4;

@@ -30,7 +30,7 @@ using namespace tamsel::tests;
 
 namespace {
 
-// Every file and directory below the directory with its bytes, and when it was changed last.
+// Every file and directory below the directory, with its contents and its time of modification.
 QStringList inventoryOf(const QString &directory)
 {
     QStringList result;
@@ -96,7 +96,7 @@ private:
     std::optional<TestShell> m_shell;
 };
 
-// The commands find the tool, the box and its assets by themselves, in a directory of their own.
+// Each test has its own directory, where commands find the tool, the box and its assets by default.
 void tst_Inspect::init()
 {
     m_shell.emplace(u"tamsel-inspect"_s, QByteArrayLiteral(TAMSEL_INSPECT));
@@ -189,7 +189,7 @@ void tst_Inspect::aTerminalGetsColours()
     QCOMPARE(shown.contains(u'\x1b'), colours);
     if (!colours)
         return;
-    // The escape sequences stand as letters here: F faint, B bold, R red, 0 as before.
+    // Replaces escape sequences with letters: F faint, B bold, R red, 0 reset.
     shown.replace("\x1b[2m"_L1, "F"_L1)
             .replace("\x1b[1m"_L1, "B"_L1)
             .replace("\x1b[31m"_L1, "R"_L1)
@@ -262,7 +262,7 @@ void tst_Inspect::filesStayAsTheyAre()
     QFETCH(const QString, options);
     QFETCH(const QString, end);
 
-    // As QSettings would never write them.
+    // Contents that QSettings would never write.
     write(u"box/custom.conf"_s, "; a comment\r\n[ui]\r\nlang = en\nlang=fr\n\n[empty]\n[ui]\nz=1");
     write(u"rdm.json"_s, "{ }");
     write(u"s.json"_s, R"({"snapshot":1,"layers":[],"settings":[],"changes":[]})");
@@ -302,7 +302,7 @@ void tst_Inspect::helpVersionAndManual()
     QCOMPARE(optionsIn(QString(manual).replace(R"(\-)"_L1, "-"_L1),
                        u"^\\.TP\n\\.BI?R? (?:-. \", \" )?--([a-z-]+)"_s),
              options);
-    // The completion knows the same.
+    // The completion knows the same options.
     const QString script = QString::fromUtf8(
             readFile(QStringLiteral(TAMSEL_TREE "/tools/inspect/tamsel-inspect.bash")));
     const QString list = script.section(u"local options=\""_s, 1).section(u'"', 0, 0);
@@ -353,7 +353,7 @@ void tst_Inspect::completion()
     QCOMPARE(found, expected);
 }
 
-// Each line of the tool is one of the snapshot, without what only snapshots have.
+// Each line of the tool is one of the snapshot, without the members that only snapshots have.
 void tst_Inspect::aSnapshotIsShownAsItWasWritten()
 {
     TestHost host;
@@ -477,8 +477,8 @@ void tst_Inspect::noModeShowsASecret()
     }
 }
 
-// Files of random lines: warned of is what QSettings reports as damaged, and what only some versions
-// of Qt report.
+// Files of random lines: the tool warns of those that QSettings, in any version of Qt, reports as
+// damaged.
 void tst_Inspect::linesAreSplitAsQSettingsDoes()
 {
     static const QByteArrayList pieces{"[", "]",  "\"", "=",  ";", "\\", "\n",  "\r",
@@ -497,7 +497,7 @@ void tst_Inspect::linesAreSplitAsQSettingsDoes()
             (void)settings.allKeys(); // reads the file
             isFine = settings.status() == QSettings::NoError;
         }
-        // Under another name: QSettings remembers what it has parsed.
+        // Under another name, because QSettings remembers what it has parsed.
         write(u"again-"_s + name, contents);
         const IniFile file(path(u"again-"_s + name));
         const QByteArray shown = contents.toPercentEncoding("[]\"=;\\ ,#");
@@ -547,13 +547,13 @@ void tst_Inspect::deeplyNestedValuesAreTrouble()
     QCOMPARE(run(u"tamsel-inspect --json > /dev/null"_s), QString());
 }
 
-// A text of this size could not nest anything, and takes no more memory than it has to.
+// A text cannot nest values, so a large one needs no large stack.
 void tst_Inspect::aLargeTextNeedsNoLargeStack()
 {
 #if defined(__x86_64__) && !defined(__SANITIZE_ADDRESS__)
     const QString limit = u"ulimit -v 1000000; "_s; // kilobytes
 #else
-    const QString limit; // what runs the program takes more by itself
+    const QString limit; // an emulator or sanitizer needs more by itself
 #endif
     write(u"box/custom.conf"_s, "[ui]\nlogo=" + QByteArray(8'000'000, 'x') + '\n');
     QCOMPARE(run(limit + u"tamsel-inspect --get ui/logo | wc -c"_s), u"8000001\n"_s);

@@ -79,7 +79,7 @@ QStringList assignments(const QString &layer)
     return result;
 }
 
-// Of this process or of its children that ended, in microseconds.
+// The processor time of this process, or of its children that have ended, in microseconds.
 qint64 processorTime(int who)
 {
     rusage usage{};
@@ -88,8 +88,7 @@ qint64 processorTime(int who)
             + usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
 }
 
-// The least processor time of several runs, which are numbered: what else the machine does only adds
-// to it.
+// The least processor time of several numbered runs: other load on the machine only adds to it.
 qint64 leastTime(int who, int runs, const std::function<void(int run)> &work)
 {
     qint64 least = std::numeric_limits<qint64>::max();
@@ -112,8 +111,8 @@ private Q_SLOTS:
     void jsonOfTwoHundredThousandSettingsTakesUnderTwoHundredMegabytes();
 };
 
-// Every setting is in all eight layers. The files are loaded with nothing around it; the tool is
-// charged for its start, its command line and its output as well.
+// Every setting is in all eight layers. The loading is measured alone. The tool's time includes its
+// start and its output.
 void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
 {
     const QTemporaryDir directory;
@@ -123,7 +122,7 @@ void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
     const QStringList iniFiles{u"custom.conf"_s, u"selvi.db"_s, u"ravona.conf"_s};
     for (const QString &name : iniFiles) {
         write(name, iniFile(name));
-        for (int run = 0; run < loadingRuns; ++run) // a file that was loaded once is remembered
+        for (int run = 0; run < loadingRuns; ++run) // QSettings remembers a file's contents
             write(name + QString::number(run), iniFile(name));
     }
     for (const QString &name : {u"rdm.json"_s, u"features.json"_s})
@@ -133,7 +132,7 @@ void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
         for (const QString &name : iniFiles) {
             const QSettings settings(directory.filePath(name + QString::number(run)),
                                      QSettings::IniFormat);
-            // A section is parsed when something in it is asked for first.
+            // QSettings parses a section when it is first needed.
             QCOMPARE(settings.allKeys().size(), groupCount * keysPerGroup);
         }
     });
@@ -160,8 +159,8 @@ void tst_InspectCost::tenThousandSettingsCostUnderTwentyTimesTheirLoading()
     QVERIFY2(ratio < mostAllowed, qUtf8Printable(QString::number(ratio)));
 }
 
-// The table of one file, compared with a host that loads it and can take a snapshot. What else the
-// machine does only adds to a time, so there are more runs while the ratio is too high.
+// The table of one file, compared with a host that loads it and can take a snapshot. Other load on
+// the machine only adds to a time, so there are more runs while the ratio is too high.
 void tst_InspectCost::aHundredThousandSettingsCostUnderTwiceAHost()
 {
     constexpr int mostRuns = 20;
@@ -222,7 +221,7 @@ void tst_InspectCost::jsonOfTwoHundredThousandSettingsTakesUnderTwoHundredMegaby
     QCOMPARE(readFile(surroundings.outputFile).count('\n'), 200'000 + 2);
 
     rusage usage{};
-    getrusage(RUSAGE_CHILDREN, &usage); // the largest of them
+    getrusage(RUSAGE_CHILDREN, &usage); // ru_maxrss is that of the largest child
     qInfo("tamsel-inspect --json: %.1f MB", double(usage.ru_maxrss) / 1000);
     QVERIFY2(usage.ru_maxrss < 200'000, qUtf8Printable(QString::number(usage.ru_maxrss)));
 }
