@@ -10,9 +10,9 @@
 
 namespace tamsel::tests {
 
-// The lines that \a text expects; indentation and empty lines do not count. Where the test is
-// repeated for layers, SELF becomes the name of \a self, and "log: " its logger operation; the
-// line is dropped if changes of that layer are not logged.
+// The lines that \a text expects, without indentation and empty lines. SELF becomes the name of \a
+// self, and "log: " the logger operation of that layer. If its changes are not logged, the "log: "
+// line is dropped.
 inline QStringList expectedLines(QStringView text, SettingsType self = SettingsType::Rdm)
 {
     QStringList result;
@@ -51,7 +51,7 @@ inline QString difference(const QStringList &actual, const QStringList &expected
 
 } // namespace tamsel::tests
 
-// Compares what is in a journal, which is empty afterwards, with expectedLines(...).
+// Takes the lines of a journal and compares them with expectedLines(...).
 #define COMPARE_JOURNAL(journal, ...) \
     do { \
         const QString differenceText = tamsel::tests::difference( \

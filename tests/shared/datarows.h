@@ -20,14 +20,14 @@ inline void addTypeRows(const QList<SettingsType> &types)
         QTest::newRow(keyOf(type)) << type;
 }
 
-// A value with the types of all its parts, for comparisons: for QVariant itself the number 1, the
-// fraction 1.0 and the text "1" are equal.
+// A value with the types of all its parts, for comparisons: to QVariant the number 1, the fraction
+// 1.0 and the text "1" are equal.
 inline QString shown(const QVariant &value)
 {
     return QDebug::toString(value);
 }
 
-// A column "value" and rows of values, of which a layer in memory keeps the types.
+// A column "value" and rows of values whose types a layer in memory keeps.
 inline void addValueRows()
 {
     using namespace Qt::StringLiterals;

@@ -14,9 +14,9 @@
 
 namespace tamsel::tests {
 
-// A layer that holds what a test puts into it and writes every call that it gets into a journal:
-// "name: contains g/k", "name: keys", and "name: dies" in the end. Writes and removals are only
-// written down: they change nothing and are not reported.
+// A layer that holds what a test puts into it and writes every call into a journal: "name: contains
+// g/k", "name: keys", and at the end "name: dies". Writes and removals change nothing and are not
+// notified.
 class FakeStorage final : public AbstractStorage
 {
 public:
@@ -38,7 +38,7 @@ public:
     KeyList keys() const override;
 
     bool available = true;
-    // What to append to each line, asked at the time of the call; may be empty.
+    // Called for each line; its result is appended. May be empty.
     std::function<QString()> note;
 
 private:

@@ -19,15 +19,16 @@ inline bool writeFile(const QString &path, const QByteArray &contents)
     return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
 }
 
-// What the file holds; null if it cannot be read.
+// The contents of the file; null if it cannot be read.
 inline QByteArray readFile(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// A copy of the file under a path that this process has not seen yet, to be read as another process
-// would read the file: QSettings shares and remembers contents by path. Null if it cannot be copied.
+// A copy of the file under a path that is new to this process, so that QSettings reads it as
+// another process would: it shares and remembers contents by path. Null if the file cannot be
+// copied.
 inline QString freshCopy(const QString &path)
 {
     static const QTemporaryDir folder;

@@ -14,13 +14,13 @@ namespace tamsel::tests {
 
 namespace {
 
-// The command in front of the program, empty where the programs run as they are.
+// The emulator's command line; empty if programs run without one.
 QStringList emulator()
 {
     return QStringLiteral(TAMSEL_TESTS_EMULATOR).split(u'|', Qt::SkipEmptyParts);
 }
 
-// A program that aborts, as some shall, is not to leave a file in its directory.
+// Some programs abort on purpose; they must not leave a core file in their directory.
 void leaveNoCoreBehind()
 {
     const rlimit none{0, 0};
@@ -34,7 +34,7 @@ QString endOf(const QProcess &process)
     return how.arg(process.exitCode());
 }
 
-// An emulator announces on the program's standard error that a signal ends the program.
+// If a signal ends the program, the emulator says so on the program's standard error.
 QString withoutEmulatorsRemarks(QString errors)
 {
     static const QRegularExpression remark(u"^qemu: uncaught target signal .*\n"_s,

@@ -15,7 +15,7 @@ namespace tamsel::tests {
 // How long a step of another program may take, in milliseconds; emulated programs are slow.
 inline constexpr int patience = 120'000;
 
-// What became of a program that was run to its end.
+// The result of a program that was run to its end.
 struct ProgramResult
 {
     QString end; // "exit 0", "signal 6", or what kept it from running
@@ -23,19 +23,19 @@ struct ProgramResult
     QString errors; // standard error
 };
 
-// How to run a program, where it is not as usual.
+// Options for running a program.
 struct ProgramSurroundings
 {
     ProgramSurroundings();
 
-    QString directory; // the test's own if empty
-    QString outputFile; // takes standard output, which is not in the result then; may be a terminal
-    bool isOfThisMachine = false; // as /bin/sh is, which needs no emulator
+    QString directory; // the test's current directory if empty
+    QString outputFile; // gets standard output instead of the result; may be a terminal
+    bool isOfThisMachine = false; // like /bin/sh, which needs no emulator
     QProcessEnvironment environment; // a UTF-8 locale, and Qt's messages as they are by default
 };
 
-// Runs program and waits for its end; under CMAKE_CROSSCOMPILING_EMULATOR where this tree is
-// built with one. What the emulator itself says is left out.
+// Runs program and waits for its end; under CMAKE_CROSSCOMPILING_EMULATOR if this tree is built
+// with one. Messages of the emulator itself are left out.
 ProgramResult runProgram(const QString &program, const QStringList &arguments,
                          const ProgramSurroundings &surroundings = {});
 

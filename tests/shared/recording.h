@@ -4,7 +4,7 @@
 #ifndef TAMSEL_TESTS_RECORDING_H
 #define TAMSEL_TESTS_RECORDING_H
 
-// The journal, the logger and the handler are those that users get.
+// The journal, the logger and the handler are from the testing component that users get.
 #include <tamsel/testing/box.h>
 
 namespace tamsel::tests {

@@ -4,16 +4,15 @@
 #ifndef TAMSEL_TESTS_REPLACEALLOCATOR_H
 #define TAMSEL_TESTS_REPLACEALLOCATOR_H
 
-// Replaces the allocation functions of the whole program, those that Qt and the C and C++ libraries
-// call included: a definition in the program comes before all others. To be included by one source file
-// of a program, which defines what happens: the functions in tamsel::tests below. They must not
-// allocate, and have to work before any constructor has run. With TAMSEL_ALLOCATIONS_ONLY, free() stays
-// the C library's.
+// Replaces the allocation functions of the whole program, also for calls by Qt and the C and C++
+// libraries: a definition in the program takes precedence. Include it in one source file, which
+// defines the functions in tamsel::tests below. They must not allocate, and must work before any
+// constructor has run. With TAMSEL_ALLOCATIONS_ONLY, free() stays the C library's.
 
 #include <cerrno>
 #include <cstddef>
 
-// The C library's own functions, under names that it keeps for replacements such as these.
+// The C library's own functions, under names that it provides for such replacements.
 #ifdef TAMSEL_ADDRESS_SANITIZER
 #    define TAMSEL_REAL(function) __interceptor_##function
 #else

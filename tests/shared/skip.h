@@ -8,7 +8,7 @@
 
 #include <unistd.h>
 
-// QSKIP leaves out a variable argument, which clang does not accept for C++17.
+// QSKIP omits a variadic argument, which clang does not accept in C++17.
 #define SKIP_TEST(reason) \
     do { \
         QTest::qSkip(reason, __FILE__, __LINE__); \
@@ -17,7 +17,7 @@
 
 namespace tamsel::tests {
 
-// While it lives, a process of root, to whom no file mode applies, is somebody else.
+// While it lives, a process of root runs as another user, because file modes do not apply to root.
 class Unprivileged
 {
 public:

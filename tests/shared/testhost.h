@@ -18,8 +18,8 @@ inline QVariantMap groupMap(const QString &group, const QVariantMap &entries)
     return {{group, entries}};
 }
 
-// What the journal holds after the change message of a layer: a line with the logger operation of
-// that layer, or none.
+// The journal's line for a change message of a layer, with the logger operation of that layer;
+// empty if its changes are not logged.
 inline QStringList changeLine(SettingsType type, const QString &message)
 {
     switch (type) {
@@ -44,8 +44,8 @@ class TestHost : public Box
 public:
     TestHost() : Box(Layers::None) { }
 
-    // Creates or replaces a layer that has a map or a file, with entries in the group "g". Give
-    // texts: they are the same from either.
+    // Creates or replaces a layer that has a map or a file, with entries in the group "g". Use
+    // texts: both keep them as they are.
     void init(SettingsType type, const QVariantMap &entries)
     {
         if (fileLayers.contains(type)) {

@@ -13,7 +13,7 @@
 
 namespace tamsel::tests {
 
-// Runs work(0) to work(count - 1) at the same time, each on a thread of its own, and waits for them.
+// Runs work(0) to work(count - 1) at the same time, each on its own thread, and waits for them.
 template <typename Work> void runTogether(int count, const Work &work)
 {
     std::atomic<int> missing = count;
@@ -38,7 +38,8 @@ inline void runTogether(const std::vector<std::function<void()>> &bodies)
                 [&bodies](int i) { bodies[static_cast<std::size_t>(i)](); });
 }
 
-// Ends the program if its scope is not left within a minute: a deadlock fails and does not hang.
+// Ends the program if its scope is not left within a minute, so that a deadlock does not hang the
+// test.
 class Watchdog
 {
 public:

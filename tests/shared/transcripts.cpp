@@ -29,7 +29,7 @@ Terminal::Terminal(ushort columns) : m_screen(posix_openpt(O_RDWR | O_NOCTTY))
         || ptsname_r(m_screen, name.data(), name.size()) != 0)
         return;
     m_name = QFile::decodeName(name.data());
-    // Kept open: what was written is lost with the last one who has it open.
+    // Kept open: the output is lost when the last descriptor is closed.
     m_keyboard = open(name.data(), O_RDWR | O_NOCTTY);
     const winsize size{24, columns, 0, 0};
     ioctl(m_screen, TIOCSWINSZ, &size);
@@ -116,7 +116,7 @@ int TestShell::check(const QString &transcript) const
         const QString shown = run(
                 command, {}, columns.isEmpty() ? std::nullopt : std::optional(columns.toUShort()));
         if (shown != match.captured(4)) {
-            // Not QCOMPARE(), which cuts long texts off.
+            // Not QCOMPARE(), which truncates long texts.
             QTest::qFail(qUtf8Printable(command + " prints\n"_L1 + shown), __FILE__, __LINE__);
             return count;
         }
@@ -134,7 +134,7 @@ void addTranscriptRows(const QString &directory)
         const QString text = u'\n' + QString::fromUtf8(readFile(folder.filePath(file)));
         const QStringList sections = text.split(u"\n== "_s).mid(1);
         for (QString section : sections) {
-            // The blank line in front of the next one is not of its last command.
+            // The blank line before the next section is not output of the last command.
             if (section.endsWith(u'\n'))
                 section.chop(1);
             const QString row = file.section(u'.', 0, 0) + ": "_L1 + section.section(u'\n', 0, 0);

@@ -12,13 +12,14 @@
 
 namespace tamsel::tests {
 
-// A terminal that a program can write to. It holds little: it is read only after the program has ended.
+// A terminal that a program can write to. It is read only after the program has ended, so the
+// output must be small enough for its buffer.
 class Terminal
 {
 public:
     explicit Terminal(ushort columns);
     ~Terminal();
-    QString name() const { return m_name; } // empty where there are no terminals
+    QString name() const { return m_name; } // empty if there are no terminals
     QString text() const;
 
 private:
@@ -29,17 +30,18 @@ private:
     QString m_name;
 };
 
-// A temporary directory in which commands of the shell are run and compared with transcripts:
-// "<< a file" says what a file holds, "$ a command" what it prints, "! " in front of standard error,
-// "[1]" for an exit code. "80$ a command" runs it on a terminal of 80 columns.
+// A temporary directory in which shell commands are run and compared with transcripts. The contents
+// of a file follow "<< a file", the output of a command follows "$ a command". Lines of standard
+// error begin with "! ", "[1]" is an exit code. "80$ a command" runs it on a terminal of 80
+// columns.
 class TestShell
 {
 public:
-    // The commands find a program by its name; command is what the shell is given for it.
+    // `program` is the name by which commands call a program, `command` its shell command.
     TestShell(const QString &program, const QByteArray &command);
 
     QString path(const QString &name) const { return m_directory.filePath(name); }
-    // Makes the directories on the way as well.
+    // Creates missing directories too.
     void write(const QString &name, const QByteArray &contents) const;
     QString run(const QString &command, const QProcessEnvironment &changes = {},
                 std::optional<ushort> columns = {}) const;
