@@ -30,7 +30,7 @@ QVariantMap ownName(SettingsType type, const QString &key)
     return key.isEmpty() ? QVariantMap() : QVariantMap{{key, nameOf(type)}};
 }
 
-// The names of those layers that are meant; \a self may be an unknown one.
+// The names of the layers for which `isMeant` is true; `self` may be an unknown layer.
 QString namesOf(SettingsType self, const std::function<bool(SettingsType)> &isMeant)
 {
     QStringList names;

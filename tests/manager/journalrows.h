@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Tests as rows of a table: what there is, what the host does, and the journal that comes out.
+// Tests as rows of a table: the layers, the steps of the host, and the expected journal.
 //
 //     row("a changed value", mapLayers, {layer(SELF, {{u"a"_s, 1}})}, {init(SELF, {{u"a"_s, 2}})}, uR"(
 //         info: Storage: SELF reinitialized
@@ -50,17 +50,17 @@ private:
 
 using Step = std::function<void(Scene &)>;
 using Steps = QList<Step>;
-// Names in the journal of a row, and what they become.
+// Names in the journal of a row, and their replacements.
 using Words = QMap<QString, QString>;
 
 // Steps of a host. Where no group is given, it is "g".
 
-// Creates or replaces a layer without contents; a file layer reads the file that is there.
+// Creates or replaces a layer without contents; a file layer reads an existing file.
 Step init(SettingsType type);
-// The same, with \a entries in the map or in the file. Give texts: they are the same from either.
+// The same, with \a entries in the map or in the file. Use texts: both keep them as they are.
 Step init(SettingsType type, const QVariantMap &entries);
 Step initMap(SettingsType type, const QVariantMap &groups);
-// Creates or replaces a layer; those that do not take the map are written to.
+// Creates or replaces a layer. Writes the entries if initStorage() ignores the map.
 Step layer(SettingsType type, const QVariantMap &entries = {},
            const QString &group = QStringLiteral("g"));
 // All layers, or all but the one of the row; each holds its name under \a key, if there is one.
@@ -72,15 +72,15 @@ Step set(SettingsType type, const QString &key, const QVariant &value,
 Step remove(SettingsType type, const QString &key, const QString &group = QStringLiteral("g"));
 Step append(const QString &handler); // "append handler: true"
 Step remove(const QString &handler); // "remove handler: true"
-// The file of a layer has these contents from now on.
+// Writes the file of a layer.
 Step file(SettingsType type, const QByteArray &contents);
-// The files of layers created from now on are other ones.
+// Layers created from now on have other files.
 Step elsewhere();
 
 // The handler takes \a steps when it is first notified of \a key.
 Step onFirst(const QString &handler, const QString &key, const Steps &steps);
 
-// Steps that write down what there is.
+// Steps that write the present state into the journal.
 
 Step read(const QString &key,
           const QString &group = QStringLiteral("g")); // "read g/k: int(1)", or "missing"
@@ -97,7 +97,7 @@ public:
     Layers(std::initializer_list<SettingsType> types) : QList(types) { }
 };
 
-// The names of all layers but \a type, as holders() writes them down.
+// The names of all layers but \a type, as holders() writes them.
 QString namesBut(SettingsType type);
 
 // Adds rows to the table of a test function, in its data function.
@@ -105,7 +105,7 @@ class Rows
 {
 public:
     Rows();
-    // What happens in \a before is not in the journal.
+    // The steps \a before are not in the journal.
     void operator()(const QByteArray &name, const Layers &layers, const Steps &before,
                     const Steps &steps, QStringView journal, const Words &words = {});
 };

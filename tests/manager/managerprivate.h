@@ -13,7 +13,7 @@ namespace tamsel::tests {
 // The state of \a manager. For tests with the library's internals; include once per program.
 ConfigurationManagerPrivate &privateOf(ConfigurationManager &manager);
 
-// The one place where a private member may be named from outside is an explicit instantiation.
+// Only an explicit instantiation may name a private member of another class.
 template <auto member> struct PrivateMember
 {
     friend ConfigurationManagerPrivate &privateOf(ConfigurationManager &manager)
@@ -56,7 +56,7 @@ inline QSharedPointer<FakeStorage> registerLayer(TestHost *host, SettingsType ty
     return layer;
 }
 
-// As registerLayer(); what that calls, logs and notifies is dropped.
+// As registerLayer(), but drops its calls, messages and notifications from the journal.
 inline QSharedPointer<FakeStorage> addLayer(TestHost *host, SettingsType type, const QString &name,
                                             const QVariantMap &entries = {})
 {

@@ -36,7 +36,7 @@ class tst_ConfigurationManager : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void nothingIsPublishedAtFirst(); // has to be the first slot
+    void nothingIsPublishedAtFirst(); // must be the first slot
     void thePointerPublishedLastIsReturned();
     void thePublishedPointerSurvivesItsManager();
 
@@ -137,8 +137,8 @@ void tst_ConfigurationManager::theMetaTypeDestroysAManager()
 
 void tst_ConfigurationManager::aNewManagerIsSilentAndReadsNoFile()
 {
-    // Without a path the files are those in the current directory: the only ones that could be read
-    // before the host has set one.
+    // Without a path the files would be those in the current directory, the only ones that could be
+    // read before the host has set a path.
     const QTemporaryDir folder;
     const auto restore = qScopeGuard([before = QDir::currentPath()] { QDir::setCurrent(before); });
     QVERIFY(QDir::setCurrent(folder.path()));

@@ -66,7 +66,7 @@ private Q_SLOTS:
 
 void tst_HandlerReentrancy::handlersComeAndGo_data()
 {
-    // Which handlers are notified of the change at which one of them reacts, and of the next.
+    // One handler reacts to a change. The rows list the handlers notified of it and of the next.
     Rows row;
     const auto calls = [&row](const char *name, const QString &reacting, const Steps &reaction,
                               const QStringList &now, const QStringList &next) {
@@ -122,7 +122,7 @@ void tst_HandlerReentrancy::nestedChanges_data()
         c: Runtime g/nested = int(7)
         c: Runtime g/k = int(1) )");
 
-    // The later handlers are notified of the correction before what was corrected.
+    // The later handlers are notified of the correction before the original change.
     row("of the same setting", Runtime,
         threeHandlers + Steps{onFirst(h, u"k"_s, {set(Runtime, u"k"_s, 2)})}, {write, read(u"k"_s)},
         uR"(
@@ -224,7 +224,7 @@ void tst_HandlerReentrancy::layersChange_data()
         b: SELF g/k = int(1)
         available: none )");
 
-    // A file layer that dies writes its file. Here it dies at once, when its handler clears it.
+    // A file layer writes its file when it is destroyed: here at once, when its handler clears it.
     const Steps clearAndLook{clear(CustomConfPersistent), files()};
     row("the one that is written is cleared, and dies", CustomConfPersistent,
         {layer(SELF, {{u"k"_s, u"written"_s}}), onFirst(h, u"k"_s, clearAndLook)},
@@ -280,7 +280,7 @@ void tst_HandlerReentrancy::layersChange_data()
         b: SELF g/k = invalid
         read g/k: int(3) )");
 
-    // What has begun goes on as it set out.
+    // The notifications of the outer call continue with its own values.
     row("the one that is being created is cleared", Rdm, {onFirst(h, u"a"_s, {clear(Rdm)})},
         {init(Rdm, {{u"a"_s, 1}, {u"b"_s, 2}}), available()}, uR"(
         info: Storage: Rdm initialized
@@ -309,7 +309,8 @@ void tst_HandlerReentrancy::layersChange_data()
         read g/b: missing
         read g/c: int(3) )");
 
-    // b is held again: not lost. c is notified as the outer replacement had it.
+    // b is held again, so it is not notified as lost. c is notified with the outer replacement's
+    // value.
     row("the one that is being replaced is replaced", Rdm, {layer(Rdm, {{u"a"_s, 1}, {u"b"_s, 2}})},
         {onFirst(h, u"a"_s, {init(Rdm, {{u"b"_s, 20}, {u"c"_s, 30}})}), init(Rdm, {{u"c"_s, 3}}),
          read(u"c"_s)},
@@ -325,7 +326,7 @@ void tst_HandlerReentrancy::layersChange_data()
         handler: Rdm g/c = int(3)
         read g/c: int(30) )");
 
-    // b is held again: not removed.
+    // b is held again, so it is not notified as removed.
     row("the one that is being cleared is created", Rdm,
         {layer(Rdm, {{u"a"_s, 1}, {u"b"_s, 2}, {u"c"_s, 3}})},
         {onFirst(h, u"a"_s, {init(Rdm, {{u"b"_s, 20}})}), clear(Rdm), read(u"b"_s)}, uR"(

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// How many texts are compared when a layer is replaced. They are counted where Qt's headers call
-// into QtCore to compare two texts: the library is part of this program, and its calls end here.
+// Counts the texts that are compared when a layer is replaced. This program replaces the functions
+// of QtCore that compare two texts; the library is linked statically, so its calls reach them.
 
 #include "comparejournal.h"
 #include "managerprivate.h"
@@ -88,8 +88,8 @@ private Q_SLOTS:
 
 void tst_KeyComparisons::theyDoNotGrowWithTheSquareOfTheNumberOfKeys_data()
 {
-    // For 8 times as many keys: one pass takes 8 times as many comparisons, a sort 11 times, and to
-    // compare all with all 64 times.
+    // For 8 times as many keys, one pass takes 8 times as many comparisons, a sort 11 times, and
+    // comparing each with each 64 times.
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("isReversed");
     QTest::addColumn<int>("growth");
@@ -119,7 +119,7 @@ void tst_KeyComparisons::theyDoNotGrowWithTheSquareOfTheNumberOfKeys()
     };
     const qint64 few = comparisonsFor(200);
     const qint64 many = comparisonsFor(1600);
-    QVERIFY2(few >= 200, qPrintable(QString::number(few))); // they are counted at all
+    QVERIFY2(few >= 200, qPrintable(QString::number(few))); // checks that they are counted
     QVERIFY2(many <= growth * few, qPrintable(u"%1, then %2"_s.arg(few).arg(many)));
 }
 

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 // The manager over fake layers: which calls it makes on them, how often, in which order, whether it
-// holds its lock meanwhile, and when they die. Every call is part of some lookup, so a surplus one is a
-// fault. That the lock is free while something is logged or notified is tested by tst_LayeredAccess,
-// which reads then.
+// holds its lock meanwhile, and when they die. A surplus call is a fault, as lookups get slower.
+// tst_LayeredAccess reads while something is logged or notified, and so tests that the lock is free
+// then.
 
 #include "journalrows.h"
 #include "managerprivate.h"
@@ -49,7 +49,7 @@ Step fake(SettingsType type, const QVariantMap &entries = {}, const QString &nam
     };
 }
 
-// The same; the layer lists the keys in this order, and others that it does not hold.
+// The same; the layer lists the keys in this order, and then `listed`, which it does not hold.
 Step listing(SettingsType type, const QString &name,
              const QList<std::pair<QString, QVariant>> &held, const QStringList &listed = {})
 {
@@ -74,7 +74,7 @@ Step change(SettingsType type, const std::function<void(FakeStorage &)> &action)
     };
 }
 
-// Steps that write down what the manager says.
+// Steps that write what the manager returns into the journal.
 
 Step value(const QString &key) // "value: int(1)", or the default, "missing"
 {
@@ -112,7 +112,7 @@ Step layers() // "layers: Rdm SelviDb"
 
 // Steps that change the journal.
 
-// Keeps the lines in which one of the words stands.
+// Keeps the lines that contain one of the words.
 Step only(const QStringList &words)
 {
     return [=](Scene &scene) {
@@ -125,7 +125,7 @@ Step only(const QStringList &words)
     };
 }
 
-// Either side of a comparison may be read first: sorts the two lines behind each of these.
+// Either side of a comparison may be read first, so sorts the two lines after each of these.
 Step inEitherOrder(const QStringList &lines)
 {
     return [=](Scene &scene) {
@@ -142,7 +142,8 @@ Step inEitherOrder(const QStringList &lines)
 const Steps threeLayers{fake(Runtime, {{u"other"_s, 1}}), fake(Rdm, {{u"k"_s, u"Rdm's"_s}}),
                         fake(SelviDb, {{u"k"_s, u"SelviDb's"_s}})};
 
-// Says when it is copied. Small and relocatable: a QVariant copies it instead of sharing it.
+// Calls a function when it is copied. Small and relocatable, so that QVariant copies it instead of
+// sharing it.
 class Copied
 {
 public:
@@ -158,7 +159,7 @@ public:
     const std::function<void()> *m_onCopy = nullptr;
 };
 
-// For Copied: writes down that it is copied.
+// For Copied: writes each copy into the journal.
 std::function<void()> recordCopies(TestHost &host)
 {
     return [&host] {
@@ -289,7 +290,7 @@ void tst_LayerCalls::writes_data()
         SelviDb: remove g/k
         Runtime: contains g/k )");
 
-    // Whatever the layer holds itself: the value is neither read nor compared.
+    // The layer's own value does not matter: it is neither read nor compared.
     row("changes that a layer reports", Rdm, {fake(Rdm, {{u"held"_s, 5}}), fake(SelviDb)},
         {change(Rdm,
                 [](FakeStorage &rdm) {
@@ -314,8 +315,8 @@ void tst_LayerCalls::creating_data()
     const Step create = fake(SELF, {{u"a"_s, 1}, {u"b"_s, 2}}, u"new"_s);
     const Step withoutHandlers = remove(u"handler"_s);
 
-    // Memory layers too, which never have keys of their own at this moment. A value is read once for
-    // the log and once for all handlers; a line that is not logged is not built.
+    // Memory layers too, though real ones have no keys at this moment. A value is read once for the
+    // log and once for all handlers; a line that is not logged is not built.
     row("with several keys, logged",
         {Rdm, SystemProperties, CommandLineArgs, CustomConfPersistent, Runtime, SelviDb},
         {append(u"second"_s)}, {create}, uR"(
@@ -435,7 +436,8 @@ void tst_LayerCalls::replacing_data()
         Runtime: contains g/k, locked
         old: dies )");
 
-    // Its value is invalid before and after, but the layer is not its origin.
+    // The value of a key that is only listed is invalid before and after, but the layer is not its
+    // origin.
     const auto notHeld = [](const QString &name) {
         return listing(SelviDb, name, {{u"held"_s, QVariant()}},
                        {u"listed"_s, u"listed, held below"_s});
@@ -467,7 +469,8 @@ void tst_LayerCalls::replacing_data()
         handler: FeatureKeys g/a = QString(same)
         handler: FeatureKeys g/z = QString(same) )");
 
-    // Keys may be listed in any order: each way to list the old ones with each to list the new ones.
+    // Keys may be listed in any order: combines each order of the old ones with each of the new
+    // ones.
     const QMap<QString, std::pair<QStringList, QStringList>> orders{
             {u"ascending"_s,
              {{u"a lost"_s, u"changed"_s, u"kept b"_s, u"kept f"_s, u"lost e"_s},
@@ -526,7 +529,7 @@ void tst_LayerCalls::clearing_data()
         Rdm: dies, 0 in the list
         info: Storage: Rdm cleared )");
 
-    const Step addSurplus = [](Scene &scene) { // never by way of registerStorage()
+    const Step addSurplus = [](Scene &scene) { // registerStorage() would replace the layer
         privateOf(scene.host.manager).storages.append(makeLayer(&scene.host, Rdm, u"surplus"_s));
     };
     row("every layer of the type goes", Rdm, {fake(Runtime), fake(Rdm), fake(SelviDb), addSurplus},
@@ -535,7 +538,7 @@ void tst_LayerCalls::clearing_data()
         info: Storage: Rdm cleared
         layers: Runtime SelviDb )");
 
-    // A layer that is cleared while the last of its first values is notified.
+    // A layer is cleared while the last of its first values is notified.
     for (const QVariantMap &entries :
          {QVariantMap{{u"z"_s, 1}}, QVariantMap{{u"a"_s, 1}, {u"b"_s, 2}, {u"z"_s, 3}}}) {
         const QByteArray count = QByteArray::number(entries.size());
@@ -556,8 +559,8 @@ void tst_LayerCalls::clearing_data()
 
 void tst_LayerCalls::everyLayerFindsItsPlaceAmongAnyOthers()
 {
-    // All sets of layers, and each layer that is not in the set: with that, all orders of creation.
-    // A replacement has the place of what it replaces.
+    // Adds to every set of layers each layer that is not in it, which covers all orders of
+    // creation. A replacement has the place of the layer that it replaces.
     Journal journal;
     RecordingLogger logger(&journal);
     for (int present = 0; present < 256; ++present) {
@@ -717,7 +720,7 @@ void tst_LayerCalls::whatDoesNotReadLayersTakesNoLock()
 
 void tst_LayerCalls::theUncoveredLayerMayBeClearedMeanwhile()
 {
-    // The lock is free while the layer below is asked for its value.
+    // The lock is free while the value of the layer below is read.
     TestHost host;
     const auto runtime = addLayer(&host, Runtime, u"Runtime"_s);
     auto selvi = addLayer(&host, SelviDb, u"SelviDb"_s, {{u"k"_s, 5}});

@@ -155,7 +155,8 @@ void tst_LayeredAccess::removals_data()
         error: The storage doesn't support removing!
         read g/k: int(5) )");
 
-    // Intentional: the settings of a group, or of the file, are below an empty key or group.
+    // Intentional: with an empty key or group, all settings of the group or of the file are
+    // removed.
     const auto belowIt = [&row](const char *name, const QString &group, const QString &key,
                                 const QString &volume) {
         row(name, CustomConfPersistent,

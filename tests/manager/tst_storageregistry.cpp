@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// The layers that there are, and what creating, replacing and clearing one changes, logs and notifies.
+// Which layers exist, and what creating, replacing and clearing one changes, logs and notifies.
 // tst_LayerCalls tests the order of the layers.
 
 #include "journalrows.h"
@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QList<SettingsType> filledLayers = mapLayers + fileLayers; // those that come with contents
+const QList<SettingsType> filledLayers = mapLayers + fileLayers; // may have contents when created
 
 } // namespace
 
@@ -432,7 +432,7 @@ void tst_StorageRegistry::invalidValuesInAReplacement_data()
 {
     Rows row;
 
-    // Intentional: as for a new layer, a single invalid value is not notified.
+    // Intentional: as with a new layer, a single invalid value is not notified.
     row("a single value turns invalid", Rdm, {layer(Rdm, {{u"a"_s, 1}})},
         {init(Rdm, {{u"a"_s, QVariant()}}), read(u"a"_s)}, uR"(
         info: Storage: Rdm reinitialized

@@ -13,7 +13,7 @@
 
 namespace tamsel::tests {
 
-// A storage whose log and notifications end up in one journal.
+// A storage whose log and notifications go to one journal.
 template <typename Storage, SettingsType type> struct RecordedStorage
 {
     template <typename... Arguments>

@@ -29,7 +29,7 @@ struct Opaque
     int number = 0;
 };
 
-// Calls a function while the storage compares it; equal to everything.
+// Calls a function when the storage compares it; equal to everything.
 struct Probe
 {
     std::function<void()> onCompare;
@@ -220,7 +220,7 @@ void tst_DynamicMapStorage::aThrowingComparisonLeavesTheLockFree()
     QVERIFY_THROWS_EXCEPTION(std::runtime_error,
                              layer.storage->setValue(u"g"_s, u"k"_s, QVariant::fromValue(Probe())));
     QCOMPARE(layer.journal.take(), QStringList());
-    QVERIFY(layer.storage->value(u"g"_s, u"k"_s).value<Probe>().onCompare); // the old one
+    QVERIFY(layer.storage->value(u"g"_s, u"k"_s).value<Probe>().onCompare); // the old value
     layer.storage->setValue(u"g"_s, u"k"_s, 1);
     QCOMPARE(layer.journal.take(), QStringList(u"handler: Runtime g/k = int(1)"_s));
 }
@@ -239,7 +239,8 @@ void tst_DynamicMapStorage::availabilityNeedsNoLock()
 
 void tst_DynamicMapStorage::ofManyEqualChangesOneIsNotified()
 {
-    // Comparing and writing are one step: of the threads that write a value one finds it new.
+    // Comparing and writing are one step: of the threads that make the same change, one notifies
+    // it.
     const Watchdog watchdog;
     Layer layer;
     const auto change = [&layer](const QVariant &value) {

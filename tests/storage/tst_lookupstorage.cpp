@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// What the library's own storages look up in one step, and that any other is called through its slots.
+// Tests what the library's own storages look up in one step, and that all others are called through
+// their virtual functions.
 
 #include "files.h"
 #include "managerprivate.h"
@@ -19,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Becomes a map, and counts how often.
+// Converts to a map, and counts the conversions.
 struct Convertible
 {
     static inline int conversions = 0;
@@ -133,7 +134,7 @@ void tst_LookupStorage::aFileCannotHoldWhatIsNotHeld()
     const QString path = folder.filePath(u"a.conf"_s);
     {
         QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, path);
-        storage.setValue(u"g"_s, u"k"_s, QRectF()); // as what stands for it
+        storage.setValue(u"g"_s, u"k"_s, QRectF()); // as the value that stands for an invalid one
     }
     const QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, freshCopy(path));
     QVariant value;
@@ -160,7 +161,7 @@ void tst_LookupStorage::aKeyOfAnyLengthIsFound()
     storage.setValue(group, key, 5);
     const LookupKey both(group, key);
     QCOMPARE(both.full(), QString(group + u'/' + key));
-    QCOMPARE(both.full(), QString(group + u'/' + key)); // not appended once more
+    QCOMPARE(both.full(), QString(group + u'/' + key)); // not appended again
     QVariant value;
     QVERIFY(storage.lookup(both, &value));
     QCOMPARE(value, QVariant(5));
@@ -201,7 +202,7 @@ void tst_LookupStorage::aGroupIsConvertedForEachQuestion()
     QCOMPARE(conversions([&] { (void)manager.value(u"h"_s, u"text"_s); }), 0);
     QCOMPARE(conversions([&] { (void)manager.contains(u"g"_s, u"text"_s); }), 1);
 
-    // A write above does not look below, a removal there does, and one below only asks who holds it.
+    // A write above does not look below, but a removal does. A write below only looks for a holder.
     const auto write = [&] { manager.setValue(u"g"_s, u"text"_s, 1, Runtime); };
     const auto remove = [&] { manager.removeValue(u"g"_s, u"text"_s, Runtime); };
     QCOMPARE(conversions(write), 0);
@@ -213,7 +214,7 @@ void tst_LookupStorage::aGroupIsConvertedForEachQuestion()
     // Two keys: listed once, then each one's value is read for the message and for the handlers.
     manager.clearStorage(FeatureKeys);
     QCOMPARE(conversions([&] { manager.initStorage(Rdm, map); }), 1 + 2 + 2);
-    // Both lists; who holds each key and its two values.
+    // Both key lists; for each key its holder and the two values.
     QCOMPARE(conversions([&] { manager.initStorage(Rdm, map); }), 2 + 2 * 3);
 }
 

@@ -28,7 +28,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// A folder of its own for each test.
+// A new folder for each test.
 class Files
 {
 public:
@@ -91,7 +91,7 @@ Step remove(const QString &key, const QString &group = g)
     return [=](Scene &scene) { scene.storage->remove(group, key); };
 }
 
-// Steps that write down what there is.
+// Steps that write the present state into the journal.
 
 Step read(const QString &key, const QString &group = g) // "g/k: QVariant(int, 1)", or "missing"
 {
@@ -146,8 +146,8 @@ Step reopenAsAnotherProcess()
     };
 }
 
-// What happens to the storage and its file: the file before, or null if there is none, the steps, the
-// journal that comes out, and the file after the storage has died.
+// Adds a row: the file before (null if there is none), the steps, the expected journal, and the
+// file after the storage has been destroyed.
 void row(const QByteArray &name, const QByteArray &before, const Steps &steps, QStringView journal,
          const QByteArray &after)
 {
@@ -275,7 +275,7 @@ void tst_QtSettingsIniStorage::reading_data()
         x/x: missing
         a/b/c: QVariant(QString, "2")
         /x: QVariant(QString, "1") )");
-    // The full keys are sorted, not the groups and keys, and those only added do not come last.
+    // Sorted by full key, not by group and key; new keys do not come last.
     row("keys keep the order of QSettings",
         "top=1\n[b]\nk=1\n[a]\nz=1\nm\\a=1\n\\y=1\nZ=1\n[B]\nk=1\n",
         {set(u"n"_s, 1, u"a"_s), keys()}, uR"(
@@ -312,7 +312,7 @@ void tst_QtSettingsIniStorage::writing_data()
 {
     addColumns();
 
-    // The comment is there as long as QSettings does not write the file.
+    // The comment stays as long as QSettings does not write the file.
     const auto equal = [](const char *name, const QByteArray &text, const QVariant &value) {
         const QByteArray contents = "; kept\n[g]\nk=" + text + '\n';
         row(QByteArray("equal: ") + name, contents, {set(u"k"_s, value)}, {}, contents);
@@ -450,7 +450,7 @@ void tst_QtSettingsIniStorage::theFile_data()
         g/other: missing
         keys: g/k )",
         "[g]\nk=changed\nother=1\n");
-    // Not writable, but QSettings found no error: a missing file is none.
+    // Not writable, but QSettings reports no error, because a missing file is not one.
     row("may be one that cannot exist", {},
         {[](Scene &scene) { scene.open(scene.files.make(u"file"_s, "") + "/x.conf"_L1); },
          available(), keys(), set(u"k"_s, 1), available(), read(u"k"_s),
@@ -476,7 +476,7 @@ void tst_QtSettingsIniStorage::anEntryIsNamedByGroupAndKey_data()
     const auto named
             = [](const char *name, const QString &group, const QString &key,
                  const QByteArray &content) { QTest::newRow(name) << group << key << content; };
-    const QString longName(300, u'n'); // longer than what a lookup keeps on the stack
+    const QString longName(300, u'n'); // longer than a lookup's buffer on the stack
     const QString mebibyte(1 << 20, u'n');
     named("group and key", u"Logging"_s, u"level"_s, "[Logging]\nlevel=v\n");
     named("empty group", u""_s, u"top"_s, "[General]\ntop=v\n");
@@ -636,7 +636,7 @@ void tst_QtSettingsIniStorage::theComparisonAsksTheVirtualValue()
 
 void tst_QtSettingsIniStorage::aWriteThatSlipsInBehindTheComparisonIsNotifiedTwice()
 {
-    // Reading, comparing and writing are no unit: a write in between is notified as well.
+    // Reading, comparing and writing are not one step: a write in between is notified too.
     class Interrupted : public QtSettingsIniStorage
     {
     public:
@@ -683,7 +683,7 @@ void tst_QtSettingsIniStorage::aRefusalIsLogged_data()
     refused("bytes", "abc"_ba, u"abc"_s, ui, lang);
     refused("list of one text", QStringList(u"a"_s), u"a"_s, ui, lang);
     refused("list without a text of its own", QStringList{u"a"_s, u"b"_s}, u""_s, ui, lang);
-    // An invalid value is also what the key reads as: the refusal comes before the comparison.
+    // The key also reads as an invalid value, but the refusal comes before the comparison.
     refused("invalid", QVariant(), u""_s, ui, lang);
     refused("empty group", 1, u"1"_s, u""_s, lang);
     refused("empty key", 1, u"1"_s, ui, u""_s);
@@ -704,7 +704,7 @@ void tst_QtSettingsIniStorage::aRefusalIsLogged()
     QFETCH(const QString, key);
     QFETCH(const QString, directory);
     const Files files;
-    // A regular file where a directory should be stops everybody, root as well.
+    // A regular file in place of a directory stops every user, even root.
     const QString name = directory.startsWith(u'.') ? u"dir"_s : directory;
     const QString path = files.make(name, "not a directory") + "/custom.conf"_L1;
     Scene layer(files.path(directory + "/custom.conf"_L1));

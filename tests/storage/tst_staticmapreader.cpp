@@ -19,7 +19,7 @@ namespace {
 
 using Layer = RecordedStorage<StaticMapReader, Rdm>;
 
-// Becomes a map late.
+// Can be converted to a map only once a test registers the conversion.
 struct Convertible
 {
 };
@@ -67,7 +67,7 @@ void tst_StaticMapReader::keysOfAConvertedGroupAreSortedToo()
 void tst_StaticMapReader::whateverConvertsToAMapIsAGroup_data()
 {
     QTest::addColumn<QVariant>("group");
-    QTest::addColumn<QVariant>("value"); // of the key k, which is not held if it is invalid
+    QTest::addColumn<QVariant>("value"); // the value of k; invalid if k is not held
     const auto row = [](const char *name, const QVariant &group, const QVariant &value = {}) {
         QTest::newRow(name) << group << value;
     };
@@ -87,7 +87,7 @@ void tst_StaticMapReader::whateverConvertsToAMapIsAGroup_data()
     row("null QVariantHash", QVariant(QMetaType::fromType<QVariantHash>()));
     row("QJsonValue of a number", QJsonValue(5));
 
-    // Whatever does not convert is invisible.
+    // A group that does not convert to a map is empty.
     row("number", 4);
     row("text", u"k"_s);
     row("text of a map", u"{\"k\": 1}"_s);

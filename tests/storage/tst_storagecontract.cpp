@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// What every kind of storage has to do, and what every writable one has to do. Where they differ is
-// for the test of each class.
+// What every kind of storage must do, and what every writable one must do. Differences are tested
+// for each class.
 
 #include "storage/dynamicmapstorage.h"
 #include "storage/qtsettingsinistorage.h"
@@ -51,7 +51,7 @@ StoragePointer makeDynamicMap(SettingsType type, IConfigurationChangeHandler *ha
     return storage;
 }
 
-// The contents are to be plain words, which the format leaves as they are.
+// The contents must be plain words, which need no escapes in an INI file.
 StoragePointer makeIniFile(SettingsType type, IConfigurationChangeHandler *handler, ILogger *logger,
                            const QVariantMap &contents)
 {
@@ -76,7 +76,7 @@ StoragePointer makeStaticMap(SettingsType type, IConfigurationChangeHandler *han
     return std::make_unique<StaticMapReader>(type, handler, logger, contents);
 }
 
-// A storage of the row's kind, whose log and notifications end up in one journal.
+// A storage of the row's kind, whose log and notifications go to one journal.
 struct Layer
 {
     explicit Layer(Factory make, const QVariantMap &contents = {})
