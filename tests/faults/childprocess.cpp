@@ -16,7 +16,7 @@ namespace tamsel::tests {
 
 namespace {
 
-// A death that is looked for is silent: no core file, no backtrace, no last words.
+// An expected death leaves no core file, no backtrace and no output.
 void dieQuietly()
 {
     const rlimit none{0, 0};
@@ -27,7 +27,7 @@ void dieQuietly()
     dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
 }
 
-// What work throws ends the child: it must not go on in the parent's frames.
+// An exception from work ends the child: it must not propagate into the parent's frames.
 QByteArray reportOf(const std::function<QByteArray()> &work) noexcept
 {
     return work().append('\n');

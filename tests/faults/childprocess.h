@@ -10,15 +10,15 @@
 
 namespace tamsel::tests {
 
-// What became of a piece of work in a process of its own.
+// The result of work that ran in its own process.
 struct ChildResult
 {
-    bool lived = false; // until it had returned
-    QByteArray report; // what it returned
+    bool lived = false; // whether work returned
+    QByteArray report; // what work returned
     QByteArray end; // "exit 0", "signal 11"; signal 14: it took too long
 };
 
-// Forks and does work in the child, for at most seconds.
+// Forks and runs work in the child, for at most so many seconds.
 ChildResult inChild(const std::function<QByteArray()> &work, unsigned seconds = 60);
 
 } // namespace tamsel::tests

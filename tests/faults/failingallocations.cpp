@@ -13,11 +13,11 @@ namespace tamsel::tests {
 
 namespace {
 
-thread_local int untilFailure = 0; // 0: none is to fail
+thread_local int untilFailure = 0; // 0: none fails
 thread_local AllocationFault::Extent extentOfFailure = AllocationFault::OnlyOne;
 thread_local int failureCount = 0;
 
-// Whether the allocation that is about to be made has to fail.
+// Whether the next allocation has to fail.
 bool hasToFail()
 {
     if (untilFailure == 0)
@@ -141,7 +141,7 @@ int AllocationLedger::alive() const
 
 using namespace tamsel::tests;
 
-// The sanitizer has operators of its own, which do not call malloc().
+// The sanitizer has its own operators, which do not call malloc().
 #define TAMSEL_REPLACED __attribute__((visibility("default")))
 
 TAMSEL_REPLACED void *operator new(size_t size)

@@ -8,14 +8,14 @@
 
 namespace tamsel::tests {
 
-// While it lives, allocations of its thread fail as they do without memory: malloc() and its kin
+// While it lives, allocations of its thread fail as if memory had run out: malloc() and the like
 // return null, operator new throws std::bad_alloc. One at a time.
 class AllocationFault
 {
 public:
     enum Extent {
-        OnlyOne, // as after a peak: the one with that number
-        AllFrom, // as when memory is used up: it and all that follow
+        OnlyOne, // as at a short peak: the one with that number
+        AllFrom, // as if memory is used up: that one and all later ones
     };
 
     // The first allocation from now on has the number 1.
@@ -29,8 +29,7 @@ private:
     Q_DISABLE_COPY_MOVE(AllocationFault)
 };
 
-// While it lives, it counts the allocations of its thread that are not freed again, be it by
-// another thread. One at a time.
+// While it lives, it counts the allocations of its thread that no thread has freed. One at a time.
 class AllocationLedger
 {
 public:

@@ -8,10 +8,10 @@
 
 namespace tamsel::tests {
 
-// full in the long run, which TAMSEL_FAULTS=full in the environment asks for; else quick.
+// `full` with TAMSEL_FAULTS=full in the environment, else `quick`.
 int rounds(int quick, int full);
 
-// A seed of TAMSEL_FAULTS_SEED, to repeat a run, or a new one; it is printed.
+// The seed in TAMSEL_FAULTS_SEED, to repeat a run, or else a new one. Prints it.
 quint32 seed();
 
 } // namespace tamsel::tests

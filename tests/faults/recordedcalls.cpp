@@ -27,14 +27,14 @@ struct Recording
     QByteArray folder; // with a "/" at its end
     bool refusesUnnamed;
     Calls calls;
-    QMap<QByteArray, int> files; // those that have a name
+    QMap<QByteArray, int> files; // those with a name
     QHash<int, int> openFiles; // by descriptor
     int fileCount;
 };
 
-thread_local Recording *recording = nullptr; // not while a call is looked at
+thread_local Recording *recording = nullptr; // null while a call is recorded
 
-// Lets the calls made by the code that records pass.
+// Pauses the recording, so that the recording code's own calls are not recorded.
 class Pause
 {
 public:
@@ -45,7 +45,7 @@ public:
     Recording *operator->() const { return m_recording; }
     explicit operator bool() const { return m_recording != nullptr; }
 
-    // A null name: outside of the folder.
+    // The name in the folder; null if the path is outside it.
     QByteArray nameOf(const char *path) const
     {
         const QByteArray text(path);
@@ -109,7 +109,8 @@ int recordSync(const char *function, int descriptor)
 
 using namespace tamsel::tests;
 
-// What QtCore calls. A call that is missing here shows: the folder is then not what the calls make.
+// The functions that QtCore calls. If one is missing here, the test notices that the folder differs
+// from the recorded calls' result.
 
 #undef open
 #undef open64
@@ -237,7 +238,7 @@ void apply(const Call &call, Names *names)
         names->insert(call.name, call.file);
 }
 
-// The contents that the disk may hold of a file after the first \a count calls.
+// The contents of a file that the disk may hold after the first \a count calls.
 QList<QByteArray> contentsAfterPowerCut(int file, const QList<QByteArray> &before,
                                         const Calls &calls, qsizetype count)
 {
@@ -267,7 +268,7 @@ FolderState stateOf(const QString &folder)
     const QStringList names = QDir(folder).entryList(QDir::Files | QDir::Hidden);
     for (const QString &name : names) {
         QFile file(folder + u'/' + name);
-        if (file.open(QFile::ReadOnly)) // else it has no state that a host could read
+        if (file.open(QFile::ReadOnly)) // a host could not read it either
             result.insert(name.toUtf8(), file.readAll());
     }
     return result;

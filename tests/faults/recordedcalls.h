@@ -13,8 +13,8 @@
 
 namespace tamsel::tests {
 
-// A call of the C library that changes what is in a folder. A file is a number, since it may have
-// no name yet, or several; names lie in the folder.
+// A call of the C library that changes a folder. Files have numbers, because a file may have no
+// name yet, or several. Names are relative to the folder.
 struct Call
 {
     enum Kind { Create, Write, Sync, Link, Rename, Remove };
@@ -31,22 +31,23 @@ using FolderState = QMap<QByteArray, QByteArray>; // file names and contents
 
 enum class UnnamedFiles { Allowed, Refused };
 
-// What the folder holds.
+// The files in the folder.
 FolderState stateOf(const QString &folder);
 
-// The calls by which action(), on this thread, changes the contents of the folder. With
-// UnnamedFiles::Refused the file system knows no O_TMPFILE.
+// Runs action(), and returns its calls on this thread that change the folder. With
+// UnnamedFiles::Refused, the file system does not support O_TMPFILE.
 Calls recordCalls(const QString &folder, UnnamedFiles unnamed, const std::function<void()> &action);
 
-// A line for each call; random endings of names are "XXXXXX", the size of a lock file is left out.
+// A line for each call. Random suffixes of names become "XXXXXX"; the size of a lock file is left
+// out.
 QList<QByteArray> describe(const Calls &calls);
 
-// The folder after all calls; before is what it held. Numbers from 0 stand for these files.
+// The folder after all calls; before is its state before them. The numbers from 0 on are its files.
 FolderState stateAfter(const FolderState &before, const Calls &calls);
 
-// What the folder may hold after a power cut between or after the calls. Data is safe once it is
-// synchronised; until then it may be missing, cut at any byte, or zeros. A change of a name is there
-// as a whole or not at all, whatever the others are: no file system keeps less.
+// The states that the folder may have after a power cut between or after the calls. Data is safe
+// once it is synchronised; until then it may be missing, cut at any byte, or zeros. Each change of
+// a name is there or not, independently of the others: no file system guarantees less.
 QList<FolderState> statesAfterPowerCut(const FolderState &before, const Calls &calls);
 
 } // namespace tamsel::tests

@@ -17,8 +17,8 @@ namespace tamsel::tests {
 
 namespace {
 
-// Leaves the mounts of the machine: those made from now on are ours and end with the process.
-// Returns the errno of the failure, for every later disk too, or 0.
+// Enters a private mount namespace: mounts made from now on end with the process. Returns 0 or the
+// errno, the same for every later disk.
 int leaveMounts()
 {
     static const int failure = unshare(CLONE_NEWNS) == 0
@@ -28,7 +28,7 @@ int leaveMounts()
     return failure;
 }
 
-// The number of the file system that a file lies on, or 0.
+// The device number of the file system that a file is on, or 0.
 dev_t deviceOf(const QString &path)
 {
     struct stat status = {};
@@ -41,7 +41,7 @@ TinyDisk::TinyDisk(int pages, int files)
     : m_size(pages * pageSize()), m_options("size=" + QByteArray::number(m_size))
 {
     if (files > 0)
-        m_options += ",nr_inodes=" + QByteArray::number(files + 1); // the root is one too
+        m_options += ",nr_inodes=" + QByteArray::number(files + 1); // the root directory counts too
     if (!m_folder.isValid())
         m_error = m_folder.errorString();
     else if (const int failure = leaveMounts())
@@ -73,7 +73,7 @@ bool TinyDisk::fill(int freePages)
     qsizetype size = 0;
     while (filler.write(page) == page.size()) {
         size += page.size();
-        if (size > m_size) { // of another disk, then
+        if (size > m_size) { // this is another disk
             filler.remove();
             return false;
         }

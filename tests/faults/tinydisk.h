@@ -11,8 +11,8 @@
 
 namespace tamsel::tests {
 
-// A file system of a few memory pages, mounted while this lives, which no other process sees.
-// Mounting takes rights that not everybody has, see isMounted().
+// A file system of a few memory pages, mounted while this lives. No other process sees it. Not
+// every user may mount; see isMounted().
 class TinyDisk
 {
 public:
@@ -27,10 +27,10 @@ public:
     QString error() const { return m_error; }
     QString path() const { return m_folder.path(); }
 
-    // Uses up all the room but `freePages`. Refused where path() is not the mounted file system: what
-    // would be filled is the machine's disk.
+    // Uses up all space but `freePages`. Fails if path() is not the mounted file system: it would
+    // fill the machine's disk.
     [[nodiscard]] bool fill(int freePages);
-    // Gives back what fill() has used up.
+    // Frees the space that fill() has used up.
     [[nodiscard]] bool empty();
     [[nodiscard]] bool setReadOnly(bool on);
 
@@ -40,7 +40,7 @@ private:
     QTemporaryDir m_folder;
     const qsizetype m_size;
     QByteArray m_options;
-    dev_t m_device = 0; // the number of the mounted file system
+    dev_t m_device = 0; // of the mounted file system
     QString m_error;
 };
 

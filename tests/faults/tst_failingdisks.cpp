@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// The file of a layer cannot be written any more, or is no longer there. What QSettings makes of that
-// is written down here, so that a change of Qt does not go unnoticed.
+// The file of a layer can no longer be written, or no longer exists. These tests record how
+// QSettings behaves then, so that a change in Qt is noticed.
 
 #include "childprocess.h"
 #include "journalrows.h"
@@ -30,9 +30,9 @@ namespace {
 
 constexpr auto self = CustomConfPersistent;
 constexpr int pages = 16; // of a disk
-constexpr int fileLimit = 20; // the same, where there is a limit
+constexpr int fileLimit = 20; // files on a disk with a limit
 
-// The files of hosts lie on the disk while this lives: QTemporaryDir looks at the variable each time.
+// While it lives, the files of hosts are on the disk: QTemporaryDir reads the variable each time.
 class WorkOn
 {
 public:
@@ -55,7 +55,7 @@ bool noticesFullDisk(const TinyDisk &disk, qsizetype size)
     return !isSaved || !QFile::remove(path);
 }
 
-TinyDisk *rowDisk = nullptr; // of the row that runs
+TinyDisk *rowDisk = nullptr; // of the current row
 
 // Steps of a host whose file is custom.conf.
 
@@ -106,13 +106,14 @@ private Q_SLOTS:
     void aFifoBlocksWhoCreatesTheLayer();
 };
 
-// The first three protect the machine from this program: what they refuse would fill its own disk.
+// The first three protect the machine from this program: without the checks that they test, it
+// could fill the machine's disk.
 
 void tst_FailingDisks::aDiskThatIsNotMountedSaysSoEachTime()
 {
     for (int round = 0; round < 3; ++round) {
-        errno = 0; // what is left of an earlier failure
-        TinyDisk disk(-1); // of no possible size
+        errno = 0; // clears that of an earlier failure
+        TinyDisk disk(-1); // an impossible size
 
         QVERIFY(!disk.isMounted());
         QVERIFY(!disk.error().isEmpty());
@@ -184,7 +185,7 @@ void tst_FailingDisks::aFullDiskKeepsTheOldFile()
     QCOMPARE(readFile(path), before);
     QVERIFY(!host.manager.storageAvailable(self));
     QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files),
-             QStringList(u"custom.conf"_s)); // no litter
+             QStringList(u"custom.conf"_s)); // nothing else is left
 }
 
 void tst_FailingDisks::disksThatFail_data()
@@ -200,7 +201,7 @@ void tst_FailingDisks::disksThatFail_data()
         log: Top value changed SELF: g/later = 'yes'
         handler: SELF g/later = QString(yes)
         file first/persistent/custom.conf: [g] k=new later=yes
-        available: none )"); // once is for good
+        available: none )"); // it stays unavailable
     row("full, written when the layer is replaced", self, {old},
         {fillDisk, change, eventLoop, available(), emptyDisk, init(self), files(), available()},
         uR"(
@@ -258,8 +259,8 @@ void tst_FailingDisks::pathsThatChange_data()
     };
 
     Rows row;
-    // QSettings reads a file again before it writes it: what was in the old one is gone, and no
-    // handler is called.
+    // QSettings reads a file again before it writes it: the contents of the old one are gone, and
+    // no handler is called.
     row("the folder vanishes", self, {old},
         {removeFolder, eventLoop, read(u"k"_s), available(), set(self, u"other"_s, u"value"_s),
          read(u"k"_s), eventLoop, files(), read(u"k"_s), available()},
@@ -309,7 +310,7 @@ void tst_FailingDisks::pathsThatChange_data()
         file first/persistent/custom.conf: [g] k=new
         file target.conf: [g] k=new
         available: SELF )");
-    // What is not written shows in nothing but the last line.
+    // Only the last line shows that the change is not written.
     row("the file becomes a link into a missing folder", self, {old},
         {removeFile, link(u"missing/target.conf"_s), change, available(), eventLoop, read(u"k"_s),
          files(), available()},

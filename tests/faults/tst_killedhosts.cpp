@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// The entries of the file with which the writer's first number writes are done.
+// The entries of the file after the writer's first `number` writes.
 QMap<QByteArray, QByteArray> entriesAfter(int number)
 {
     QMap<QByteArray, QByteArray> entries;
@@ -33,7 +33,7 @@ QMap<QByteArray, QByteArray> entriesAfter(int number)
     return entries;
 }
 
-// The number of the last write in the file; 0 without a file, -1 if the file is not in order.
+// The number of the last write in the file; 0 without a file, -1 if the file is damaged.
 int lastNumber(const QString &path)
 {
     QFile file(path);
@@ -84,7 +84,7 @@ void tst_KilledHosts::theFileHoldsAllThatWasWrittenAndNothingElse()
         QVERIFY2(host.waitForStarted(patience), qPrintable(host.errorString()));
         if (writes > 0) {
             QVERIFY(host.waitForReadyRead(patience));
-            QCOMPARE(host.readLine().trimmed(), QByteArray::number(last)); // it can read the file
+            QCOMPARE(host.readLine().trimmed(), QByteArray::number(last)); // the host read the file
             QVERIFY(QTest::qWaitFor([&] { return lastNumber(path) >= last + writes; }, patience));
         }
         std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
@@ -97,7 +97,7 @@ void tst_KilledHosts::theFileHoldsAllThatWasWrittenAndNothingElse()
         QVERIFY2(onDisk >= 0 && last >= onDisk,
                  qPrintable(u"round %1: %2 before the kill, %3 after it"_s.arg(
                          QString::number(round), QString::number(onDisk), QString::number(last))));
-        // QLockFile does not know whose an empty lock is, and waits for 30 s.
+        // An empty lock file does not name its owner, so QLockFile would wait for 30 s.
         const QFileInfo lock(lockPath);
         if (lock.exists() && lock.size() == 0) {
             ++emptyLocks;

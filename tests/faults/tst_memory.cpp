@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Memory runs out at every single allocation of every operation. Each attempt has a process of its
-// own, since QSettings does not survive all of them.
+// Memory runs out at every single allocation of every operation. Each attempt has its own process,
+// because QSettings does not survive all of them.
 
 #include "childprocess.h"
 #include "failingallocations.h"
@@ -47,7 +47,7 @@ bool isLeftOut(SettingsType type)
     return !isFullRun() && type != Runtime && type != Rdm && type != CustomConfPersistent;
 }
 
-// Counts its calls, and needs no memory for it.
+// Counts its calls without allocating memory.
 class Listener final : public ILogger, public IConfigurationChangeHandler
 {
 public:
@@ -66,7 +66,7 @@ private:
     int m_calls = 0;
 };
 
-// A value whose copy needs memory, yet small enough to lie inside the QVariant.
+// A value whose copy allocates memory, yet small enough for QVariant to store inline.
 class Costly
 {
 public:
@@ -82,7 +82,7 @@ private:
     std::unique_ptr<int> m_number;
 };
 
-// What a layer is created with: four settings, two of them named or valued text.
+// The initial contents of a layer: four settings; text is the key of one and the value of two.
 struct Contents
 {
     explicit Contents(const QString &text)
@@ -104,7 +104,7 @@ struct Contents
     QByteArray file;
 };
 
-// A host with all that the operations need, in a folder of its own.
+// A host with everything that the operations need, in its own folder.
 class Host
 {
 public:
@@ -126,7 +126,7 @@ public:
     {
         layer.reset();
         manager.reset();
-        // QSettings keeps files in mind until it finds them empty.
+        // QSettings remembers files until it finds them empty.
         for (const auto type : fileLayers) {
             if (!QFile::remove(filePath(type)))
                 QDir().rmdir(filePath(type));
@@ -155,7 +155,7 @@ public:
         }
     }
 
-    // All that readers can tell apart.
+    // Everything that readers can see.
     QStringList state() const
     {
         QStringList lines{manager->persistentStoragePath()};
@@ -177,7 +177,7 @@ public:
         return true;
     }
 
-    // Takes every lock that there is, by reads and by writes.
+    // Takes every lock, by reads and by writes.
     void useAll()
     {
         (void)manager->value(u"absent"_s, u"k"_s);
@@ -208,12 +208,12 @@ public:
     Listener thirdHandler;
     Listener fourthHandler;
     std::unique_ptr<ConfigurationManager> manager;
-    std::unique_ptr<AbstractStorage> layer; // one that the manager does not know
+    std::unique_ptr<AbstractStorage> layer; // not registered with the manager
 };
 
 using Step = std::function<void(Host &)>;
 
-// What an operation has brought about when nothing fails.
+// The outcome of an operation if nothing fails.
 struct Success
 {
     QStringList state;
@@ -229,8 +229,8 @@ Success succeed(const QString &folder, const Step &prepare, const Step &operatio
     return {host.state(), host.listener.takeCalls()};
 }
 
-// Lets the allocation number of the operation fail and judges what that leaves behind: "threw"
-// or "did without it" if all is well, "untouched" if the operation makes fewer allocations.
+// Makes the operation's allocation `number` fail, and checks the state that this leaves. Returns
+// "threw" or "did without it" if it is right, "untouched" if there are fewer allocations.
 const char *attempt(const QString &folder, const Step &prepare, const Step &operation, int number,
                     AllocationFault::Extent extent, const Success &success)
 {
@@ -260,14 +260,14 @@ const char *attempt(const QString &folder, const Step &prepare, const Step &oper
     if (!threw && (after != success.state || calls != success.calls))
         return "the operation is incomplete, and that is not notified";
 
-    std::thread([&host] { host.useAll(); }).join(); // does not come back if a lock is still held
+    std::thread([&host] { host.useAll(); }).join(); // never returns if a lock is still held
     operation(host);
     if (host.state() != success.state)
         return "the operation cannot be repeated";
     return failures == 0 ? "untouched" : threw ? "threw" : "did without it";
 }
 
-// What came of letting each allocation of an operation fail in turn.
+// The results of making each allocation of an operation fail in turn.
 struct Verdicts
 {
     int attempts = 0;
@@ -279,7 +279,7 @@ Verdicts attemptAll(const QString &folder, const Step &prepare, const Step &oper
                     AllocationFault::Extent extent)
 {
     const Success success = succeed(folder, prepare, operation);
-    // What is made once in the life of a process is made now and is no leak.
+    // Makes the allocations that a process makes only once, so that they do not count as leaks.
     attempt(folder, prepare, operation, never, extent, success);
 
     Verdicts verdicts;
@@ -335,7 +335,7 @@ private:
 
 void tst_Memory::initTestCase()
 {
-    qputenv("TZ", "UTC"); // or else the C library copies the zone's name again and again
+    qputenv("TZ", "UTC"); // otherwise the C library copies the zone's name repeatedly
     QMetaType::registerConverter<Costly, QString>(
             [](const Costly &costly) { return QString::number(costly.number()); });
 }
@@ -344,10 +344,10 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
 {
     QTest::addColumn<Step>("prepare");
     QTest::addColumn<Step>("operation");
-    QTest::addColumn<Step>("qtAlone"); // where Qt dies of it: what it dies of, and just as often
+    QTest::addColumn<Step>("qtAlone"); // if Qt dies of it: the calls of Qt that die as often
 
     static const Contents before(u"old"_s);
-    static const Contents after(u"another"_s); // longer: QSettings notices that the file is another
+    static const Contents after(u"another"_s); // longer, so that QSettings notices the new file
     const auto addRow = [](const QByteArray &name, const Step &prepare, const Step &operation,
                            const Step &qtAlone = {}) {
         QTest::newRow(name.constData()) << prepare << operation << qtAlone;
@@ -419,7 +419,7 @@ void tst_Memory::exhaustionIsThrownAndLeavesNothingHalfDone_data()
                 host.manager->setValue(u"g"_s, u"k"_s, QVariant::fromValue(Costly(1)), Runtime);
             },
             [](Host &host) {
-                const QVariant two = QVariant::fromValue(Costly(2)); // dies: no part of it may stay
+                const QVariant two = QVariant::fromValue(Costly(2)); // no part of it may stay
                 host.manager->setValue(u"g"_s, u"k"_s, two, Runtime);
             });
 
@@ -566,7 +566,7 @@ void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole()
     QByteArray after = before.file;
     after.replace("k=old\nold", "k=written\nold");
 
-    QMap<QByteArray, int> seen; // contents of the file, and how often
+    QMap<QByteArray, int> seen; // how often each content of the file was seen
     bool isComplete = false;
     for (int number = 1; number < 1000; ++number) {
         const QTemporaryDir folder(m_folder.filePath(u"XXXXXX"_s));
@@ -574,7 +574,7 @@ void tst_Memory::exhaustionWhileAFileIsWrittenLeavesItWhole()
         before.save(path);
         const ChildResult child = inChild([&]() -> QByteArray {
             Listener listener;
-            // Lives on: it would wait for a lock file that was left.
+            // Never destroyed: it would wait for a lock file that was left.
             auto *manager = new ConfigurationManager(&listener);
             manager->setPersistentStoragePath(folder.path() + u'/');
             manager->initStorage(CustomConfPersistent);

@@ -32,7 +32,7 @@ constexpr char fileName[] = "custom.conf";
 constexpr char oldContents[] = "[g]\na=1\nb=before\n";
 constexpr char newContents[] = "[g]\na=2\nb=behind it\nc=3\n";
 
-// A host with these files; its folder has a space in its name.
+// A host with the given files, in a folder with a space in its name.
 class Host : public TestHost
 {
 public:
@@ -73,14 +73,14 @@ Calls callsOfAFlush(const FolderState &before, UnnamedFiles unnamed)
     host.start();
     host.change();
     Calls calls = recordCalls(host.path(), unnamed, [] { QCoreApplication::sendPostedEvents(); });
-    // No call that changes the folder was missed.
+    // Checks that all calls that change the folder were recorded.
     if (host.state() != stateAfter(before, calls)
         || host.state() != FolderState{{fileName, newContents}})
         return {};
     return calls;
 }
 
-// The commands for the box's start, from the document that has them.
+// The commands to run when the box starts, from the document that recommends them.
 QString recipe()
 {
     const QString document = QStringLiteral(TREE) + "/docs/operating-a-box.md"_L1;
@@ -91,7 +91,7 @@ QString recipe()
                                   : QString();
 }
 
-// Runs the recipe on a folder in place of the one that it names.
+// Runs the recipe on the given folder instead of the one that it names.
 ProgramResult sweep(const QString &folder)
 {
     QString commands = recipe();
@@ -108,7 +108,8 @@ class tst_PowerCuts : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // The first: the thread sanitizer lets no thread start after the others have run programs.
+    // Must be first: under the thread sanitizer no thread can start after the others have run
+    // programs.
     void everyReaderWaitsForABlockedFlush();
     void aFlushMakesTheseCalls_data();
     void aFlushMakesTheseCalls();
@@ -121,7 +122,7 @@ private Q_SLOTS:
 
 void tst_PowerCuts::everyReaderWaitsForABlockedFlush()
 {
-    // Qt takes an empty lock file for a dead process's when it is 30 s old.
+    // Qt treats an empty lock file as stale once it is 30 s old.
     const int age = rounds(29, 0); // seconds
     Host host({{fileName, oldContents}, {"custom.conf.lock", ""}});
     host.start();
@@ -242,7 +243,7 @@ void tst_PowerCuts::theFileIsTheOldOrTheNewOne()
     const Calls calls = callsOfAFlush(before, unnamedFiles);
     QVERIFY(!calls.isEmpty());
     const QList<FolderState> states = statesAfterPowerCut(before, calls);
-    const int step = rounds(37, 1); // many differ in the length of the lock file only
+    const int step = rounds(37, 1); // many states differ only in the length of the lock file
 
     int oldFiles = 0;
     int newFiles = 0;
@@ -284,7 +285,7 @@ void tst_PowerCuts::withoutSynchronisationItWouldNotBe()
         contents.insert(state.value(fileName));
     QVERIFY(contents.contains(oldContents));
     QVERIFY(contents.contains(newContents));
-    QVERIFY(contents.contains("")); // and more
+    QVERIFY(contents.contains("")); // among others
 }
 
 void tst_PowerCuts::theRecipeRemovesWhatQtLeavesAndNothingElse()

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The libtamsel developers
 // SPDX-License-Identifier: MIT
 
-// Handlers that do at random all that a handler may do: what they do notifies handlers, and so on.
+// Handlers randomly do everything that a handler may do. That notifies handlers again, and so on.
 
 #include "faultrun.h"
 #include "testhost.h"
@@ -24,7 +24,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int maxDepth = 4;
-constexpr int maxNotifications = 500; // by one change; none has a reaction after that
+constexpr int maxNotifications = 500; // by one change; no handler reacts after that
 
 // A manager whose handlers meddle with it.
 class Play
@@ -174,7 +174,7 @@ private Q_SLOTS:
 
 void tst_Reentrancy::init()
 {
-    alarm(static_cast<unsigned>(rounds(120, 600))); // kills a test that waits for itself
+    alarm(static_cast<unsigned>(rounds(120, 600))); // kills a test that deadlocks
 }
 
 void tst_Reentrancy::cleanup()
@@ -194,7 +194,7 @@ void tst_Reentrancy::handlersMayDoAnything()
         }
         deepest = qMax(deepest, play.deepest());
     }
-    QCOMPARE(deepest, maxDepth); // or little of all that was tried
+    QCOMPARE(deepest, maxDepth); // otherwise little was tested
 }
 
 void tst_Reentrancy::handlersOnSeveralThreadsMayComeBack()

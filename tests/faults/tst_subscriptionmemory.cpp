@@ -29,7 +29,7 @@ struct Host
 {
     Host() { settings.initStorage(SettingsType::Runtime); }
 
-    // Whether memory did not run out.
+    // Returns false if memory ran out.
     bool write(int value)
     {
         try {
@@ -48,7 +48,8 @@ struct Host
 
 } // namespace
 
-// For the leak sanitizer. QObject::connect() leaks the function object if memory runs out behind it.
+// For the leak sanitizer. QObject::connect() leaks the function object if a later allocation in it
+// fails.
 extern "C" Q_DECL_EXPORT const char *__lsan_default_suppressions();
 const char *__lsan_default_suppressions()
 {
@@ -155,7 +156,7 @@ void tst_SubscriptionMemory::theLastChangesAreRightAfterAFailure()
                 values.append(change.value);
             QVERIFY(values.endsWith(value));
         }
-        QCOMPARE(values, QVariantList({3, 4})); // as many as are kept
+        QCOMPARE(values, QVariantList({3, 4})); // the catalogue keeps only two
     }
     QVERIFY2(failures > 3 && failures < mostAllocations, qPrintable(QString::number(failures)));
 }

@@ -82,7 +82,8 @@ void postEvent(QObject *receiver, QEvent *event, int priority)
     real(receiver, event, priority);
 }
 
-// The new contents go to the disk: the writer comes, and has to wait.
+// Called when the flush writes the new contents to the disk: lets the writer start, which has to
+// wait.
 extern "C" Q_DECL_EXPORT int fdatasync(int file)
 {
     if (role == Role::Flushing) {
@@ -93,7 +94,7 @@ extern "C" Q_DECL_EXPORT int fdatasync(int file)
     return real(file);
 }
 
-// Locks of Qt wait and wake here. Once the flush has let the writer go on, it is the slower one.
+// Qt's locks wait and wake through this. After the flush has woken the writer, it waits for it.
 extern "C" Q_DECL_EXPORT long syscall(long number, ...) noexcept
 {
     va_list list;
@@ -118,8 +119,8 @@ namespace {
 
 using Change = std::function<void()>;
 
-// Runs the event loop once, which writes the file, and makes the change on another thread while it
-// does: after the new contents were taken and before the flush is over.
+// Runs the event loop once, which writes the file. Meanwhile makes the change on another thread:
+// after the new contents were taken, but before the flush is over.
 void changeDuringAFlush(const Change &change)
 {
     isFlushing = isWaiting = isWritten = false;
@@ -256,7 +257,7 @@ void tst_WakeUps::qSettingsAloneDoesNotWriteIt_data()
     QTest::newRow("by the destructor") << true;
 }
 
-// When this passes unexpectedly, the library's own request is needed no longer with that Qt.
+// If this passes unexpectedly, that Qt no longer needs the library's own request.
 void tst_WakeUps::qSettingsAloneDoesNotWriteIt()
 {
     QFETCH(const bool, objectDies);
@@ -301,7 +302,7 @@ void tst_WakeUps::changesByAnotherThreadWaitAsOneRequest()
         for (int i = 1; i <= changes; ++i)
             host.manager.setValue(u"g"_s, u"number"_s, i, layer);
     });
-    writer.join(); // and the event loop of this thread does not run meanwhile
+    writer.join(); // the event loop of this thread does not run meanwhile
     QCOMPARE(posts, postsOfQSettings + 1);
     QCoreApplication::sendPostedEvents();
     QCOMPARE(requests.take(), 1);

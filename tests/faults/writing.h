@@ -6,10 +6,10 @@
 
 #include <QtCore/QString>
 
-// What writinghost writes, and how the tests recognise it.
+// The settings that writinghost writes, shared with the tests that check them.
 namespace tamsel::tests::writing {
 
-// The settings of the endless writer: each write goes to the next of so many keys.
+// The endless writer writes to so many keys in turn.
 constexpr int keyCount = 50;
 
 inline QString group()
@@ -22,7 +22,7 @@ inline QString keyOf(int number)
     return QString::number(number % keyCount);
 }
 
-// Of a length that changes with the number, so that a torn file shows.
+// The length changes with the number, so that a torn file is noticed.
 inline QString valueOf(int number)
 {
     return QString::number(number) + QString(1 + number % 61, u'x');

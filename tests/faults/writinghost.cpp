@@ -28,7 +28,7 @@ namespace {
 
 constexpr auto layer = SettingsType::CustomConfPersistent;
 
-// Any error ends the host: nothing is refused where it is used.
+// Any error ends the host: its writes are never refused.
 class StrictLogger final : public ILogger
 {
 public:
@@ -72,7 +72,7 @@ int main(int argc, char **argv)
             manager.setValue(writing::group(), writing::keyOf(number), writing::valueOf(number),
                              layer);
         });
-        alarm(60); // if it is not killed before
+        alarm(60); // ends the host if the test does not kill it
     } else {
         static_cast<void>(std::puts("ready"));
         static_cast<void>(std::fflush(stdout));
