@@ -308,7 +308,8 @@ void tst_ChangePropagation::anUncoveredTextIsNullWhereItsValueHasNoText_data()
 
 void tst_ChangePropagation::anUncoveredTextIsNullWhereItsValueHasNoText()
 {
-    // It is what toString() gives, unchanged. In the log, both are ''.
+    // The text is the unchanged result of toString(). In the log a null text looks like an empty
+    // one.
     QFETCH(const QVariant, value);
     QFETCH(const bool, isNull);
     TestHost host;

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // What handlers may do while they are notified: come and go, write settings, and create, replace
-// and clear layers, the one that has just changed included.
+// and clear layers, including the one that has just changed.
 
 #include "comparejournal.h"
 #include "journalrows.h"

@@ -277,7 +277,7 @@ void tst_LayerCalls::writes_data()
     Rows row;
 
     row("are handed on as they are", Rdm, threeLayers,
-        {set(SelviDb, u"k"_s, 5), set(Rdm, u"k"_s, u"Rdm's"_s), // what it holds
+        {set(SelviDb, u"k"_s, 5), set(Rdm, u"k"_s, u"Rdm's"_s), // an equal value
          set(Runtime, QString(), QVariant(), QString()), set(FeatureKeys, u"k"_s, 5)},
         uR"(
         SelviDb: setValue g/k = int(5)

@@ -134,7 +134,7 @@ void tst_LookupStorage::aFileCannotHoldWhatIsNotHeld()
     const QString path = folder.filePath(u"a.conf"_s);
     {
         QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, path);
-        storage.setValue(u"g"_s, u"k"_s, QRectF()); // as the value that stands for an invalid one
+        storage.setValue(u"g"_s, u"k"_s, QRectF()); // the default for an absent key
     }
     const QtSettingsIniStorage storage(SelviDb, nullptr, nullptr, freshCopy(path));
     QVariant value;

@@ -47,7 +47,7 @@ public:
     enum Option {
         Plain = 0,
         Colour = 1, // unless the environment asks for none
-        Wide = 2, // as if the terminal had no limit to its width
+        Wide = 2, // ignores the terminal's width
         Ascii = 4, // on a terminal that cannot show more
     };
     Q_DECLARE_FLAGS(Options, Option)
