@@ -194,6 +194,24 @@ TestCase {
         compare(setting.value, 3)
     }
 
+    function test_writable_data() {
+        return [
+            {tag: "Runtime", writable: true},
+            {tag: "SystemProperties", writable: true},
+            {tag: "CommandLineArgs", writable: false},
+            {tag: "Rdm", writable: false},
+            {tag: "FeatureKeys", writable: false},
+            {tag: "CustomConfPersistent", writable: true},
+            {tag: "SelviDb", writable: true},
+            {tag: "RavonaConfDefault", writable: true},
+        ]
+    }
+    function test_writable(row) {
+        compare(volume({layer: Tamsel[row.tag]}).writable, row.writable)
+        Box.clear(Tamsel[row.tag])
+        compare(volume({layer: Tamsel[row.tag]}).writable, false)
+    }
+
     function test_aRefusedWriteLeavesTheValueAndWarnsOnce_data() {
         return [
             {tag: "read-only", layer: Tamsel.Rdm, holds: true, reason: "Rdm: the layer is read-only"},
