@@ -358,6 +358,15 @@ void tst_SettingsPage::theGuideShowsWhatWorks()
     QTest::ignoreMessage(QtDebugMsg, "0.5 false");
     m_box->settings().setValue(u"player"_s, u"volume"_s, 0.5, SettingsType::Runtime);
     QCOMPARE(slider->property("value"), 0.5);
+
+    auto *item = qobject_cast<QQuickItem *>(slider.get());
+    item->setParentItem(m_window->contentItem());
+    item->forceActiveFocus();
+    QTest::keyClick(m_window, Qt::Key_Right);
+    QTest::ignoreMessage(QtDebugMsg, "0.6 false");
+    m_box->settings().clearStorage(SettingsType::Runtime);
+    QCOMPARE(m_box->settings().value(u"player"_s, u"volume"_s), 0.6);
+    QCOMPARE(slider->property("value"), 0.6);
 }
 
 QTEST_MAIN(tst_SettingsPage)
