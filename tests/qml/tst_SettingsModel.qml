@@ -15,6 +15,10 @@ TestCase {
         SettingsModel { }
     }
     Component {
+        id: spyComponent
+        SignalSpy { }
+    }
+    Component {
         id: viewComponent
         ListView {
             width: 100
@@ -43,12 +47,20 @@ TestCase {
     function modelOf(properties) {
         return createTemporaryObject(modelComponent, testCase, properties ?? {})
     }
-    // What a view of the model shows.
-    function rows(model) {
-        const view = createTemporaryObject(viewComponent, testCase, {model: model})
+    function spyOn(target, signalName) {
+        return createTemporaryObject(spyComponent, testCase, {target: target, signalName: signalName})
+    }
+    function shown(view) {
+        view.forceLayout()
         const texts = []
         for (let i = 0; i < view.count; ++i)
             texts.push(view.itemAtIndex(i).row)
+        return texts
+    }
+    // What a view of the model shows.
+    function rows(model) {
+        const view = createTemporaryObject(viewComponent, testCase, {model: model})
+        const texts = shown(view)
         view.destroy()
         return texts
     }
@@ -71,9 +83,7 @@ TestCase {
     function test_isLive() {
         Box.write(Tamsel.Runtime, "b", "b", 1)
         const model = modelOf()
-        const counts = createTemporaryQmlObject("import QtTest; SignalSpy {}", testCase)
-        counts.target = model
-        counts.signalName = "countChanged"
+        const counts = spyOn(model, "countChanged")
         Box.write(Tamsel.Runtime, "c", "c", 1)
         Box.write(Tamsel.Runtime, "a", "a", 1)
         compare(keys(model), ["a/a", "b/b", "c/c"])
@@ -83,6 +93,32 @@ TestCase {
         compare(counts.count, 3)
         Box.clear(Tamsel.Runtime)
         compare(model.count, 0)
+    }
+
+    function test_layersComeAndGo() {
+        const rdm = Tamsel.Rdm
+        const runtime = Tamsel.Runtime
+        Box.clear(rdm)
+        Box.write(runtime, "ui", "lang", "en")
+        const model = modelOf()
+        const view = createTemporaryObject(viewComponent, testCase, {model: model})
+        const resets = spyOn(model, "modelReset")
+        compare(shown(view), [`ui/lang en QString ${runtime} `])
+        Box.init(rdm, {ui: {lang: "fr", theme: "dark"}, network: {timeout: 20}})
+        compare(shown(view), [`network/timeout 20 int ${rdm} `,
+                              `ui/lang en QString ${runtime} `, // not notified
+                              `ui/theme dark QString ${rdm} `])
+        Box.init(rdm, {ui: {lang: "de", theme: "light", zoom: 2}})
+        compare(shown(view), [`ui/lang en QString ${runtime} ${rdm}`, // with others it is
+                              `ui/theme light QString ${rdm} `,
+                              `ui/zoom 2 int ${rdm} `])
+        Box.clear(runtime)
+        compare(shown(view), [`ui/lang de QString ${rdm} `,
+                              `ui/theme light QString ${rdm} `,
+                              `ui/zoom 2 int ${rdm} `])
+        Box.clear(rdm)
+        compare(shown(view), [])
+        compare(resets.count, 0)
     }
 
     function test_filter_data() {

@@ -14,6 +14,7 @@
 
 #include <QtQml/QQmlComponent>
 #include <QtQml/QQmlEngine>
+#include <QtTest/QAbstractItemModelTester>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
@@ -96,6 +97,7 @@ private Q_SLOTS:
     void aDeadNotifierIsNoticed();
     void anObjectMayDieInItsOwnSignal();
     void changesOfAllThreadsArriveInOrder();
+    void aModelFollowsAllThreads();
     void anEngineMayDieBetweenChanges();
     void twoEnginesOnTwoThreads();
     void tenThousandRowsAreUpdatedOneByOne();
@@ -311,6 +313,63 @@ Setting {
     for (qsizetype i = 1; i < seen.size(); ++i)
         QVERIFY(seen.at(i - 1).toInt() < seen.at(i).toInt());
     QCOMPARE(seen.last(), 2500);
+}
+
+void tst_QmlBridge::aModelFollowsAllThreads()
+{
+    Published published;
+    ConfigurationManager &manager = published.host.manager;
+    ChangeNotifier notifier(&manager);
+    tamsel::host::SettingsCatalogue catalogue(&manager);
+    tamsel::qml::setQmlChangeNotifier(&notifier);
+    tamsel::qml::setQmlSettingsCatalogue(&catalogue);
+    const auto engine = makeEngine();
+    const auto object = create(engine.get(), settingsModel);
+    tamsel::qml::setQmlSettingsCatalogue(nullptr);
+    auto *model = qobject_cast<QAbstractItemModel *>(object.get());
+    const QAbstractItemModelTester tester(model);
+    QSignalSpy resets(model, &QAbstractItemModel::modelReset);
+    // What a view would show.
+    const int keyRole = model->roleNames().key("key");
+    const int valueRole = model->roleNames().key("value");
+    const auto read = [model, keyRole, valueRole](int row) {
+        const QModelIndex index = model->index(row, 0);
+        return QVariantList{index.data(keyRole), index.data(valueRole)};
+    };
+    QList<QVariantList> shown;
+    connect(model, &QAbstractItemModel::rowsInserted, this,
+            [read, rows = &shown](const QModelIndex &, int row) { rows->insert(row, read(row)); });
+    connect(model, &QAbstractItemModel::rowsRemoved, this,
+            [rows = &shown](const QModelIndex &, int row) { rows->removeAt(row); });
+    connect(model, &QAbstractItemModel::dataChanged, this,
+            [read, rows = &shown](const QModelIndex &index) {
+                rows->replace(index.row(), read(index.row()));
+            });
+
+    std::atomic<int> running = 4;
+    std::thread writers([&] {
+        runTogether(4, [&](int thread) {
+            for (int i = 0; i < 2500; ++i) {
+                const QString key = QString::number((i + thread) % 8);
+                if (i % 3 == 0)
+                    manager.removeValue(u"shared"_s, key, SettingsType::Runtime);
+                else
+                    manager.setValue(u"shared"_s, key, i, SettingsType::Runtime);
+            }
+            --running;
+        });
+    });
+    const bool haveEnded = waitFor([&] { return running == 0; });
+    writers.join();
+    QVERIFY(haveEnded);
+    manager.setValue(u"shared"_s, u"last"_s, 4711, SettingsType::Runtime);
+    QList<QVariantList> wanted;
+    for (const auto &[group, key] : catalogue.keys()) {
+        if (manager.contains(group, key))
+            wanted.append(QVariantList{key, manager.value(group, key)});
+    }
+    QVERIFY(waitFor([&] { return shown == wanted; }));
+    QCOMPARE(resets.size(), 0);
 }
 
 void tst_QmlBridge::anEngineMayDieBetweenChanges()
