@@ -92,6 +92,7 @@ private Q_SLOTS:
     void usesTheLentNotifier();
     void makesAndDestroysItsOwnNotifier();
     void keepsItsOwnNotifierForAnotherKey();
+    void aThreadKeepsItsNotifierWhileItHasObjects();
     void aManagerThatIsWithdrawnIsLeftAlone_data();
     void aManagerThatIsWithdrawnIsLeftAlone();
     void aDeadNotifierIsNoticed();
@@ -176,6 +177,30 @@ void tst_QmlBridge::keepsItsOwnNotifierForAnotherKey()
     published.host.handler.reaction = [&](auto &&...) { seen = setting->property("value"); };
     published.host.manager.setValue(u"player"_s, u"balance"_s, 7, SettingsType::Runtime);
     QCOMPARE(seen, 7);
+}
+
+void tst_QmlBridge::aThreadKeepsItsNotifierWhileItHasObjects()
+{
+    Published published;
+    RecordingHandler &handler = published.host.handler;
+    published.host.manager.removeConfigurationHandler(&handler);
+    const auto engine = makeEngine();
+    auto first = create(engine.get());
+    published.host.manager.appendConfigurationHandler(&handler);
+    ChangeNotifier later(&published.host.manager);
+    tamsel::qml::setQmlChangeNotifier(&later);
+
+    auto setting = create(engine.get());
+    QVariant seen;
+    handler.reaction = [&](auto &&...) { seen = setting->property("value"); };
+    published.write(7);
+    QCOMPARE(seen, 7); // by the notifier that was called before the handler
+    first.reset();
+    setting.reset();
+    setting = create(engine.get());
+    published.write(8);
+    QCOMPARE(seen, 7); // the lent one is called after it
+    QCOMPARE(setting->property("value"), 8);
 }
 
 void tst_QmlBridge::makesAndDestroysItsOwnNotifier()

@@ -31,12 +31,14 @@ class SettingsCatalogue;
 namespace tamsel::qml {
 
 /*!
- * \brief Lends \a notifier, or none if null, to the objects of the QML module that are made from
- * now on.
+ * \brief Lends \a notifier, or none if null, to the objects of the QML module.
  *
- * It is the notifier of the manager that is published with setQmlConfigManager(). Without one, the
- * first QML object makes its own and the last one destroys it: while that happens, no other thread
- * may use the manager.
+ * It is the notifier of the manager that is published with setQmlConfigManager(). The first QML
+ * object of a thread takes what is lent then. As long as one of them lives, later objects of the
+ * thread take the same, unless it was destroyed or another manager is published.
+ *
+ * Without a notifier, the first QML object makes one and the last one destroys it. While that
+ * happens, no other thread may make a change, or make or destroy QML objects.
  *
  * \par Ownership
  * Borrowed. It may be destroyed while QML objects use it: they warn, and change nothing any more.
