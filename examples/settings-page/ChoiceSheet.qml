@@ -52,11 +52,17 @@ FocusScope {
     }
     Rectangle {
         anchors { top: parent.top; bottom: parent.bottom; right: parent.right }
-        width: 480
+        width: 400 + 40 + Theme.marginX
         color: "#121b30"
 
         Column {
-            anchors { fill: parent; margins: 40 }
+            anchors {
+                fill: parent
+                leftMargin: 40
+                rightMargin: Theme.marginX
+                topMargin: Theme.marginY
+                bottomMargin: Theme.marginY
+            }
             spacing: 14
 
             Text {
@@ -81,7 +87,7 @@ FocusScope {
             ListView {
                 id: list
                 width: parent.width
-                height: 450
+                height: 7 * 60 + 6 * spacing // a setting's five choices, Reset and Close
                 spacing: 10
                 focus: true
                 model: sheet.choices

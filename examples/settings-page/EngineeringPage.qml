@@ -54,14 +54,14 @@ FocusScope {
     }
 
     Text {
-        x: 64
-        y: 36
+        x: Theme.marginX
+        y: Theme.marginY
         text: "Engineering"
         color: Theme.text
         font { pixelSize: Theme.title; weight: Font.Bold }
     }
     Text {
-        anchors { right: parent.right; rightMargin: 64 }
+        anchors { right: parent.right; rightMargin: Theme.marginX }
         y: 50
         text: (page.typed !== "" ? "\u201c" + page.typed + "\u201d: " : "")
               + settings.count + (settings.count === 1 ? " setting" : " settings")
@@ -73,9 +73,9 @@ FocusScope {
     ListView {
         id: filterList
         objectName: "filters"
-        x: 64
-        y: 106
-        width: parent.width - 128
+        x: Theme.marginX
+        y: 100
+        width: parent.width - 2 * x
         height: 54
         orientation: ListView.Horizontal
         spacing: 12
@@ -103,50 +103,23 @@ FocusScope {
                 font { pixelSize: Theme.small; weight: chip.isCurrent ? Font.Bold : Font.Normal }
             }
             Rectangle {
-                visible: chip.isCurrent
+                visible: chip.isCurrent && !chip.isFocused
                 anchors { bottom: parent.bottom; horizontalCenter: parent.horizontalCenter; bottomMargin: 4 }
                 width: parent.width - 40
                 height: 4
                 radius: 2
-                color: chip.isFocused ? Theme.outline : Theme.cardFocused
+                color: Theme.cardFocused
             }
-        }
-    }
-
-    Item {
-        id: header
-        x: 64
-        y: 174
-        width: parent.width - 128
-        height: 36
-
-        Repeater {
-            model: [{x: 16, text: "Setting"}, {x: 376, text: "Value"}, {x: 606, text: "Type"},
-                    {x: 716, text: "Origin"}, {x: 972, text: "Overridden"}]
-            delegate: Text {
-                required property var modelData
-
-                x: modelData.x
-                text: modelData.text
-                color: Theme.secondary
-                font { pixelSize: 20; weight: Font.DemiBold }
-            }
-        }
-        Rectangle {
-            anchors.bottom: parent.bottom
-            width: parent.width
-            height: 2
-            color: Theme.line
         }
     }
 
     ListView {
         id: table
         objectName: "table"
-        x: 64
-        y: 214
-        width: parent.width - 128
-        height: 9 * 46
+        x: Theme.marginX
+        y: 172
+        width: parent.width - 2 * x - (bar.visible ? 20 : 0)
+        height: 7 * 64
         clip: true
         model: settings
         KeyNavigation.up: filterList
@@ -156,10 +129,19 @@ FocusScope {
         }
     }
 
+    Text {
+        visible: settings.count === 0
+        anchors.centerIn: table
+        text: "No setting matches"
+        color: Theme.secondary
+        font.pixelSize: Theme.label
+    }
+
     Rectangle {
+        id: bar
+        objectName: "bar"
         visible: table.contentHeight > table.height
-        anchors.right: table.right
-        anchors.rightMargin: -20
+        anchors { right: parent.right; rightMargin: Theme.marginX }
         y: table.y + table.height * table.visibleArea.yPosition
         width: 6
         height: table.height * table.visibleArea.heightRatio
@@ -168,7 +150,8 @@ FocusScope {
     }
 
     HintBar {
-        anchors { left: parent.left; leftMargin: 64; bottom: parent.bottom; bottomMargin: 22 }
+        anchors { left: parent.left; leftMargin: Theme.marginX; bottom: parent.bottom }
+        anchors.bottomMargin: Theme.marginY
         hints: [{key: "\u25c0 \u25b6", text: "Filter"}, {key: "\u25b2 \u25bc", text: "Move"},
                 {key: "a\u2013z", text: "Search"}, {key: "Back", text: "Settings"}]
     }

@@ -3,7 +3,8 @@
 
 import QtQuick
 
-// One setting in the table for engineers.
+// One setting in the list for engineers: key and value, and below them where the value comes from, the
+// overridden layers and the type.
 Item {
     id: row
 
@@ -15,8 +16,9 @@ Item {
     required property var overridden
 
     property bool isFocused: ListView.isCurrentItem && ListView.view.activeFocus
+    readonly property color secondaryColor: isFocused ? Theme.secondaryFocused : Theme.secondary
 
-    implicitHeight: 46
+    implicitHeight: 64
 
     Rectangle {
         anchors.fill: parent
@@ -24,70 +26,61 @@ Item {
         color: row.isFocused ? Theme.cardFocused : "transparent"
         border { width: row.isFocused ? 3 : 0; color: Theme.outline }
     }
+    Rectangle {
+        visible: !row.isFocused
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: 1
+        color: Theme.line
+    }
     Text {
+        id: keyText
         x: 16
-        width: 350
-        anchors.verticalCenter: parent.verticalCenter
+        y: 4
+        width: 500
         text: Theme.valueText(row.group + "/" + row.key)
         textFormat: Text.PlainText
         maximumLineCount: 1
         elide: Text.ElideRight
         color: Theme.text
-        font { pixelSize: Theme.small; weight: Font.DemiBold }
+        font { pixelSize: Theme.small + 2; weight: Font.DemiBold }
     }
     Text {
-        x: 376
-        width: 220
-        anchors.verticalCenter: parent.verticalCenter
+        anchors { right: parent.right; rightMargin: 16; baseline: keyText.baseline }
+        width: 560
+        horizontalAlignment: Text.AlignRight
         text: Theme.valueText(row.value)
         textFormat: Text.PlainText
         maximumLineCount: 1
         elide: Text.ElideRight
         color: Theme.text
+        font { pixelSize: Theme.small + 2; weight: Font.DemiBold }
+    }
+    OriginLabel {
+        anchors { left: keyText.left; top: keyText.bottom }
+        origin: row.origin
+        text: Theme.layerText(row.origin)
+        color: row.secondaryColor
+    }
+    Text {
+        anchors { left: keyText.left; leftMargin: 300; top: keyText.bottom }
+        anchors { right: typeText.left; rightMargin: 24 }
+        // The number tells how many there are if not all fit.
+        text: row.overridden.length === 0 ? "" : "Overridden"
+              + (row.overridden.length > 1 ? " (" + row.overridden.length + ")" : "") + ": "
+              + row.overridden.map(layer => Theme.layerText(layer)).join(", ")
+        elide: Text.ElideRight
+        color: row.secondaryColor
         font.pixelSize: Theme.small
     }
     Text {
-        x: 606
-        width: 110
-        anchors.verticalCenter: parent.verticalCenter
+        id: typeText
+        anchors { right: parent.right; rightMargin: 16; top: keyText.bottom }
+        width: Math.min(implicitWidth, 240)
+        elide: Text.ElideRight
         text: row.type
         textFormat: Text.PlainText
-        maximumLineCount: 1
-        elide: Text.ElideRight
-        color: row.isFocused ? Theme.secondaryFocused : Theme.secondary
+        color: row.secondaryColor
         font.pixelSize: Theme.small
-    }
-    OriginLabel {
-        x: 716
-        anchors.verticalCenter: parent.verticalCenter
-        origin: row.origin
-        text: Theme.layerText(row.origin)
-        color: Theme.text
-    }
-    Row {
-        x: 972
-        anchors.verticalCenter: parent.verticalCenter
-        spacing: 8
-
-        Repeater {
-            model: row.overridden
-            delegate: Rectangle {
-                required property int modelData
-
-                width: 14
-                height: 14
-                radius: 7
-                anchors.verticalCenter: parent ? parent.verticalCenter : undefined
-                color: "transparent"
-                border { width: 3; color: Theme.layerColor(modelData) }
-            }
-        }
-        Text {
-            anchors.verticalCenter: parent.verticalCenter
-            visible: row.overridden.length === 1
-            text: row.overridden.length ? Theme.layerText(row.overridden[0]) : ""
-            color: row.isFocused ? Theme.secondaryFocused : Theme.secondary
-            font.pixelSize: Theme.small
-        }
     }
 }

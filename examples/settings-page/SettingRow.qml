@@ -24,7 +24,7 @@ Card {
     // What OK offers; nothing for a number that the viewer has not set.
     readonly property string offer: {
         if (isLocked)
-            return isOwn ? "Why, or reset" : "Why"
+            return isOwn ? "Details or reset" : "Details"
         if (isRange)
             return isOwn ? "Reset" : ""
         return isOwn ? "Choose or reset" : "Choose"
@@ -56,7 +56,7 @@ Card {
         setting.value = options[next].value
     }
 
-    implicitHeight: 84
+    implicitHeight: 82
     Keys.onLeftPressed: step(-1)
     Keys.onRightPressed: step(1)
     Keys.onReturnPressed: open()

@@ -17,6 +17,10 @@ QtObject {
     readonly property color secondary: "#a9b8d6"
     readonly property color secondaryFocused: "#dbe6ff"
 
+    // What a television may cut off: a twentieth of each side.
+    readonly property int marginX: 64
+    readonly property int marginY: 36
+
     readonly property int title: 44
     readonly property int label: 28
     readonly property int small: 22
@@ -40,9 +44,9 @@ QtObject {
     function layerText(layer: int): string {
         switch (layer) {
         case Tamsel.CommandLineArgs: return "CommandLineArgs"
-        case Tamsel.CustomConfPersistent: return "CustomConf"
+        case Tamsel.CustomConfPersistent: return "CustomConfPersistent"
         case Tamsel.Rdm: return "Rdm"
-        case Tamsel.RavonaConfDefault: return "RavonaConf"
+        case Tamsel.RavonaConfDefault: return "RavonaConfDefault"
         case Tamsel.SystemProperties: return "SystemProperties"
         case Tamsel.Runtime: return "Runtime"
         case Tamsel.SelviDb: return "SelviDb"

@@ -62,8 +62,8 @@ FocusScope {
     }
 
     Text {
-        x: 64
-        y: 36
+        x: Theme.marginX
+        y: Theme.marginY
         text: "Settings"
         color: Theme.text
         font { pixelSize: Theme.title; weight: Font.Bold }
@@ -71,8 +71,8 @@ FocusScope {
 
     Column {
         id: rows
-        anchors { left: parent.left; right: parent.right; margins: 64 }
-        y: 106
+        anchors { left: parent.left; right: parent.right; margins: Theme.marginX }
+        y: 100
         spacing: 10
 
         SettingRow {
@@ -99,7 +99,7 @@ FocusScope {
             id: audioRow
             objectName: "audio"
             width: rows.width
-            title: "Sound track"
+            title: "Audio language"
             setting: audio
             options: page.languages
             KeyNavigation.down: subtitlesRow
@@ -151,7 +151,8 @@ FocusScope {
     }
 
     HintBar {
-        anchors { left: parent.left; leftMargin: 64; bottom: parent.bottom; bottomMargin: 22 }
+        anchors { left: parent.left; leftMargin: Theme.marginX; bottom: parent.bottom }
+        anchors.bottomMargin: Theme.marginY
         hints: [{key: "\u25b2 \u25bc", text: "Move"},
                 {key: "\u25c0 \u25b6", text: page.currentRow && !page.currentRow.isLocked ? "Change" : ""},
                 {key: "OK", text: page.currentRow ? page.currentRow.offer : "Open"},

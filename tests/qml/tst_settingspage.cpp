@@ -7,6 +7,7 @@
 #include "settingsbox.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QMetaEnum>
 #include <QtCore/QSize>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QUrl>
@@ -38,9 +39,12 @@ private Q_SLOTS:
     void lettersNarrowTheTableDown();
     void theFocusLeavesAnEmptyTable();
     void theTableIsFilteredByArrows();
+    void nothingIsShownNearTheEdges();
     void storedTextsAreShownAsTheyAre();
     void valuesOfEachTypeAreReadable_data();
     void valuesOfEachTypeAreReadable();
+    void layersAreCalledAsInTheLibrary();
+    void overriddenLayersAreNamed();
     void theGuideShowsWhatWorks();
 
 private:
@@ -287,6 +291,36 @@ void tst_SettingsPage::theTableIsFilteredByArrows()
     QCOMPARE(table->property("count"), all);
 }
 
+// A television may cut off a twentieth of each side.
+void tst_SettingsPage::nothingIsShownNearTheEdges()
+{
+    const QRectF kept(64, 36, 1280 - 2 * 64, 720 - 2 * 36);
+    const auto isKept = [&](const QQuickItem *item) {
+        return kept.contains(item->mapRectToScene(QRectF(0, 0, item->width(), item->height())));
+    };
+    const auto check = [&](const char *title) {
+        const QList<QQuickItem *> texts = textsWith(QString());
+        QVERIFY(texts.size() > 8);
+        QVERIFY(!textsWith(QLatin1String(title)).isEmpty());
+        for (const QQuickItem *text : texts) {
+            const QQuickItem *list
+                    = find(u"table"_s)->property("contentItem").value<QQuickItem *>();
+            if (!list->isAncestorOf(text)) // its rows are cut off
+                QTRY_VERIFY2(isKept(text), qPrintable(text->property("text").toString()));
+        }
+        QVERIFY(isKept(m_window->activeFocusItem()));
+    };
+    check("Settings");
+    press({Qt::Key_Right, Qt::Key_Return});
+    check("Close");
+    press({Qt::Key_Back});
+    openEngineeringPage();
+    check("Engineering");
+    QVERIFY(isKept(qobject_cast<QQuickItem *>(find(u"table"_s))));
+    QTRY_VERIFY(find(u"bar"_s)->property("visible").toBool());
+    QTRY_VERIFY(isKept(qobject_cast<QQuickItem *>(find(u"bar"_s))));
+}
+
 // Files, an operator and profiles may hold anything.
 void tst_SettingsPage::storedTextsAreShownAsTheyAre()
 {
@@ -341,6 +375,23 @@ void tst_SettingsPage::valuesOfEachTypeAreReadable()
 {
     QFETCH(QVariant, value);
     QTEST(shown(u"valueText"_s, value), "text");
+}
+
+void tst_SettingsPage::layersAreCalledAsInTheLibrary()
+{
+    const auto names = QMetaEnum::fromType<SettingsType>();
+    for (int i = 0; i < names.keyCount(); ++i)
+        QCOMPARE(shown(u"layerText"_s, names.value(i)), QLatin1String(names.key(i)));
+}
+
+void tst_SettingsPage::overriddenLayersAreNamed()
+{
+    auto &settings = m_box->settings();
+    settings.setValue(u"Service"_s, u"audio"_s, u"de"_s, SettingsType::SelviDb);
+    settings.setValue(u"Service"_s, u"audio"_s, u"fr"_s, SettingsType::CustomConfPersistent);
+    openEngineeringPage();
+    QTRY_COMPARE(textsWith(u"Overridden (2): SelviDb, RavonaConfDefault"_s).size(), 1);
+    QVERIFY(!textsWith(u"Overridden: RavonaConfDefault"_s).isEmpty());
 }
 
 // The block of QML in docs/qml.md.
