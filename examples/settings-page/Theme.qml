@@ -64,7 +64,7 @@ QtObject {
         const plain = String(value)
         // A list of texts is no Array of JavaScript's.
         const isList = typeof value === "object" && value.length !== undefined
-        if (isList || plain === "[object Object]") {
+        if (isList || plain.startsWith("[object ")) {
             return JSON.stringify(isList ? Array.from(value) : value,
                                   (key, part) => part instanceof ArrayBuffer ? bytesText(part) : part)
         }
