@@ -345,6 +345,14 @@ void tst_StorageRegistry::replacedLayers_data()
         handler: SELF g/a = QString(one)
         handler: SELF g/c = QString(three) )");
 
+    row("the first and the last of several values", Rdm,
+        {init(Rdm, {{u"a"_s, 1}, {u"b"_s, 2}, {u"c"_s, 3}, {u"d"_s, 4}, {u"e"_s, 5}})},
+        {init(Rdm, {{u"a"_s, 6}, {u"b"_s, 2}, {u"c"_s, 3}, {u"d"_s, 4}, {u"e"_s, 7}})}, uR"(
+        info: Storage: Rdm reinitialized
+        info: Top values changed: Rdm: { g/a = '6', g/e = '7' }
+        handler: Rdm g/a = int(6)
+        handler: Rdm g/e = int(7) )");
+
     row("a new key", Rdm, {init(Rdm, {{u"a"_s, 1}})}, {init(Rdm, {{u"a"_s, 1}, {u"b"_s, 2}})}, uR"(
         info: Storage: Rdm reinitialized
         info: Top value changed Rdm: g/b = '2'
