@@ -14,7 +14,6 @@
 
 #include <QtQml/QQmlComponent>
 #include <QtQml/QQmlEngine>
-#include <QtTest/QAbstractItemModelTester>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
@@ -352,7 +351,6 @@ void tst_QmlBridge::aModelFollowsAllThreads()
     const auto object = create(engine.get(), settingsModel);
     tamsel::qml::setQmlSettingsCatalogue(nullptr);
     auto *model = qobject_cast<QAbstractItemModel *>(object.get());
-    const QAbstractItemModelTester tester(model);
     QSignalSpy resets(model, &QAbstractItemModel::modelReset);
     // What a view would show.
     const int keyRole = model->roleNames().key("key");
