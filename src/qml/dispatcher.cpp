@@ -199,12 +199,6 @@ void Dispatcher::remove(QmlSetting *setting, const QString &group, const QString
     m_groups.remove(group);
 }
 
-void Dispatcher::beginWrite()
-{
-    for (QmlSettingsModel *model : std::as_const(m_models))
-        model->beginWrite();
-}
-
 void Dispatcher::wrote(const QString &group, const QString &key)
 {
     // A model may be destroyed in the signals of another one.
@@ -213,7 +207,7 @@ void Dispatcher::wrote(const QString &group, const QString &key)
         models.append(model);
     for (const QPointer<QmlSettingsModel> &model : models) {
         if (model)
-            model->endWrite(group, key);
+            model->update(group, key);
     }
     refresh(group, key);
 }

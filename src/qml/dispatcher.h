@@ -77,9 +77,7 @@ public:
     void remove(QmlSetting *setting, const QString &group, const QString &key);
     void add(QmlSettingsModel *model) { m_models.append(model); }
     void remove(QmlSettingsModel *model) { m_models.removeOne(model); }
-    // An object is about to write a setting.
-    void beginWrite();
-    // It wrote this setting. Others look it up again: not every write is notified.
+    // An object wrote the setting. Others look it up again: not every write is notified.
     void wrote(const QString &group, const QString &key);
 
 private:

@@ -212,7 +212,6 @@ void QmlSetting::setValue(const QVariant &value)
     const QVariant before = settings->value(group, key);
     const QPointer<QmlSetting> alive = this;
     const std::shared_ptr<Dispatcher> dispatcher = m_dispatcher;
-    dispatcher->beginWrite();
     settings->setValue(group, key, wanted, layer);
     // Not every write is notified: an overridden one is not.
     dispatcher->wrote(group, key);
@@ -247,7 +246,6 @@ void QmlSetting::reset()
     const SettingsType layer = type();
     const QPointer<QmlSetting> alive = this;
     const std::shared_ptr<Dispatcher> dispatcher = m_dispatcher;
-    dispatcher->beginWrite();
     settings->removeValue(group, key, layer);
     dispatcher->wrote(group, key);
     if (!alive)

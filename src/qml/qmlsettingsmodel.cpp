@@ -79,11 +79,8 @@ void QmlSettingsModel::componentComplete()
         return;
     m_dispatcher->add(this);
     // What comes from here on is notified; what came before, the catalogue knows.
-    m_subscription
-            = m_dispatcher->notifier().subscribeAll(this, [this](const host::Change &change) {
-                  m_notified = {change.group, change.key};
-                  update(change.group, change.key);
-              });
+    m_subscription = m_dispatcher->notifier().subscribeAll(
+            this, [this](const host::Change &change) { update(change.group, change.key); });
     const host::SettingsCatalogue *catalogue = lentCatalogue();
     if (!catalogue) {
         qmlWarning(this)
@@ -147,13 +144,6 @@ void QmlSettingsModel::showFiltered()
         Q_EMIT countChanged();
 }
 
-void QmlSettingsModel::endWrite(const QString &group, const QString &key)
-{
-    if (m_notified != Key(group, key))
-        update(group, key);
-}
-
-// A setting may have come, changed or gone.
 void QmlSettingsModel::update(const QString &group, const QString &key)
 {
     const ConfigurationManager *settings = m_dispatcher->manager(this);

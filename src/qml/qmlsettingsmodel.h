@@ -54,9 +54,8 @@ public:
     void classBegin() override { }
     void componentComplete() override;
 
-    // A QML object writes a setting between these two.
-    void beginWrite() { m_notified = {}; }
-    void endWrite(const QString &group, const QString &key);
+    // A setting may have come, changed or gone.
+    void update(const QString &group, const QString &key);
 
 Q_SIGNALS:
     void filterChanged();
@@ -66,7 +65,6 @@ private:
     using Key = std::pair<QString, QString>;
     using Keys = QList<Key>;
 
-    void update(const QString &group, const QString &key);
     bool isShown(const Key &key) const;
     void showFiltered();
 
@@ -75,7 +73,6 @@ private:
     host::Redaction m_redaction;
     Keys m_known; // what a layer holds, in ascending order
     Keys m_rows; // those that the filter lets pass
-    Key m_notified; // last, since a QML object began to write
     host::Subscription m_subscription;
     std::shared_ptr<Dispatcher> m_dispatcher;
 };

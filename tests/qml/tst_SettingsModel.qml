@@ -161,34 +161,4 @@ TestCase {
         setting.value = "de"
         compare(view.itemAtIndex(0).overridden, [Tamsel.SelviDb])
     }
-
-    function test_aWriteOfASettingIsOneChange_data() {
-        return [
-            {tag: "new", before: [], layer: Tamsel.Runtime, value: 2, signal: "rowsInserted"},
-            {tag: "changed", before: [Tamsel.Runtime], layer: Tamsel.Runtime, value: 2},
-            {tag: "same value, new origin", before: [Tamsel.Rdm], layer: Tamsel.Runtime, value: 1},
-            {tag: "overridden", before: [Tamsel.Runtime], layer: Tamsel.SelviDb, value: 2},
-            {tag: "overridden, reset", before: [Tamsel.Runtime, Tamsel.SelviDb],
-             layer: Tamsel.SelviDb},
-            {tag: "uncovered", before: [Tamsel.Runtime, Tamsel.SelviDb], layer: Tamsel.Runtime},
-            {tag: "gone", before: [Tamsel.Runtime], layer: Tamsel.Runtime, signal: "rowsRemoved"},
-        ]
-    }
-    function test_aWriteOfASettingIsOneChange(row) {
-        const model = modelOf()
-        for (const layer of row.before) {
-            if (layer === Tamsel.Rdm)
-                Box.init(layer, {ui: {zoom: 1}})
-            else
-                Box.write(layer, "ui", "zoom", 1)
-        }
-        const setting = createTemporaryQmlObject(
-            "import Tamsel; Setting { group: 'ui'; key: 'zoom' }", testCase)
-        setting.layer = row.layer
-        const names = ["dataChanged", "rowsInserted", "rowsRemoved", "modelReset"]
-        const spies = names.map(name => spyOn(model, name))
-        setting.value = row.value
-        compare(spies.map(spy => spy.count),
-                names.map(name => name === (row.signal ?? "dataChanged") ? 1 : 0))
-    }
 }

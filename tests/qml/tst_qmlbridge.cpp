@@ -98,6 +98,7 @@ private Q_SLOTS:
     void anObjectMayDieInItsOwnSignal();
     void changesOfAllThreadsArriveInOrder();
     void aModelFollowsAllThreads();
+    void aModelShowsWhatAHandlerWroteDuringAWrite();
     void anEngineMayDieBetweenChanges();
     void twoEnginesOnTwoThreads();
     void tenThousandRowsAreUpdatedOneByOne();
@@ -393,6 +394,34 @@ void tst_QmlBridge::aModelFollowsAllThreads()
     }
     QVERIFY(waitFor([&] { return shown == wanted; }));
     QCOMPARE(resets.size(), 0);
+}
+
+void tst_QmlBridge::aModelShowsWhatAHandlerWroteDuringAWrite()
+{
+    Published published;
+    ConfigurationManager &manager = published.host.manager;
+    manager.initStorage(SettingsType::SystemProperties);
+    tamsel::host::SettingsCatalogue catalogue(&manager);
+    published.write(1);
+    tamsel::qml::setQmlSettingsCatalogue(&catalogue);
+    const auto engine = makeEngine();
+    const auto object = create(engine.get(), settingsModel);
+    tamsel::qml::setQmlSettingsCatalogue(nullptr);
+    const auto setting = create(engine.get());
+    const auto *model = qobject_cast<QAbstractItemModel *>(object.get());
+    QVariant shown;
+    connect(model, &QAbstractItemModel::dataChanged, this, [&](const QModelIndex &index) {
+        shown = index.data(model->roleNames().key("overridden"));
+    });
+
+    // Called after the model is notified; the write is overridden, so not notified.
+    manager.removeConfigurationHandler(&published.host.handler);
+    manager.appendConfigurationHandler(&published.host.handler);
+    published.host.handler.reaction = [&](auto &&...) {
+        manager.setValue(u"player"_s, u"volume"_s, 3, SettingsType::SystemProperties);
+    };
+    setting->setProperty("value", 2);
+    QCOMPARE(shown.toList(), QVariantList{int(SettingsType::SystemProperties)});
 }
 
 void tst_QmlBridge::anEngineMayDieBetweenChanges()
