@@ -410,9 +410,11 @@ void tst_QmlBridge::aModelShowsWhatAHandlerWroteDuringAWrite()
     const auto setting = create(engine.get());
     const auto *model = qobject_cast<QAbstractItemModel *>(object.get());
     QVariant shown;
-    connect(model, &QAbstractItemModel::dataChanged, this, [&](const QModelIndex &index) {
-        shown = index.data(model->roleNames().key("overridden"));
-    });
+    const int role = model->roleNames().key("overridden");
+    connect(model, &QAbstractItemModel::dataChanged, this,
+            [role, overridden = &shown](const QModelIndex &index) {
+                *overridden = index.data(role);
+            });
 
     // Called after the model is notified; the write is overridden, so not notified.
     manager.removeConfigurationHandler(&published.host.handler);
